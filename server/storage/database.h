@@ -1,0 +1,91 @@
+#pragma once
+
+#include "qany.h"
+
+#include <QObject>
+#include <QSqlDatabase>
+#include <QSqlQuery>
+#include <QString>
+
+#include <functional>
+#include <memory>
+
+/// The single gateway to the SQLite file: the server's own tables, the ring of log rows, and the generic query,
+/// statement, insert and update of every other part of the server.
+///
+/// One per process, on the application's default connection; owned by ServicesStarter (or by a tool's main), lives on
+/// the main thread, and is called from that thread only. A file that cannot be opened leaves an object whose
+/// operations fail quietly. Nothing throws.
+class DataBase : public QObject
+{
+    Q_OBJECT
+public:
+    /// Rows that `logs` holds before the oldest are overwritten.
+    static constexpr qint32 kLogIndexLimit = 10000000;
+    /// How long a statement waits for another process that holds the file.
+    static constexpr int kBusyTimeoutMs = 5000;
+
+    /// The file beside the executable, or the given one.
+    explicit DataBase(const QString &filePath = QString(), QObject *parent = nullptr);
+    ~DataBase() override;
+
+    bool isOpen() const;
+    QString filePath() const;
+
+    /// Value text of a configuration key, inserted in the statement as is; empty when there is no row.
+    QString configValue(const QString &key);
+    void readLastLogIdx();
+    void saveLastLogIdx();
+    /// Index that the next row of `logs` gets.
+    qint64 lastLogIndex() const;
+
+    /// Writes one row of `logs` and the next index as one unit. The timestamp is in milliseconds since 1970 UTC.
+    bool insertLog(int line, int id, int level, int group, qint64 timestampMs, const QString &message,
+                   const QAny &data);
+    /// Newest time of a line's log rows in ms, or of a terminal's events in the unit of `events`; 0 without rows.
+    qint64 lastLogTime(qint64 line);
+    qint64 lastEventTime(qint64 tid);
+
+    /// Transactions nest: inner ones are savepoints. Prefer the Transaction guard.
+    void transaction();
+    void commit();
+    void rollback();
+
+    /// Rows as a List of Hashes keyed by the reported column names; an empty List when the statement fails.
+    QAny select(const QString &sql);
+    /// True whenever the connection is open, also when the statement fails.
+    bool exec(const QString &sql);
+    /// Inserts the keys of the Hash that are columns of the table; false when none is, or the insert fails.
+    bool insert(const QString &table, const QAny &values);
+    /// Sets the keys of the Hash that are columns of the table. Values stand in the statement unescaped.
+    bool update(const QString &table, const QAny &values, const QString &keyColumn);
+
+    /// Runs a query, prepared once and kept for the next call with the same text, and hands each row to the reader.
+    /// False when the statement could not be prepared or executed. The reader must not run the same text again.
+    bool forEachRow(const QString &sql, const QVariantList &bindings,
+                    const std::function<void(const QSqlQuery &)> &reader);
+    /// Executes a statement with bound values, prepared once and kept; false when it fails.
+    bool execPrepared(const QString &sql, const QVariantList &bindings);
+
+private:
+    class Private;
+    std::unique_ptr<Private> d;
+};
+
+/// Scope of a transaction: rolls back unless committed. Its destructor never throws.
+class Transaction
+{
+public:
+    explicit Transaction(DataBase &database);
+    ~Transaction();
+    void commit();
+
+private:
+    Q_DISABLE_COPY(Transaction)
+    DataBase &m_database;
+    bool m_open = true;
+};
+
+/// The process's database; null before start and after stop. Only ServicesStarter (or a tool's main) sets it.
+DataBase *db();
+void setDb(DataBase *database);
