@@ -2,6 +2,8 @@
 
 #include "qany.h"
 
+#include <QDate>
+
 class DataBase;
 
 /// Turns the result of a calculation into tables that a client shows without further work: display texts and colours.
@@ -10,7 +12,7 @@ class DialogCalc3
 {
 public:
     /// The database is not owned and must outlive this object.
-    explicit DialogCalc3(DataBase &database);
+    explicit DialogCalc3(DataBase &database, QDate today = {});
 
     /// {"CALC", "PACK": {"PAIRS", "DAYS", "SUM", "ERR"}, "TIME": milliseconds}; with CALC21 true in the request also
     /// the CALC21 form.
