@@ -1,0 +1,26 @@
+#include "consolerun.h"
+
+#include "servicesstarter.h"
+#include "terminationwatch.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QFile>
+
+int runConsole(QCoreApplication &application)
+{
+    // Stays empty; where it cannot be made the run goes on without it.
+    QFile marker(QStringLiteral("debug.txt"));
+    marker.open(QIODevice::WriteOnly | QIODevice::Truncate | QIODevice::Text);
+
+    QDir::setCurrent(QCoreApplication::applicationDirPath());
+    // Before the start, so that no early signal leaves a started server without its stop.
+    const TerminationWatch watch;
+    ServicesStarter starter;
+    starter.start();
+    const int result = application.exec();
+    starter.stop();
+    // What is only scheduled for deletion must not stay behind after the last turn of the loop.
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    return result;
+}

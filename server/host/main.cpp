@@ -1,0 +1,26 @@
+#include "commandline.h"
+#include "consolerun.h"
+
+#include <QCoreApplication>
+
+#include <cstdio>
+
+int main(int argc, char *argv[])
+{
+    QCoreApplication application(argc, argv);
+    QCoreApplication::setOrganizationName(QStringLiteral("ZUK"));
+    QCoreApplication::setOrganizationDomain(QStringLiteral("zuk.local"));
+    QCoreApplication::setApplicationName(QStringLiteral("ZUK3 server"));
+
+    switch (runMode(argc, argv)) {
+    case RunMode::Console:
+        return runConsole(application);
+    case RunMode::Usage:
+        std::fputs(usageText(argv[0]).constData(), stdout);
+        return 0;
+    case RunMode::Service:
+        break;
+    }
+    std::fputs("zuk3server: the service mode is not part of this build; start with -d for a console run\n", stderr);
+    return 1;
+}

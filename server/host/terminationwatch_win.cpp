@@ -1,0 +1,38 @@
+#include "terminationwatch.h"
+
+#include <QCoreApplication>
+#include <QSemaphore>
+
+#include <windows.h>
+
+namespace {
+
+/// Released when the process has taken itself down. The system ends it as soon as the handler returns, so on the
+/// events that cannot be survived the handler waits here (the system waits some seconds for it).
+QSemaphore finished;
+
+/// Runs on a thread of its own.
+BOOL WINAPI noteControlEvent(DWORD event)
+{
+    QMetaObject::invokeMethod(qApp, &QCoreApplication::quit, Qt::QueuedConnection);
+    if (event == CTRL_CLOSE_EVENT || event == CTRL_LOGOFF_EVENT || event == CTRL_SHUTDOWN_EVENT)
+        finished.acquire();
+    return TRUE;
+}
+
+} // namespace
+
+class TerminationWatch::Private
+{
+};
+
+TerminationWatch::TerminationWatch()
+{
+    SetConsoleCtrlHandler(noteControlEvent, TRUE);
+}
+
+TerminationWatch::~TerminationWatch()
+{
+    SetConsoleCtrlHandler(noteControlEvent, FALSE);
+    finished.release();
+}
