@@ -130,7 +130,8 @@ public:
 
     bool append(const QAny &value);
     bool append(QAny &&value);
-    bool insert(const QString &key, const QAny &value);
+    bool insert(const QString &key, const QAny &value) { return insert(key, QAny(value)); }
+    bool insert(const QString &key, QAny &&value);
     bool insert(int index, const QAny &value);
     /// On a List the test is deliberately inverted (count < index): true beyond the end, false inside.
     bool contains(const QString &key) const;

@@ -440,7 +440,7 @@ bool QAny::append(QAny &&value)
     return true;
 }
 
-bool QAny::insert(const QString &key, const QAny &value)
+bool QAny::insert(const QString &key, QAny &&value)
 {
     if (m_type != Hash)
         return false;
@@ -449,9 +449,9 @@ bool QAny::insert(const QString &key, const QAny &value)
     const bool isExpected = expected && expected->at(expected->count() - 1) == key;
     const int position = isExpected ? -1 : hash.keys->indexOf(key);
     if (position >= 0)
-        hash.values.at(position) = value;
+        hash.values.at(position) = std::move(value);
     else
-        hash.add(key, value);
+        hash.add(key, std::move(value));
     return true;
 }
 

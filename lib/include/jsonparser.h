@@ -1,0 +1,65 @@
+#pragma once
+
+#include "qany.h"
+
+#include <memory>
+#include <vector>
+
+class JSON_parser;
+
+namespace Json {
+
+/// A push reader that turns UTF-8 JSON text into a QAny. It is fed in pieces of any size and knows after each whether
+/// a whole value has been read. The root is an object or an array; at most 128 containers may be open; comments count
+/// as whitespace; an object member with an empty key is rejected; of members with one key the last wins.
+///
+/// Used by one thread at a time. Nothing throws.
+class Parser
+{
+public:
+    enum Feed {
+        NeedsMore, ///< all bytes were taken, the value is not complete
+        Complete,  ///< the value is complete; finish() and result() follow
+        Rejected,  ///< the first byte that was not taken is wrong; the reader has been reset
+    };
+
+    Parser();
+    ~Parser();
+    Parser(const Parser &) = delete;
+    Parser &operator=(const Parser &) = delete;
+
+    /// Takes all bytes; false at the first wrong one, with the reader reset. Begins a new value after finish(), reset()
+    /// or a false; behind a complete value that was not finished, only whitespace and comments are right.
+    bool feed(const char *bytes, qsizetype length);
+    /// Like feed(), but stops behind the byte that completes the value. Tells how many bytes it took; the rest belongs
+    /// to the next value.
+    Feed feedUntilComplete(const char *bytes, qsizetype length, qsizetype *taken);
+    /// True from the byte that completes the root on, until something else is fed after finish().
+    bool isComplete() const { return m_open.empty() && m_root.isValid(); }
+    /// Ends the text: true when it was one complete value, which result() then holds. Otherwise the reader is reset.
+    bool finish();
+    /// The root; Invalid while there is none.
+    QAny result() const { return m_root; }
+    void reset();
+
+private:
+    struct Events;
+
+    const QString &pendingKey() const { return m_sharedKey ? *m_sharedKey : m_key; }
+    Feed advance(const char *bytes, qsizetype length, bool stopWhenComplete, qsizetype *taken);
+    bool attach(QAny &&value);
+    bool open(QAny::Type type);
+    bool close(QAny::Type type, const char *mismatch);
+    bool takeKey(const char *utf8, qsizetype length);
+    void clearKey();
+    QDebug complaint() const;
+
+    std::unique_ptr<JSON_parser> m_machine; // exists while a text is being read
+    std::vector<QAny> m_open;               // the containers that are still open, outermost first
+    QString m_key;                          // of the member whose value comes next; empty when none
+    const QString *m_sharedKey = nullptr;   // the same where hashes share the key; it then stands for m_key
+    QAny m_root;
+    qint64 m_fed = 0; // bytes of this text
+};
+
+} // namespace Json

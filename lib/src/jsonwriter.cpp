@@ -1,0 +1,309 @@
+#include "qany.h"
+
+#include <cfloat>
+#include <charconv>
+#include <cmath>
+#include <limits>
+
+#ifdef __SSE2__
+#include <emmintrin.h>
+#endif
+
+namespace {
+
+/// The letter behind the backslash for a character that is escaped, else 0. Other control characters are deliberately
+/// written as they are.
+constexpr char escapeOf(ushort unit)
+{
+    switch (unit) {
+    case '\\':
+        return '\\';
+    case '"':
+        return '"';
+    case '\b':
+        return 'b';
+    case '\f':
+        return 'f';
+    case '\n':
+        return 'n';
+    case '\r':
+        return 'r';
+    case '\t':
+        return 't';
+    default:
+        return 0;
+    }
+}
+
+struct Escapes {
+    char letter[128];
+};
+
+constexpr Escapes makeEscapes()
+{
+    Escapes escapes{};
+    for (int unit = 0; unit < 128; ++unit)
+        escapes.letter[unit] = escapeOf(static_cast<ushort>(unit));
+    return escapes;
+}
+
+constexpr Escapes kEscapes = makeEscapes();
+
+/// Grows its text as the values come; Text is QByteArray for UTF-8 or QString.
+template <typename Text, typename Unit> class Output
+{
+public:
+    /// Room for that many more units.
+    Unit *room(int units)
+    {
+        if (m_capacity - m_used < units)
+            grow(units);
+        return m_begin + m_used;
+    }
+    void usedUpTo(const Unit *end) { m_used = static_cast<int>(end - m_begin); }
+    void put(char ascii)
+    {
+        *room(1) = static_cast<uchar>(ascii);
+        ++m_used;
+    }
+    void put(const char *ascii, int length)
+    {
+        Unit *out = room(length);
+        for (int i = 0; i < length; ++i)
+            out[i] = static_cast<uchar>(ascii[i]);
+        m_used += length;
+    }
+    Text taken()
+    {
+        m_text.resize(m_used);
+        return std::move(m_text);
+    }
+
+private:
+    static constexpr int kFirstCapacity = 256;
+
+    void grow(int units)
+    {
+        constexpr qint64 most = std::numeric_limits<int>::max() / static_cast<int>(sizeof(Unit)) - 64;
+        const qint64 needed = qint64(m_used) + units;
+        const qint64 wanted = qMax(needed, qMin(most, qMax<qint64>(kFirstCapacity, qint64(m_capacity) * 2)));
+        m_text.resize(static_cast<int>(wanted));
+        m_capacity = m_text.size();
+        m_begin = reinterpret_cast<Unit *>(m_text.data());
+    }
+
+    Text m_text;
+    Unit *m_begin = nullptr;
+    int m_capacity = 0;
+    int m_used = 0;
+};
+
+/// Copies what neither is escaped nor needs more than one byte in UTF-8, in steps of eight; returns where it stopped.
+template <typename Unit> const ushort *copyPlain(const ushort *p, const ushort *end, Unit **out)
+{
+#ifdef __SSE2__
+    constexpr int step = 8;
+    const __m128i beyondAscii = _mm_set1_epi16(static_cast<short>(0xff80));
+    const __m128i quotes = _mm_set1_epi8('"');
+    const __m128i backslashes = _mm_set1_epi8('\\');
+    const __m128i lastEscapedControls = _mm_set1_epi8('\r');
+    for (; end - p >= step; p += step) {
+        const __m128i units = _mm_loadu_si128(reinterpret_cast<const __m128i *>(p));
+        const __m128i ascii = _mm_cmpeq_epi16(_mm_and_si128(units, beyondAscii), _mm_setzero_si128());
+        const __m128i bytes = _mm_packus_epi16(units, units);
+        const __m128i controls = _mm_cmpeq_epi8(_mm_min_epu8(bytes, lastEscapedControls), bytes);
+        const __m128i marks = _mm_or_si128(_mm_cmpeq_epi8(bytes, quotes), _mm_cmpeq_epi8(bytes, backslashes));
+        if (_mm_movemask_epi8(ascii) != 0xffff || _mm_movemask_epi8(_mm_or_si128(controls, marks)) != 0)
+            break;
+        if constexpr (sizeof(Unit) == 1)
+            _mm_storel_epi64(reinterpret_cast<__m128i *>(*out), bytes);
+        else
+            _mm_storeu_si128(reinterpret_cast<__m128i *>(*out), units);
+        *out += step;
+    }
+#endif
+    for (; p != end && *p < 128 && kEscapes.letter[*p] == 0; ++p)
+        *(*out)++ = static_cast<Unit>(*p);
+    return p;
+}
+
+/// Writes one character beyond ASCII and returns what follows it.
+const ushort *putWide(const ushort *p, const ushort *, ushort **out)
+{
+    *(*out)++ = *p;
+    return p + 1;
+}
+
+const ushort *putWide(const ushort *p, const ushort *end, uchar **out)
+{
+    const auto put = [out](uint byte) { *(*out)++ = static_cast<uchar>(byte); };
+    const uint unit = *p++;
+    if (unit < 0x800) {
+        put(0xc0 | unit >> 6);
+    } else if (!QChar::isSurrogate(unit)) {
+        put(0xe0 | unit >> 12);
+        put(0x80 | (unit >> 6 & 0x3f));
+    } else if (QChar::isHighSurrogate(unit) && p != end && QChar::isLowSurrogate(*p)) {
+        const uint codePoint = QChar::surrogateToUcs4(static_cast<ushort>(unit), *p++);
+        put(0xf0 | codePoint >> 18);
+        put(0x80 | (codePoint >> 12 & 0x3f));
+        put(0x80 | (codePoint >> 6 & 0x3f));
+        put(0x80 | (codePoint & 0x3f));
+        return p;
+    } else {
+        put('?'); // a lone surrogate, as QString::toUtf8() has it
+        return p;
+    }
+    put(0x80 | (unit & 0x3f));
+    return p;
+}
+
+template <typename Text, typename Unit> class Writer
+{
+public:
+    void write(const QAny &value)
+    {
+        switch (value.type()) {
+        case QAny::Invalid:
+            return m_out.put("\"Invalid\"", 9);
+        case QAny::Null:
+            return m_out.put("null", 4);
+        case QAny::Bool:
+            return value.asBool() ? m_out.put("true", 4) : m_out.put("false", 5);
+        case QAny::Integer:
+            return writeInteger(value.asInteger());
+        case QAny::Double:
+            return writeDouble(value.asDouble());
+        case QAny::String:
+            return writeText(value.asString());
+        case QAny::List:
+            return writeList(value);
+        case QAny::Hash:
+            return writeHash(value);
+        }
+        m_out.put("Unknown", 7);
+    }
+
+    Text taken() { return m_out.taken(); }
+
+private:
+    void writeList(const QAny &list)
+    {
+        m_out.put('[');
+        for (int i = 0, count = list.count(); i < count; ++i) {
+            if (i > 0)
+                m_out.put(',');
+            write(list.at(i));
+        }
+        m_out.put(']');
+    }
+
+    void writeHash(const QAny &hash)
+    {
+        m_out.put('{');
+        for (int i = 0, count = hash.count(); i < count; ++i) {
+            if (i > 0)
+                m_out.put(',');
+            writeText(hash.keyAt(i));
+            m_out.put(':');
+            write(hash.at(i));
+        }
+        m_out.put('}');
+    }
+
+    void writeText(const QString &text)
+    {
+        // Room for the worst case is made piece by piece, so that a long text does not cost many times its size.
+        constexpr int pieceLength = 4096;
+        constexpr int mostPerUnit = sizeof(Unit) == 1 ? 3 : 2;
+        constexpr int pairAtPieceEnd = 1;
+        const ushort *p = text.utf16();
+        const ushort *const end = p + text.size();
+        m_out.put('"');
+        while (p != end) {
+            const ushort *const pieceEnd = p + qMin<qptrdiff>(end - p, pieceLength);
+            Unit *out = m_out.room(static_cast<int>(pieceEnd - p) * mostPerUnit + pairAtPieceEnd);
+            while (p < pieceEnd) {
+                p = copyPlain(p, pieceEnd, &out);
+                if (p >= pieceEnd)
+                    break;
+                if (*p < 128) {
+                    *out++ = '\\';
+                    *out++ = static_cast<Unit>(kEscapes.letter[*p++]);
+                } else {
+                    p = putWide(p, end, &out);
+                }
+            }
+            m_out.usedUpTo(out);
+        }
+        m_out.put('"');
+    }
+
+    void writeInteger(qint64 value)
+    {
+        char digits[24];
+        const char *end = std::to_chars(digits, digits + sizeof(digits), value).ptr;
+        m_out.put(digits, static_cast<int>(end - digits));
+    }
+
+    void writeDouble(double value)
+    {
+        if (!writeShortDecimal(value)) {
+            const QByteArray text = QByteArray::number(value, 'g', kPrecision);
+            m_out.put(text.constData(), text.size());
+        }
+    }
+
+    /// Writes a number of few decimals, as hours and money are, without the long way of finding its digits. What is
+    /// the double nearest to a decimal of at most 14 digits reads as that decimal when rounded to 14 digits.
+    bool writeShortDecimal(double value)
+    {
+        constexpr double leastPlain = 1e-4; // below it the form has an exponent
+        constexpr double limit = 1e14;
+        static constexpr int powers[] = {1, 10, 100, 1000, 10000};
+        const double size = std::fabs(value);
+        if (FLT_EVAL_METHOD != 0 || !(size >= leastPlain && size < limit))
+            return false;
+        for (int decimals = 0; decimals <= 4; ++decimals) {
+            const double scaled = std::floor(size * powers[decimals] + 0.5);
+            if (scaled >= limit)
+                return false;
+            if (scaled / powers[decimals] != size)
+                continue;
+            if (value < 0)
+                m_out.put('-');
+            const auto number = static_cast<qint64>(scaled);
+            writeInteger(number / powers[decimals]);
+            if (decimals > 0) {
+                // One more power of ten in front keeps the leading zeros.
+                char digits[24];
+                const qint64 fraction = number % powers[decimals] + powers[decimals];
+                std::to_chars(digits, digits + sizeof(digits), fraction);
+                digits[0] = '.';
+                m_out.put(digits, decimals + 1);
+            }
+            return true;
+        }
+        return false;
+    }
+
+    static constexpr int kPrecision = 14;
+
+    Output<Text, Unit> m_out;
+};
+
+} // namespace
+
+QString QAny::toJson() const
+{
+    Writer<QString, ushort> writer;
+    writer.write(*this);
+    return writer.taken();
+}
+
+QByteArray QAny::toJsonUtf8() const
+{
+    Writer<QByteArray, uchar> writer;
+    writer.write(*this);
+    return writer.taken();
+}
