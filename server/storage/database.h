@@ -25,6 +25,10 @@ public:
     /// How long a statement waits for another process that holds the file.
     static constexpr int kBusyTimeoutMs = 5000;
 
+    /// Why the latest write failed. A passing failure (file locked, disk full, input or output error) is worth another
+    /// attempt; a lasting one (no such table, a constraint, not open) is not.
+    enum class Failure { None, Passing, Lasting };
+
     /// The file beside the executable, or the given one.
     explicit DataBase(const QString &filePath = QString(), QObject *parent = nullptr);
     ~DataBase() override;
@@ -46,22 +50,33 @@ public:
     qint64 lastLogTime(qint64 line);
     qint64 lastEventTime(qint64 tid);
 
-    /// Transactions nest: inner ones are savepoints. Prefer the Transaction guard.
-    void transaction();
-    void commit();
+    /// Transactions nest: inner ones are savepoints. Prefer the Transaction guard. Each must end before control returns
+    /// to the event loop.
+    ///
+    /// A transaction that cannot begin, or that SQLite has ended by itself, is lost: false, every write up to its
+    /// outermost end fails at once, and its commit is false. So what belongs together is never stored in part.
+    bool transaction();
+    /// False when nothing was stored; the transaction is over either way.
+    bool commit();
     void rollback();
+
+    /// Outcome of the latest insert, insertLog, exec, execPrepared, transaction or commit.
+    Failure lastFailure() const;
 
     /// Rows as a List of Hashes keyed by the reported column names; an empty List when the statement fails.
     QAny select(const QString &sql);
-    /// True whenever the connection is open, also when the statement fails.
+    /// True whenever the connection is open, also when the statement fails. A transaction that the text begins and does
+    /// not end is committed, with a warning line, when control returns to the event loop.
     bool exec(const QString &sql);
     /// Inserts the keys of the Hash that are columns of the table; false when none is, or the insert fails.
     bool insert(const QString &table, const QAny &values);
-    /// Sets the keys of the Hash that are columns of the table. Values stand in the statement unescaped.
+    /// Sets the keys of the Hash that are columns of the table. Values stand in the statement unescaped. The result is
+    /// that of exec; false without running anything when the Hash lacks the key column or has nothing to set.
     bool update(const QString &table, const QAny &values, const QString &keyColumn);
 
     /// Runs a query, prepared once and kept for the next call with the same text, and hands each row to the reader.
-    /// False when the statement could not be prepared or executed. The reader must not run the same text again.
+    /// False when the statement could not be prepared or executed, or its rows not read to the end. A null or invalid
+    /// variant binds NULL, a QByteArray a blob. The reader may use the database, also with the same text.
     bool forEachRow(const QString &sql, const QVariantList &bindings,
                     const std::function<void(const QSqlQuery &)> &reader);
     /// Executes a statement with bound values, prepared once and kept; false when it fails.
@@ -76,9 +91,18 @@ private:
 class Transaction
 {
 public:
-    explicit Transaction(DataBase &database);
-    ~Transaction();
-    void commit();
+    explicit Transaction(DataBase &database) : m_database(database) { m_database.transaction(); }
+    ~Transaction()
+    {
+        if (m_open)
+            m_database.rollback();
+    }
+    /// False when nothing of the transaction was stored.
+    bool commit()
+    {
+        m_open = false;
+        return m_database.commit();
+    }
 
 private:
     Q_DISABLE_COPY(Transaction)
