@@ -1,0 +1,1 @@
+zuk_test(tst_database zuk_storage)
