@@ -1,0 +1,1 @@
+zuk_test(tst_zukimport zuk_import)
