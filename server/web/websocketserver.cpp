@@ -5,26 +5,36 @@
 #include <QTimer>
 #include <QWebSocket>
 
-/// The time in which a socket or the listening server is on the stack and so must not be deleted. Knows whether this
-/// server and the socket are still there.
+#include <algorithm>
+#include <utility>
+
+/// The time in which a socket or the listening server has one of its signals on the stack and so must not be deleted,
+/// not even by an event loop that a handler runs. When it ends, an object that nobody owns any more is deleted.
 class WebSocketServer::Turn
 {
 public:
-    explicit Turn(WebSocketServer *owner, QWebSocket *socket = nullptr) : m_owner(owner), m_socket(socket)
+    Turn(WebSocketServer *owner, QObject *object)
+        : m_owner(owner), m_object(object), m_isOutermost(!owner->m_busy.contains(object))
     {
-        ++owner->m_turns;
+        if (m_isOutermost)
+            owner->m_busy.append(object);
     }
     ~Turn()
     {
+        if (!m_isOutermost)
+            return;
         if (m_owner)
-            --m_owner->m_turns;
+            m_owner->m_busy.removeOne(m_object);
+        if (!m_owner || !m_owner->owns(m_object))
+            m_object->deleteLater();
     }
-    bool goesOn() const { return m_owner && m_owner->m_clients.contains(m_socket); }
+    bool goesOn() const { return m_owner && m_owner->owns(m_object); }
 
 private:
     Q_DISABLE_COPY(Turn)
     QPointer<WebSocketServer> m_owner;
-    QWebSocket *m_socket;
+    QObject *m_object;
+    bool m_isOutermost;
 };
 
 WebSocketServer::WebSocketServer(const QString &name, QWebSocketServer::SslMode mode, const char *linePrefix,
@@ -36,9 +46,7 @@ WebSocketServer::WebSocketServer(const QString &name, QWebSocketServer::SslMode 
 WebSocketServer::~WebSocketServer()
 {
     Q_ASSERT(m_clients.isEmpty());
-    if (m_turns > 0)
-        m_server->deleteLater();
-    else
+    if (!m_busy.contains(m_server))
         delete m_server;
 }
 
@@ -50,6 +58,12 @@ bool WebSocketServer::isListening() const
 quint16 WebSocketServer::serverPort() const
 {
     return m_server->serverPort();
+}
+
+bool WebSocketServer::owns(const QObject *object) const
+{
+    const auto isObject = [object](const QWebSocket *socket) { return socket == object; };
+    return object == m_server || std::any_of(m_clients.cbegin(), m_clients.cend(), isObject);
 }
 
 QByteArray WebSocketServer::named(const char *text) const
@@ -69,9 +83,7 @@ void WebSocketServer::shutDown()
     for (QWebSocket *socket : clients) {
         socket->disconnect(this);
         socket->close(QWebSocketProtocol::CloseCodeGoingAway);
-        if (m_turns > 0)
-            socket->deleteLater();
-        else
+        if (!m_busy.contains(socket))
             delete socket;
     }
 }
@@ -81,7 +93,9 @@ void WebSocketServer::acceptPending()
     QWebSocket *socket = m_server->nextPendingConnection();
     if (!socket)
         return;
-    const Turn turn(this, socket);
+    // The connection's handshake is on the stack as well.
+    const Turn serverTurn(this, m_server);
+    const Turn socketTurn(this, socket);
     m_clients.append(socket);
     qDebug() << named("New Connection").constData();
     boundClient(socket);
@@ -109,9 +123,9 @@ void WebSocketServer::boundClosing(QWebSocket *socket)
 
 void WebSocketServer::answerText(QWebSocket *socket, const QString &message)
 {
-    const Turn turn(this, socket);
-    if (!turn.goesOn())
+    if (!owns(socket))
         return;
+    const Turn turn(this, socket);
     qDebug() << named("Message received:").constData() << message;
     QAny request = QAny::fromJson(message);
     if (!request.isList()) { // an array has no place for them and is answered as it is
@@ -135,24 +149,22 @@ void WebSocketServer::answerText(QWebSocket *socket, const QString &message)
 
 void WebSocketServer::echoBinary(QWebSocket *socket, const QByteArray &message)
 {
-    const Turn turn(this, socket);
-    if (!turn.goesOn())
+    if (!owns(socket))
         return;
+    const Turn turn(this, socket);
     qDebug() << "Binary Message received:" << message;
     socket->sendBinaryMessage(message);
 }
 
 void WebSocketServer::forget(QWebSocket *socket)
 {
-    const Turn turn(this, socket);
-    if (!turn.goesOn())
+    if (!owns(socket))
         return;
+    const Turn turn(this, socket);
     const QByteArray ended = named("socketDisconnected:");
-    const QPointer<QWebSocket> gone(socket);
     m_clients.removeOne(socket);
     m_methods.removePeer(socket);
-    socket->deleteLater();
     tellEvent(QStringLiteral("socketDisconnected: %1 %2")
                   .arg(socket->peerAddress().toString(), QString::number(socket->peerPort())));
-    qDebug() << ended.constData() << gone.data();
+    qDebug() << ended.constData() << socket;
 }

@@ -54,13 +54,14 @@ protected:
 private:
     class Turn;
 
+    bool owns(const QObject *object) const;
     QByteArray named(const char *text) const;
     void boundClient(QWebSocket *socket);
     void boundClosing(QWebSocket *socket);
 
-    QWebSocketServer *m_server;    // owned; its last turn may outlive this object
+    QWebSocketServer *m_server;    // owned
     QList<QWebSocket *> m_clients; // owned
     webMetods m_methods;
     QByteArray m_linePrefix;
-    int m_turns = 0; // signals of sockets or server that are on the stack
+    QList<QObject *> m_busy; // sockets or server with a signal on the stack; their Turn deletes them when need be
 };

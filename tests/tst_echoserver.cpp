@@ -1,0 +1,287 @@
+#include "database.h"
+#include "echoserver.h"
+#include "webclient.h"
+
+#include <QLoggingCategory>
+#include <QMetaMethod>
+#include <QRegularExpression>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <functional>
+
+/// The plain web server with real sockets.
+class TestEchoServer : public QObject
+{
+    Q_OBJECT
+private Q_SLOTS:
+    void initTestCase();
+    void cleanupTestCase();
+
+    void signalsAndSlotsInOrder();
+    void binaryComesBack_data();
+    void binaryComesBack();
+    void answersInOrder();
+    void requestCarriesPeer_data();
+    void requestCarriesPeer();
+    void loginEndsWithTheSocket();
+    void messageBound_data();
+    void messageBound();
+    void clientVanishesWhileAnswered();
+    void serverDeletedInSignal_data();
+    void serverDeletedInSignal();
+    void destructionClosesClients();
+    void portInUse();
+
+private:
+    QTemporaryDir m_folder;
+    std::unique_ptr<DataBase> m_database;
+};
+
+void TestEchoServer::initTestCase()
+{
+    m_database = std::make_unique<DataBase>(m_folder.filePath(QStringLiteral("web.db")));
+    setDb(m_database.get());
+    for (const char *sql :
+         {"create table employees (ID integer, FIRSTNAME text, LASTNAME text, ACTIVE integer)",
+          "create table USER_ACCESS (IDP integer, NAME text, PASSWORD text, ACTIVE integer)",
+          "insert into employees values (5,'Ana','Kos',1)", "insert into USER_ACCESS values (5,'ana','geslo',1)"})
+        QVERIFY(m_database->exec(QString::fromLatin1(sql)));
+}
+
+void TestEchoServer::cleanupTestCase()
+{
+    setDb(nullptr);
+}
+
+void TestEchoServer::signalsAndSlotsInOrder()
+{
+    const QMetaObject &meta = EchoServer::staticMetaObject;
+    QList<QByteArray> found;
+    for (int i = meta.methodOffset(); i < meta.methodCount(); ++i)
+        found.append(meta.method(i).methodSignature());
+    const QList<QByteArray> stated{"closed()",
+                                   "newRequest(QAny)",
+                                   "newEvent(QString)",
+                                   "newAnswer(QAny)",
+                                   "onNewConnection()",
+                                   "processTextMessage(QString)",
+                                   "processBinaryMessage(QByteArray)",
+                                   "socketDisconnected()"};
+    QCOMPARE(found, stated);
+}
+
+void TestEchoServer::binaryComesBack_data()
+{
+    QTest::addColumn<QByteArray>("bytes");
+    QTest::newRow("zeros and high bytes") << QByteArray::fromHex("0000ff80007f0a");
+    QTest::newRow("nothing") << QByteArray();
+    QTest::newRow("longer than a frame header's 16 bits") << QByteArray(70000, '\x80');
+}
+
+void TestEchoServer::binaryComesBack()
+{
+    QFETCH(QByteArray, bytes);
+    EchoServer server(0);
+    WebClient client(server.serverPort());
+    QSignalSpy echoed(&client.socket, &QWebSocket::binaryMessageReceived);
+    client.socket.sendBinaryMessage(bytes);
+    QVERIFY(echoed.wait());
+    QCOMPARE(echoed.first().first().toByteArray(), bytes);
+}
+
+void TestEchoServer::answersInOrder()
+{
+    EchoServer server(0);
+    WebClient client(server.serverPort());
+    QSignalSpy answered(&client.socket, &QWebSocket::textMessageReceived);
+    QSignalSpy events(&server, &EchoServer::newEvent);
+    for (const char *tag : {"1", "2", "3"})
+        client.socket.sendTextMessage(QStringLiteral(R"({"type":"getUser","tag":"%1"})").arg(tag));
+    QTRY_COMPARE(answered.count(), 3);
+    for (int i = 0; i < 3; ++i) {
+        const QString text = answered.at(i).first().toString();
+        QCOMPARE(QAny::fromJson(text).lookup(QStringLiteral("tag")).toInt(), i + 1);
+        QCOMPARE(events.at(i).first().toString(), QStringLiteral("ANS: ") + text);
+    }
+    // Exactly one frame each: the next thing that comes is the next answer.
+    QCOMPARE(client.ask(QStringLiteral(R"({"type":"logOut","tag":"4"})")).toJson(),
+             QStringLiteral(R"({"data":{"result":"true"}})"));
+}
+
+void TestEchoServer::requestCarriesPeer_data()
+{
+    QTest::addColumn<QString>("message");
+    QTest::addColumn<bool>("hasPeer");
+    QTest::newRow("object") << R"({"type":"x","peer":"forged","port":1})" << true;
+    QTest::newRow("no JSON") << "hello" << true;
+    QTest::newRow("empty") << " " << true;
+    QTest::newRow("array") << R"(["peer"])" << false;
+}
+
+void TestEchoServer::requestCarriesPeer()
+{
+    QFETCH(QString, message);
+    QFETCH(bool, hasPeer);
+    EchoServer server(0);
+    WebClient client(server.serverPort());
+    QSignalSpy requests(&server, &EchoServer::newRequest);
+    QSignalSpy answers(&server, &EchoServer::newAnswer);
+    QCOMPARE(client.ask(message).lookup("data").lookup("reason").toString(), QStringLiteral("Not tag!"));
+    QCOMPARE(answers.count(), 1);
+    QCOMPARE(requests.count(), 1);
+    const QAny request = requests.first().first().value<QAny>();
+    QCOMPARE(request.isHash(), hasPeer);
+    if (hasPeer) {
+        QVERIFY(request.lookup("peer").toString().endsWith(QLatin1String("127.0.0.1")));
+        QCOMPARE(request.lookup("port").toInt(), int(client.socket.localPort()));
+    }
+}
+
+void TestEchoServer::loginEndsWithTheSocket()
+{
+    EchoServer server(0);
+    QSignalSpy events(&server, &EchoServer::newEvent);
+    const QString presence = QStringLiteral(R"({"type":"getPresence","tag":"t"})");
+    const QString refused = QStringLiteral(R"({"data":{"reason":"Not logged in!","result":"false"}})");
+    quint16 port = 0;
+    {
+        WebClient first(server.serverPort());
+        port = first.socket.localPort();
+        QVERIFY(first.logIn());
+        QVERIFY(first.ask(presence).toJson() != refused);
+    }
+    const auto last = [&] { return events.last().first().toString(); };
+    QTRY_VERIFY(last().startsWith(QLatin1String("socketDisconnected: ")));
+    QVERIFY2(last().endsWith(QStringLiteral("127.0.0.1 %1").arg(port)), qPrintable(last()));
+
+    WebClient second(server.serverPort());
+    const QRegularExpression connection(QStringLiteral("^New Connection: \\S*127.0.0.1 %1 peer: \\S* \\S*127.0.0.1 %2$")
+                                            .arg(server.serverPort())
+                                            .arg(second.socket.localPort()));
+    QTRY_VERIFY2(connection.match(last()).hasMatch(), qPrintable(last()));
+    QCOMPARE(second.ask(presence).toJson(), refused);
+    QVERIFY(second.logIn());
+    QVERIFY(second.ask(presence).toJson() != refused);
+}
+
+void TestEchoServer::messageBound_data()
+{
+    QTest::addColumn<int>("frameBytes");
+    QTest::addColumn<int>("extraBytes");
+    QTest::addColumn<bool>("isAnswered");
+    const int whole = int(WebSocketServer::kMaxMessageBytes) + 16;
+    QTest::newRow("at the bound") << whole << 0 << true;
+    QTest::newRow("one byte more") << whole << 1 << false;
+    QTest::newRow("one byte more, in small frames") << 65536 << 1 << false;
+}
+
+void TestEchoServer::messageBound()
+{
+    QFETCH(int, frameBytes);
+    QFETCH(int, extraBytes);
+    QFETCH(bool, isAnswered);
+    EchoServer server(0);
+    WebClient client(server.serverPort());
+    client.socket.setOutgoingFrameSize(quint64(frameBytes));
+    QSignalSpy answered(&client.socket, &QWebSocket::textMessageReceived);
+    QSignalSpy closed(&client.socket, &QWebSocket::disconnected);
+    if (!isAnswered)
+        QTest::ignoreMessage(QtWarningMsg, QRegularExpression("^WebSocketServer::boundClosing message of more than"));
+    QLoggingCategory::setFilterRules(QStringLiteral("default.debug=false")); // they would show the message
+    client.socket.sendTextMessage(QString(int(WebSocketServer::kMaxMessageBytes) + extraBytes, QLatin1Char(' ')));
+    QTRY_VERIFY_WITH_TIMEOUT(answered.count() + closed.count() > 0, 20000);
+    QLoggingCategory::setFilterRules(QString());
+    QCOMPARE(answered.count(), isAnswered ? 1 : 0);
+
+    // The server goes on.
+    WebClient next(server.serverPort());
+    QVERIFY(next.logIn());
+}
+
+void TestEchoServer::clientVanishesWhileAnswered()
+{
+    EchoServer server(0);
+    QSignalSpy answers(&server, &EchoServer::newAnswer);
+    QSignalSpy events(&server, &EchoServer::newEvent);
+    WebClient client(server.serverPort());
+    const auto isGone = [&] {
+        return events.last().first().toString().startsWith(QLatin1String("socketDisconnected"));
+    };
+    bool wasGone = false;
+    connect(&server, &EchoServer::newRequest, this, [&] {
+        client.socket.abort();
+        wasGone = QTest::qWaitFor(isGone);
+    });
+    client.socket.sendTextMessage(
+        QStringLiteral(R"({"type":"getUser","tag":"t","data":{"user":"ana","pass":"geslo"}})"));
+    QTRY_VERIFY(wasGone);
+    QCoreApplication::processEvents();
+    QCOMPARE(answers.count(), 0); // and so nobody was logged in under the freed socket
+}
+
+void TestEchoServer::serverDeletedInSignal_data()
+{
+    QTest::addColumn<QString>("signal");
+    for (const char *signal : {"New Connection", "newRequest", "newAnswer", "ANS", "socketDisconnected"})
+        QTest::newRow(signal) << signal;
+}
+
+void TestEchoServer::serverDeletedInSignal()
+{
+    QFETCH(QString, signal);
+    const QPointer<EchoServer> server(new EchoServer(0));
+    const auto deleteNow = [&] {
+        delete server.data();
+        QCoreApplication::processEvents(); // must not delete what is still on the stack
+    };
+    if (signal == QLatin1String("newRequest"))
+        connect(server, &EchoServer::newRequest, this, deleteNow);
+    else if (signal == QLatin1String("newAnswer"))
+        connect(server, &EchoServer::newAnswer, this, deleteNow);
+    else
+        connect(server, &EchoServer::newEvent, this, [&](const QString &event) {
+            if (event.startsWith(signal))
+                deleteNow();
+        });
+
+    QWebSocket bystander;
+    bystander.open(QUrl(QStringLiteral("ws://127.0.0.1:%1").arg(server->serverPort())));
+    QWebSocket client;
+    QSignalSpy ended(&client, &QWebSocket::disconnected);
+    connect(&client, &QWebSocket::connected, &client, [&] {
+        client.sendTextMessage(QStringLiteral(R"({"type":"logOut","tag":"t"})"));
+        if (signal == QLatin1String("socketDisconnected"))
+            client.close();
+    });
+    client.open(QUrl(QStringLiteral("ws://127.0.0.1:%1").arg(server->serverPort())));
+    QTRY_VERIFY(!server);
+    QTRY_COMPARE(client.state(), QAbstractSocket::UnconnectedState);
+    QTRY_COMPARE(bystander.state(), QAbstractSocket::UnconnectedState);
+}
+
+void TestEchoServer::destructionClosesClients()
+{
+    auto server = std::make_unique<EchoServer>(0);
+    QSignalSpy closed(server.get(), &EchoServer::closed);
+    WebClient client(server->serverPort());
+    QVERIFY(client.logIn());
+    QSignalSpy ended(&client.socket, &QWebSocket::disconnected);
+    server.reset();
+    QCOMPARE(closed.count(), 1);
+    QVERIFY(ended.wait());
+    QCOMPARE(client.socket.closeCode(), QWebSocketProtocol::CloseCodeGoingAway);
+}
+
+void TestEchoServer::portInUse()
+{
+    EchoServer first(0);
+    EchoServer second(first.serverPort());
+    QVERIFY(first.isListening());
+    QVERIFY(!second.isListening());
+    WebClient client(first.serverPort());
+    QVERIFY(client.logIn());
+}
+
+QTEST_GUILESS_MAIN(TestEchoServer)
+#include "tst_echoserver.moc"

@@ -1,0 +1,34 @@
+#pragma once
+
+#include "qany.h"
+
+#include <QSignalSpy>
+#include <QWebSocket>
+
+/// A web client of the tests: one answer per question, waiting for signals.
+class WebClient
+{
+public:
+    explicit WebClient(quint16 port)
+    {
+        QSignalSpy connected(&socket, &QWebSocket::connected);
+        socket.open(QUrl(QStringLiteral("ws://127.0.0.1:%1").arg(port)));
+        connected.wait();
+    }
+
+    /// Invalid when no answer came.
+    QAny ask(const QString &request)
+    {
+        QSignalSpy answered(&socket, &QWebSocket::textMessageReceived);
+        socket.sendTextMessage(request);
+        return answered.wait() ? QAny::fromJson(answered.first().first().toString()) : QAny(QAny::Invalid);
+    }
+
+    bool logIn(const QString &tag = QStringLiteral("t"))
+    {
+        const QString request = QStringLiteral(R"({"type":"getUser","tag":"%1","data":{"user":"ana","pass":"geslo"}})");
+        return ask(request.arg(tag)).lookup(QStringLiteral("data")).lookup(QStringLiteral("result")).toBool();
+    }
+
+    QWebSocket socket;
+};
