@@ -26,6 +26,8 @@ bool InsertMeta(DataBase &database, const MetaEvent &event, QAny *events)
     if (rows.count() <= before)
         return false;
     if (events) {
+        if (!events->isList())
+            *events = QAny(QAny::List);
         QAny row = rows.at(rows.count() - 1);
         row.insert(QStringLiteral("TABLE"), QStringLiteral("allevents"));
         events->append(row);
