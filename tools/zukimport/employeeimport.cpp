@@ -23,8 +23,8 @@ EmployeeImport::EmployeeImport(const ImportOptions &options, ImportStore &store,
 QHash<QString, QVariant> EmployeeImport::defaults() const
 {
     // Names are joined in queries, and joined with NULL they would be none.
-    return {{QStringLiteral("FIRSTNAME"), QStringLiteral("")},
-            {QStringLiteral("LASTNAME"), QStringLiteral("")},
+    return {{QStringLiteral("FIRSTNAME"), QLatin1String("")},
+            {QStringLiteral("LASTNAME"), QLatin1String("")},
             {QStringLiteral("ACTIVE"), 1},
             {QStringLiteral("TIMEZ"), 0},
             {QStringLiteral("CALCSET"), m_options.calcSet},

@@ -51,7 +51,8 @@ bool ImportStore::open(const QString &path, bool create, Mode mode)
         return fail(path, begin.lastError().text());
     if (isThere)
         return true;
-    for (const QString &statement : attendanceSchema()) {
+    const QStringList schema = attendanceSchema();
+    for (const QString &statement : schema) {
         QSqlQuery query(m_database);
         if (!query.exec(statement))
             return fail(QStringLiteral("creating the tables"), query.lastError().text());
