@@ -20,9 +20,9 @@ EchoServer::~EchoServer()
 
 void EchoServer::connectClient(QWebSocket *socket)
 {
-    connect(socket, &QWebSocket::textMessageReceived, this, &EchoServer::processTextMessage);
-    connect(socket, &QWebSocket::binaryMessageReceived, this, &EchoServer::processBinaryMessage);
-    connect(socket, &QWebSocket::disconnected, this, &EchoServer::socketDisconnected);
+    connect(socket, &QWebSocket::textMessageReceived, this, &EchoServer::processTextMessage, Qt::QueuedConnection);
+    connect(socket, &QWebSocket::binaryMessageReceived, this, &EchoServer::processBinaryMessage, Qt::QueuedConnection);
+    connect(socket, &QWebSocket::disconnected, this, &EchoServer::socketDisconnected, Qt::QueuedConnection);
 }
 
 void EchoServer::onNewConnection()

@@ -5,65 +5,27 @@
 #include <QTimer>
 #include <QWebSocket>
 
-#include <algorithm>
 #include <utility>
-
-/// The time in which a socket or the listening server has one of its signals on the stack and so must not be deleted,
-/// not even by an event loop that a handler runs. When it ends, an object that nobody owns any more is deleted.
-class WebSocketServer::Turn
-{
-public:
-    Turn(WebSocketServer *owner, QObject *object)
-        : m_owner(owner), m_object(object), m_isOutermost(!owner->m_busy.contains(object))
-    {
-        if (m_isOutermost)
-            owner->m_busy.append(object);
-    }
-    ~Turn()
-    {
-        if (!m_isOutermost)
-            return;
-        if (m_owner)
-            m_owner->m_busy.removeOne(m_object);
-        if (!m_owner || !m_owner->owns(m_object))
-            m_object->deleteLater();
-    }
-    bool goesOn() const { return m_owner && m_owner->owns(m_object); }
-
-private:
-    Q_DISABLE_COPY(Turn)
-    QPointer<WebSocketServer> m_owner;
-    QObject *m_object;
-    bool m_isOutermost;
-};
 
 WebSocketServer::WebSocketServer(const QString &name, QWebSocketServer::SslMode mode, const char *linePrefix,
                                  QObject *parent)
-    : QObject(parent), m_server(new QWebSocketServer(name, mode)), m_linePrefix(linePrefix)
+    : QObject(parent), m_server(name, mode), m_linePrefix(linePrefix)
 {
 }
 
 WebSocketServer::~WebSocketServer()
 {
     Q_ASSERT(m_clients.isEmpty());
-    if (!m_busy.contains(m_server))
-        delete m_server;
 }
 
 bool WebSocketServer::isListening() const
 {
-    return m_server->isListening();
+    return m_server.isListening();
 }
 
 quint16 WebSocketServer::serverPort() const
 {
-    return m_server->serverPort();
-}
-
-bool WebSocketServer::owns(const QObject *object) const
-{
-    const auto isObject = [object](const QWebSocket *socket) { return socket == object; };
-    return object == m_server || std::any_of(m_clients.cbegin(), m_clients.cend(), isObject);
+    return m_server.serverPort();
 }
 
 QByteArray WebSocketServer::named(const char *text) const
@@ -73,75 +35,76 @@ QByteArray WebSocketServer::named(const char *text) const
 
 bool WebSocketServer::listen(quint16 port)
 {
-    return m_server->listen(QHostAddress::Any, port);
+    return m_server.listen(QHostAddress::Any, port);
 }
 
 void WebSocketServer::shutDown()
 {
-    m_server->close();
-    const QList<QWebSocket *> clients = std::exchange(m_clients, {});
+    m_server.close();
+    const QList<QWebSocket *> clients = std::exchange(m_clients, {}).keys();
     for (QWebSocket *socket : clients) {
         socket->disconnect(this);
         socket->close(QWebSocketProtocol::CloseCodeGoingAway);
-        if (!m_busy.contains(socket))
-            delete socket;
+        delete socket;
     }
 }
 
 void WebSocketServer::acceptPending()
 {
-    QWebSocket *socket = m_server->nextPendingConnection();
+    QWebSocket *socket = m_server.nextPendingConnection();
     if (!socket)
         return;
-    // The connection's handshake is on the stack as well.
-    const Turn serverTurn(this, m_server);
-    const Turn socketTurn(this, socket);
-    m_clients.append(socket);
+    const Peer peer{socket->peerAddress().toString(), socket->peerPort()};
+    m_clients.insert(socket, peer);
     qDebug() << named("New Connection").constData();
-    boundClient(socket);
+    boundClient(socket, peer);
     connectClient(socket);
-    tellEvent(QStringLiteral("New Connection: %1 %2 peer: %3 %4 %5")
-                  .arg(socket->localAddress().toString(), QString::number(socket->localPort()), socket->peerName(),
-                       socket->peerAddress().toString(), QString::number(socket->peerPort())));
+    const QString event = QStringLiteral("New Connection: %1 %2 peer: %3 %4 %5")
+                              .arg(socket->localAddress().toString(), QString::number(socket->localPort()),
+                                   socket->peerName(), peer.address, QString::number(peer.port));
+    // The handshake's code is on the stack.
+    QMetaObject::invokeMethod(
+        this, [this, event] { tellEvent(event); }, Qt::QueuedConnection);
 }
 
-void WebSocketServer::boundClient(QWebSocket *socket)
+void WebSocketServer::boundClient(QWebSocket *socket, const Peer &peer)
 {
     socket->setMaxAllowedIncomingFrameSize(kMaxMessageBytes);
     socket->setMaxAllowedIncomingMessageSize(kMaxMessageBytes);
-    connect(socket, &QWebSocket::aboutToClose, this, [this, socket] { boundClosing(socket); });
-}
-
-void WebSocketServer::boundClosing(QWebSocket *socket)
-{
-    if (socket->closeCode() == QWebSocketProtocol::CloseCodeTooMuchData) {
-        qWarning() << "WebSocketServer::boundClosing message of more than" << kMaxMessageBytes << "bytes, peer"
-                   << socket->peerAddress().toString() << socket->peerPort();
-    }
-    QTimer::singleShot(kCloseGraceMs, socket, [socket] { socket->abort(); });
+    connect(socket, &QWebSocket::aboutToClose, this, [socket, peer] {
+        if (socket->closeCode() == QWebSocketProtocol::CloseCodeTooMuchData)
+            qWarning() << "WebSocketServer::boundClient message of more than" << kMaxMessageBytes << "bytes, peer"
+                       << peer.address << peer.port;
+        QTimer::singleShot(kCloseGraceMs, socket, [socket] { socket->abort(); });
+    });
 }
 
 void WebSocketServer::answerText(QWebSocket *socket, const QString &message)
 {
-    if (!owns(socket))
+    if (!m_clients.contains(socket))
         return;
-    const Turn turn(this, socket);
+    const QPointer<WebSocketServer> self(this);
+    // Not by address: that of a socket which has gone may be the next client's.
+    const QPointer<QWebSocket> client(socket);
+    const auto isInProgress = [&] { return self && client && m_clients.contains(client); };
+
     qDebug() << named("Message received:").constData() << message;
     QAny request = QAny::fromJson(message);
     if (!request.isList()) { // an array has no place for them and is answered as it is
-        request[QStringLiteral("peer")] = socket->peerAddress().toString();
-        request[QStringLiteral("port")] = socket->peerPort();
+        const Peer peer = m_clients.value(socket);
+        request[QStringLiteral("peer")] = peer.address;
+        request[QStringLiteral("port")] = peer.port;
     }
     tellRequest(request);
-    // A socket that went away meanwhile must not be logged in: its address may be the next client's.
-    if (!turn.goesOn())
+    if (!isInProgress())
         return;
     const QAny answer = m_methods.request(request, socket);
     tellAnswer(answer);
-    if (!turn.goesOn())
+    if (!isInProgress())
         return;
     const QString text = answer.toJson();
-    socket->sendTextMessage(text);
+    if (socket->state() == QAbstractSocket::ConnectedState)
+        socket->sendTextMessage(text);
     const QByteArray sent = named("Answer sent:");
     tellEvent(QStringLiteral("ANS: ") + text);
     qDebug() << sent.constData();
@@ -149,22 +112,21 @@ void WebSocketServer::answerText(QWebSocket *socket, const QString &message)
 
 void WebSocketServer::echoBinary(QWebSocket *socket, const QByteArray &message)
 {
-    if (!owns(socket))
+    if (!m_clients.contains(socket))
         return;
-    const Turn turn(this, socket);
     qDebug() << "Binary Message received:" << message;
     socket->sendBinaryMessage(message);
 }
 
 void WebSocketServer::forget(QWebSocket *socket)
 {
-    if (!owns(socket))
+    if (!m_clients.contains(socket))
         return;
-    const Turn turn(this, socket);
-    const QByteArray ended = named("socketDisconnected:");
-    m_clients.removeOne(socket);
+    const Peer peer = m_clients.take(socket);
     m_methods.removePeer(socket);
-    tellEvent(QStringLiteral("socketDisconnected: %1 %2")
-                  .arg(socket->peerAddress().toString(), QString::number(socket->peerPort())));
-    qDebug() << ended.constData() << socket;
+    socket->deleteLater();
+    const QByteArray ended = named("socketDisconnected:");
+    const QPointer<QWebSocket> client(socket);
+    tellEvent(QStringLiteral("socketDisconnected: %1 %2").arg(peer.address, QString::number(peer.port)));
+    qDebug() << ended.constData() << client.data();
 }

@@ -4,7 +4,7 @@
 #include "webmetods.h"
 
 #include <QByteArray>
-#include <QList>
+#include <QHash>
 #include <QObject>
 #include <QWebSocketServer>
 
@@ -15,7 +15,8 @@ class QWebSocket;
 /// servers declare them and hand over here.
 ///
 /// Lives on the main thread. A handler of one of the signals may close sockets, run the event loop or delete the
-/// server; what was in progress then ends without an answer.
+/// server; what was in progress then ends without an answer. To allow this, messages and ends of connections come
+/// through the event queue, in their order: no socket's own code is below a handler on the stack.
 class WebSocketServer : public QObject
 {
 public:
@@ -25,6 +26,8 @@ public:
     /// A closing socket that has not gone by then is aborted.
     static constexpr int kCloseGraceMs = 5000;
 
+    ~WebSocketServer() override;
+
     bool isListening() const;
     /// Port on which the server really listens; 0 when it does not.
     quint16 serverPort() const;
@@ -32,12 +35,10 @@ public:
 protected:
     /// The prefix stands before the debug lines that differ between the servers.
     WebSocketServer(const QString &name, QWebSocketServer::SslMode mode, const char *linePrefix, QObject *parent);
-    /// The concrete destructor must have called shutDown(), which still emits through it.
-    ~WebSocketServer() override;
 
-    QWebSocketServer &server() { return *m_server; }
+    QWebSocketServer &server() { return m_server; }
     bool listen(quint16 port);
-    /// Closes the server and deletes the client sockets.
+    /// Closes the server and deletes the client sockets. The concrete destructor calls it.
     void shutDown();
 
     void acceptPending();
@@ -45,23 +46,24 @@ protected:
     void echoBinary(QWebSocket *socket, const QByteArray &message);
     void forget(QWebSocket *socket);
 
-    /// Connects the socket's messages and its end to the concrete server's slots.
+    /// Connects the socket's messages and its end to the concrete server's slots, all of them queued.
     virtual void connectClient(QWebSocket *socket) = 0;
     virtual void tellRequest(const QAny &request) = 0;
     virtual void tellEvent(const QString &event) = 0;
     virtual void tellAnswer(const QAny &answer) = 0;
 
 private:
-    class Turn;
+    /// Noted at the connection: a socket that has gone no longer knows its peer.
+    struct Peer {
+        QString address;
+        quint16 port = 0;
+    };
 
-    bool owns(const QObject *object) const;
     QByteArray named(const char *text) const;
-    void boundClient(QWebSocket *socket);
-    void boundClosing(QWebSocket *socket);
+    void boundClient(QWebSocket *socket, const Peer &peer);
 
-    QWebSocketServer *m_server;    // owned
-    QList<QWebSocket *> m_clients; // owned
+    QWebSocketServer m_server;
+    QHash<QWebSocket *, Peer> m_clients; // owned
     webMetods m_methods;
     QByteArray m_linePrefix;
-    QList<QObject *> m_busy; // sockets or server with a signal on the stack; their Turn deletes them when need be
 };
