@@ -8,10 +8,12 @@
 /// False when the database is not open.
 inline bool run(DataBase &database, const QStringList &statements)
 {
+    Transaction transaction(database);
     for (const QString &statement : statements) {
         if (!statement.trimmed().isEmpty() && !database.exec(statement))
             return false;
     }
+    transaction.commit();
     return true;
 }
 
