@@ -1,5 +1,6 @@
 -- The attendance tables, which the administration side provides. The server reads and writes them, but never creates
--- them. Every statement ends with a semicolon at the end of its line.
+-- them. Every statement ends with a semicolon at the end of its line, and no comment holds a quotation mark: programs
+-- run this text statement by statement.
 
 CREATE TABLE IF NOT EXISTS config (
     KEY TEXT PRIMARY KEY,
@@ -97,5 +98,5 @@ CREATE TABLE IF NOT EXISTS USER_ACCESS (
     ACTIVE INTEGER);
 CREATE INDEX IF NOT EXISTS user_access_name ON USER_ACCESS (NAME);
 
--- The calculation's settings: events are read a day beyond the period, so that night shifts at its edges are whole.
+-- Settings of the calculation: events are read a day beyond the period, so that night shifts at its edges are whole.
 INSERT OR IGNORE INTO config (KEY, VALUE) VALUES ('CALCWTIMES', '{"ISROUND30":false,"NEAREVENTS":true,"AUTOEVENTS":true,"STARTOFF":0,"ENDOFF":0,"NEAREVLEN":24,"ISSEC":false,"ISSETT":false,"CALCREM":0,"SHOWNOEV":1,"ISTREE":false,"ISDEBUG":false,"ISSUMSUM":true,"ISAUTOCALC":false,"EARLYEXIT":0,"ISACS":true,"ISCODES":false,"ISZUKEV":false,"ISSRVCALC":false,"TIPRERAZ":false,"NOMETASETT":false,"ISTEST":false,"ISTZ":false}');
