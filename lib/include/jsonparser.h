@@ -9,8 +9,11 @@ class JSON_parser;
 
 namespace Json {
 
+class TextCache;
+
 /// A push reader that turns UTF-8 JSON text into a QAny. It is fed in pieces of any size and knows after each whether
-/// a whole value has been read. The root is an object or an array; at most 128 containers may be open; comments count
+/// a whole value has been read. The root is an object or an array; at most 128 containers may be
+/// open; comments count
 /// as whitespace; an object member with an empty key is rejected; of members with one key the last wins.
 ///
 /// Used by one thread at a time. Nothing throws.
@@ -45,21 +48,28 @@ public:
 private:
     struct Events;
 
+    static constexpr int kMaxDepth = 128; // containers open at the same time
+
     const QString &pendingKey() const { return m_sharedKey ? *m_sharedKey : m_key; }
     Feed advance(const char *bytes, qsizetype length, bool stopWhenComplete, qsizetype *taken);
     bool attach(QAny &&value);
     bool open(QAny::Type type);
     bool close(QAny::Type type, const char *mismatch);
     bool takeKey(const char *utf8, qsizetype length);
+    QString text(const char *utf8, qsizetype length);
     void clearKey();
+    void endText();
     QDebug complaint() const;
 
     std::unique_ptr<JSON_parser> m_machine; // exists while a text is being read
     std::vector<QAny> m_open;               // the containers that are still open, outermost first
     QString m_key;                          // of the member whose value comes next; empty when none
     const QString *m_sharedKey = nullptr;   // the same where hashes share the key; it then stands for m_key
+    quint8 m_usualCount[kMaxDepth] = {};    // elements of the container that was read last at each depth
     QAny m_root;
-    qint64 m_fed = 0; // bytes of this text
+    std::unique_ptr<TextCache> m_textCache;
+    int m_texts = 0;  // strings of this text before the cache
+    qint64 m_fed = 0; // bytes that this text may consist of
 };
 
 } // namespace Json

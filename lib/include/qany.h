@@ -68,6 +68,8 @@ public:
 
     /// A List of the given elements.
     static QAny list(std::initializer_list<QAny> elements = {});
+    /// An empty List or Hash with room for that many elements, in one piece of memory.
+    static QAny sized(Type type, int capacity);
     /// A Hash that has every key of the set, each Null; filled quickest through slot().
     static QAny record(const KeySet &keys);
 
@@ -132,7 +134,7 @@ public:
     bool append(QAny &&value);
     bool insert(const QString &key, const QAny &value) { return insert(key, QAny(value)); }
     bool insert(const QString &key, QAny &&value);
-    bool insert(int index, const QAny &value);
+    bool insert(int index, QAny value);
     /// On a List the test is deliberately inverted (count < index): true beyond the end, false inside.
     bool contains(const QString &key) const;
     bool contains(int index) const;
@@ -180,12 +182,13 @@ public:
     /// The process-wide Null that read-only look-ups return.
     static const QAny &sharedNull();
 
-    /// For the JSON reader: the key text that hashes built like this one have had next, when it equals the bytes;
-    /// else null. Spares decoding the same keys over and over.
+    /// For the JSON reader: a key that other hashes built like this one have had next, when it equals the bytes; else
+    /// null. Lives as long as the process. Spares decoding the same keys over and over; insert() knows it by its
+    /// address.
     const QString *expectedKey(const char *utf8, int length) const;
 
 private:
-    class Store;
+    class Record;
     struct ListRecord;
     struct HashRecord;
 

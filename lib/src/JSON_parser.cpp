@@ -278,6 +278,27 @@ constexpr Table makeTable()
 constexpr Classes kClasses = makeClasses();
 constexpr Table kTable = makeTable();
 
+/// The one byte that leads on from a state behind a key or a value.
+struct Separators {
+    struct {
+        qint16 byte;
+        quint8 next;
+    } behind[StateCount];
+};
+
+constexpr Separators makeSeparators()
+{
+    Separators separators{};
+    for (auto &one : separators.behind)
+        one.byte = -1;
+    separators.behind[ColonExpected] = {':', kTable.cell[ColonExpected][Colon]};
+    separators.behind[AfterElement] = {',', kTable.cell[AfterElement][Comma]};
+    separators.behind[AfterMember] = {',', kTable.cell[AfterMember][Comma]};
+    return separators;
+}
+
+constexpr Separators kSeparators = makeSeparators();
+
 inline quint8 classOf(char byte)
 {
     return kClasses.of[static_cast<uchar>(byte)];
@@ -465,6 +486,7 @@ JSON_parser::Outcome JSON_parser::feed(const char *bytes, qsizetype length, bool
             ++p;
             continue;
         }
+        const char *next = p + 1;
         switch (cell) {
         case SkipSpaces:
             p = spacesEnd(p + 1, end);
@@ -480,7 +502,8 @@ JSON_parser::Outcome JSON_parser::feed(const char *bytes, qsizetype length, bool
             m_textIsKey = cell == StartKey;
             run = p + 1;
             state = InString;
-            break;
+            p = plainEnd(run, end);
+            continue;
         case EndString:
             ok = emitText(run, p);
             state = m_textIsKey ? static_cast<quint8>(ColonExpected) : stateAfterValue();
@@ -519,12 +542,12 @@ JSON_parser::Outcome JSON_parser::feed(const char *bytes, qsizetype length, bool
         case StartDigits:
             run = p;
             state = IntegerDigits;
-            break;
+            p = digitsEnd(p + 1, end);
+            continue;
         case EndNumber:
             ok = emitNumber(run, p, state == IntegerZero || state == IntegerDigits);
             state = stateAfterValue();
-            if (ok)
-                continue;
+            next = p;
             break;
         case OpenObject:
             ok = open(Event::ObjectBegin);
@@ -571,7 +594,12 @@ JSON_parser::Outcome JSON_parser::feed(const char *bytes, qsizetype length, bool
             *taken = p - bytes;
             return Outcome::Rejected;
         }
-        ++p;
+        p = next;
+        // What nearly always follows a key or a value needs no further round.
+        if (p != end && kSeparators.behind[state].byte == static_cast<uchar>(*p)) {
+            state = kSeparators.behind[state].next;
+            ++p;
+        }
     }
     const bool inToken = state == InString || (state >= NumberMinus && state <= ExponentDigits);
     m_state = state;

@@ -1,6 +1,7 @@
 #include "jsonparser.h"
 
 #include "JSON_parser.h"
+#include "textcache.h"
 
 #include <QDebug>
 
@@ -11,16 +12,14 @@ namespace Json {
 namespace {
 
 /// A text that has grown beyond this is not written into the log whole when a value of it is refused.
-constexpr qint64 kMaxLoggedBytes = 64 * 1024;
+constexpr qint64 kMaxLoggedBytes = 256 * 1024;
 
-/// Decodes UTF-8 with replacement characters for what is malformed.
-QString decoded(const char *utf8, qsizetype length)
-{
-    // QString would take these bytes at the beginning for a byte order mark and drop them.
-    if (length >= 3 && memcmp(utf8, "\xef\xbb\xbf", 3) == 0)
-        return QChar(0xfeff) + QString::fromUtf8(utf8 + 3, static_cast<int>(length - 3));
-    return QString::fromUtf8(utf8, static_cast<int>(length));
-}
+/// A container gets room at once for as many elements as its predecessor at the same depth had, up to this bound: rows
+/// are alike, and what a hostile text can waste stays small.
+constexpr int kMostForeseen = 64;
+
+/// Texts of one message behind which repetition is worth looking for.
+constexpr int kTextsBeforeCache = 64;
 
 } // namespace
 
@@ -49,7 +48,7 @@ struct Parser::Events {
         case JSON_parser::Event::False:
             return parser.attach(QAny(false));
         case JSON_parser::Event::String:
-            return parser.attach(QAny(decoded(value.text, value.length)));
+            return parser.attach(QAny(parser.text(value.text, value.length)));
         case JSON_parser::Event::Key:
             return parser.takeKey(value.text, value.length);
         }
@@ -82,12 +81,12 @@ Parser::Feed Parser::advance(const char *bytes, qsizetype length, bool stopWhenC
         reset();
         m_machine = std::make_unique<JSON_parser>(&Events::take, this);
     }
+    m_fed += length;
     const JSON_parser::Outcome outcome = m_machine->feed(bytes, length, stopWhenComplete, taken);
     if (outcome == JSON_parser::Outcome::Rejected) {
         reset();
         return Rejected;
     }
-    m_fed += *taken;
     return outcome == JSON_parser::Outcome::Complete ? Complete : NeedsMore;
 }
 
@@ -99,17 +98,24 @@ bool Parser::finish()
         reset();
         return false;
     }
-    m_machine.reset();
-    clearKey();
+    endText();
     return true;
 }
 
 void Parser::reset()
 {
-    m_machine.reset();
+    endText();
     m_open.clear();
-    clearKey();
     m_root.clear();
+}
+
+/// Drops all but what was read.
+void Parser::endText()
+{
+    m_machine.reset();
+    m_textCache.reset();
+    clearKey();
+    m_texts = 0;
     m_fed = 0;
 }
 
@@ -117,6 +123,17 @@ void Parser::clearKey()
 {
     m_key.clear();
     m_sharedKey = nullptr;
+}
+
+QString Parser::text(const char *utf8, qsizetype length)
+{
+    if (m_texts < kTextsBeforeCache) {
+        ++m_texts;
+        return decoded(utf8, length);
+    }
+    if (!m_textCache)
+        m_textCache = std::make_unique<TextCache>();
+    return m_textCache->text(utf8, length);
 }
 
 bool Parser::attach(QAny &&value)
@@ -141,7 +158,8 @@ bool Parser::attach(QAny &&value)
 
 bool Parser::open(QAny::Type type)
 {
-    QAny container(type);
+    static_assert(kMaxDepth >= JSON_parser::kMaxDepth, "one count for each depth");
+    QAny container = QAny::sized(type, m_usualCount[m_open.size()]);
     if (!attach(QAny(container)))
         return false;
     m_open.push_back(std::move(container));
@@ -154,7 +172,9 @@ bool Parser::close(QAny::Type type, const char *mismatch)
         complaint() << mismatch;
         return false;
     }
+    const int count = m_open.back().count();
     m_open.pop_back();
+    m_usualCount[m_open.size()] = static_cast<quint8>(qMin(count, kMostForeseen));
     return true;
 }
 
@@ -174,10 +194,12 @@ QDebug Parser::complaint() const
 {
     QDebug line = qDebug();
     line << "Parser::parse()";
-    if (m_fed <= kMaxLoggedBytes)
+    if (m_fed <= kMaxLoggedBytes) {
         line << m_root;
-    else
-        line << "QAny<" << m_root.typeName() << ">, too long to show";
+    } else {
+        line.nospace() << "QAny<" << m_root.typeName() << ">, too long to show ";
+        line.setAutoInsertSpaces(true);
+    }
     return line;
 }
 

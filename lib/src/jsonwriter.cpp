@@ -1,6 +1,8 @@
 #include "qany.h"
 
+#include <QtAlgorithms>
 #include <cfloat>
+
 #include <charconv>
 #include <cmath>
 #include <limits>
@@ -107,19 +109,31 @@ template <typename Unit> const ushort *copyPlain(const ushort *p, const ushort *
     const __m128i quotes = _mm_set1_epi8('"');
     const __m128i backslashes = _mm_set1_epi8('\\');
     const __m128i lastEscapedControls = _mm_set1_epi8('\r');
-    for (; end - p >= step; p += step) {
+    while (end - p >= step) {
         const __m128i units = _mm_loadu_si128(reinterpret_cast<const __m128i *>(p));
         const __m128i ascii = _mm_cmpeq_epi16(_mm_and_si128(units, beyondAscii), _mm_setzero_si128());
         const __m128i bytes = _mm_packus_epi16(units, units);
         const __m128i controls = _mm_cmpeq_epi8(_mm_min_epu8(bytes, lastEscapedControls), bytes);
         const __m128i marks = _mm_or_si128(_mm_cmpeq_epi8(bytes, quotes), _mm_cmpeq_epi8(bytes, backslashes));
-        if (_mm_movemask_epi8(ascii) != 0xffff || _mm_movemask_epi8(_mm_or_si128(controls, marks)) != 0)
-            break;
+        // One bit for each unit that must not be copied. The block is stored whole: there is room, and what lies behind
+        // the first such unit is written again.
+        const int wide = ~_mm_movemask_epi8(_mm_packs_epi16(ascii, ascii)) & 0xff;
+        const int stops = wide | (_mm_movemask_epi8(_mm_or_si128(controls, marks)) & 0xff);
         if constexpr (sizeof(Unit) == 1)
             _mm_storel_epi64(reinterpret_cast<__m128i *>(*out), bytes);
         else
             _mm_storeu_si128(reinterpret_cast<__m128i *>(*out), units);
+        if (stops != 0) {
+            const auto plain = qCountTrailingZeroBits(static_cast<quint32>(stops));
+            *out += plain;
+            p += plain;
+            if (*p >= 128 || kEscapes.letter[*p] != 0)
+                return p;
+            *(*out)++ = static_cast<Unit>(*p++); // a control character that is not escaped
+            continue;
+        }
         *out += step;
+        p += step;
     }
 #endif
     for (; p != end && *p < 128 && kEscapes.letter[*p] == 0; ++p)

@@ -5,34 +5,41 @@
 #include <QAtomicInt>
 #include <QDebug>
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
 #include <memory>
 
-/// The values of a List or Hash in blocks: growing adds a block and moves nothing, so that references stay valid.
-/// The first block holds m_firstCapacity values, each further one as many as all before it.
-class QAny::Store
+/// What List and Hash have in common: the reference count and the values, which lie in blocks, so that growing adds a
+/// block and moves nothing: references stay valid. The first block holds m_firstCapacity values and lies behind the
+/// record itself where their number was known; each further one holds as many as all before it.
+class QAny::Record
 {
 public:
-    Store() = default;
-    Store(const Store &) = delete;
-    Store &operator=(const Store &) = delete;
-    ~Store()
+    Record(const Record &) = delete;
+    Record &operator=(const Record &) = delete;
+
+    /// Makes a record whose first block lies behind it; destroy() ends it.
+    template <typename R> static R *create(int capacity)
     {
-        for (int i = 0; i < m_count; ++i)
-            at(i).~QAny();
-        ::operator delete(m_first);
-        if (m_further) {
-            for (int k = 0; k < kMaxBlocks; ++k)
-                ::operator delete(m_further[static_cast<size_t>(k)]);
-        }
+        const size_t size = sizeof(R) + sizeof(QAny) * static_cast<size_t>(capacity);
+        auto *record = new (::operator new(size)) R;
+        record->m_first = capacity > 0 ? blockBehind(record) : nullptr;
+        record->m_firstCapacity = record->m_capacity = capacity;
+        return record;
+    }
+    template <typename R> static void destroy(R *record)
+    {
+        record->clear(blockBehind(record));
+        record->~R();
+        ::operator delete(record);
     }
 
     int count() const { return m_count; }
     QAny &at(int i) { return i < m_firstCapacity ? m_first[i] : further(i); }
-    const QAny &at(int i) const { return const_cast<Store *>(this)->at(i); }
+    const QAny &at(int i) const { return const_cast<Record *>(this)->at(i); }
 
-    /// Only an empty store can still choose the size of its first block.
+    /// Only an empty record can still choose the size of its first block.
     void reserve(int count)
     {
         if (!m_first && count > 0)
@@ -41,8 +48,8 @@ public:
 
     template <typename... Args> QAny &emplace(Args &&...args)
     {
-        if (m_count >= m_firstCapacity)
-            prepare(m_count);
+        if (m_count == m_capacity)
+            addBlock();
         auto *place = new (static_cast<void *>(&at(m_count))) QAny(std::forward<Args>(args)...);
         ++m_count;
         return *place;
@@ -54,63 +61,79 @@ public:
         at(m_count).~QAny();
     }
 
+    QAtomicInt references{1};
+
+protected:
+    Record() = default;
+    ~Record() = default;
+
 private:
-    static constexpr int kMinCapacity = 8;
-    static constexpr int kMaxBlocks = 32;
+    static constexpr int kMinCapacity = 4;
+
+    template <typename R> static QAny *blockBehind(R *record) { return reinterpret_cast<QAny *>(record + 1); }
+
+    static QAny *allocate(int capacity)
+    {
+        return static_cast<QAny *>(::operator new(sizeof(QAny) * static_cast<size_t>(capacity)));
+    }
 
     void allocateFirst(int capacity)
     {
-        m_first = static_cast<QAny *>(::operator new(sizeof(QAny) * static_cast<size_t>(capacity)));
-        m_firstCapacity = capacity;
+        m_first = allocate(capacity);
+        m_firstCapacity = m_capacity = capacity;
     }
 
-    static int blockOf(int i, int firstCapacity, qint64 *blockStart)
-    {
-        int block = 0;
-        *blockStart = firstCapacity;
-        while (i >= *blockStart * 2) {
-            *blockStart *= 2;
-            ++block;
-        }
-        return block;
-    }
+    /// Number of the further block that begins at or before this position, counted from 0.
+    int blockOf(int i) const { return 31 - static_cast<int>(qCountLeadingZeroBits(quint32(i / m_firstCapacity))); }
 
     QAny &further(int i)
     {
-        qint64 start = 0;
-        const int block = blockOf(i, m_firstCapacity, &start);
-        return m_further[static_cast<size_t>(block)][i - start];
+        const int block = blockOf(i);
+        return m_further[static_cast<size_t>(block)][i - (m_firstCapacity << block)];
     }
 
-    void prepare(int i)
+    void addBlock()
     {
         if (!m_first) {
             allocateFirst(kMinCapacity);
             return;
         }
-        if (!m_further)
-            m_further = std::make_unique<QAny *[]>(kMaxBlocks);
-        qint64 start = 0;
-        QAny *&block = m_further[static_cast<size_t>(blockOf(i, m_firstCapacity, &start))];
-        if (!block)
-            block = static_cast<QAny *>(::operator new(sizeof(QAny) * static_cast<size_t>(start)));
+        // The table of blocks doubles its size; the blocks stay where they are.
+        const int block = blockOf(m_capacity);
+        if ((block & (block - 1)) == 0) {
+            auto table = std::make_unique<QAny *[]>(static_cast<size_t>(qMax(1, block * 2)));
+            std::copy_n(m_further.get(), block, table.get());
+            m_further = std::move(table);
+        }
+        m_further[static_cast<size_t>(block)] = allocate(m_capacity);
+        m_capacity *= 2;
     }
 
-    QAny *m_first = nullptr;
-    int m_firstCapacity = 0;
+    void clear(const QAny *behind)
+    {
+        for (int i = 0, end = qMin(m_count, m_firstCapacity); i < end; ++i)
+            m_first[i].~QAny();
+        if (m_first && m_first != behind)
+            ::operator delete(m_first);
+        for (int start = m_firstCapacity, block = 0; start < m_capacity; start *= 2, ++block) {
+            QAny *values = m_further[static_cast<size_t>(block)];
+            for (int i = 0, end = qMin(m_count - start, start); i < end; ++i)
+                values[i].~QAny();
+            ::operator delete(values);
+        }
+    }
+
     int m_count = 0;
+    int m_capacity = 0;
+    int m_firstCapacity = 0;
+    QAny *m_first = nullptr;
     std::unique_ptr<QAny *[]> m_further;
 };
 
-struct QAny::ListRecord {
-    QAtomicInt references{1};
-    Store values;
+struct QAny::ListRecord : Record {
 };
 
-struct QAny::HashRecord {
-    HashRecord() = default;
-    HashRecord(const HashRecord &) = delete;
-    HashRecord &operator=(const HashRecord &) = delete;
+struct QAny::HashRecord : Record {
     ~HashRecord()
     {
         if (!keys->isShared())
@@ -118,7 +141,7 @@ struct QAny::HashRecord {
     }
 
     /// Appends a key that is not present yet.
-    QAny &add(const QString &key, QAny value)
+    QAny &add(const QString &key, QAny &&value)
     {
         if (KeySet::Data *grown = keys->isShared() ? keys->next(key) : nullptr) {
             keys = grown;
@@ -126,7 +149,7 @@ struct QAny::HashRecord {
             ownKeys();
             keys->append(key);
         }
-        return values.emplace(std::move(value));
+        return emplace(std::move(value));
     }
 
     void ownKeys()
@@ -135,9 +158,7 @@ struct QAny::HashRecord {
             keys = keys->privateCopy();
     }
 
-    QAtomicInt references{1};
     KeySet::Data *keys = KeySet::Data::empty();
-    Store values;
 };
 
 QAny::QAny(Type type) : m_type(type)
@@ -156,46 +177,56 @@ QAny::QAny(Type type) : m_type(type)
         new (&m_data.text) QString;
         break;
     case List:
-        m_data.list = new ListRecord;
+        m_data.list = Record::create<ListRecord>(0);
         break;
     case Hash:
-        m_data.hash = new HashRecord;
+        m_data.hash = Record::create<HashRecord>(0);
         break;
     }
 }
 
-QAny::QAny(const QStringList &texts) : QAny(List)
+QAny::QAny(const QStringList &texts) : QAny(sized(List, texts.size()))
 {
-    reserve(texts.size());
     for (const QString &text : texts)
-        m_data.list->values.emplace(text);
+        m_data.list->emplace(text);
 }
 
-QAny::QAny(std::initializer_list<std::pair<QString, QAny>> entries) : QAny(Hash)
+QAny::QAny(std::initializer_list<std::pair<QString, QAny>> entries)
+    : QAny(sized(Hash, static_cast<int>(entries.size())))
 {
-    reserve(static_cast<int>(entries.size()));
     for (const auto &[key, value] : entries)
         insert(key, value);
 }
 
 QAny QAny::list(std::initializer_list<QAny> elements)
 {
-    QAny result(List);
-    result.reserve(static_cast<int>(elements.size()));
+    QAny result = sized(List, static_cast<int>(elements.size()));
     for (const QAny &element : elements)
         result.append(element);
     return result;
 }
 
+QAny QAny::sized(Type type, int capacity)
+{
+    QAny result;
+    if (type == List)
+        result.m_data.list = Record::create<ListRecord>(capacity);
+    else if (type == Hash)
+        result.m_data.hash = Record::create<HashRecord>(capacity);
+    else
+        return QAny(type);
+    result.m_type = type;
+    return result;
+}
+
 QAny QAny::record(const KeySet &keys)
 {
-    QAny result(Hash);
+    const int count = keys.count();
+    QAny result = sized(Hash, count);
     HashRecord &hash = *result.m_data.hash;
     hash.keys = keys.m_data->isShared() ? keys.m_data : keys.m_data->privateCopy();
-    const int count = hash.keys->count();
-    hash.values.reserve(count);
     for (int i = 0; i < count; ++i)
-        hash.values.emplace();
+        hash.emplace();
     return result;
 }
 
@@ -254,11 +285,11 @@ void QAny::releasePayload() noexcept
     case List:
         // The only handle left needs no atomic step to know it.
         if (m_data.list->references.loadAcquire() == 1 || !m_data.list->references.deref())
-            delete m_data.list;
+            Record::destroy(m_data.list);
         break;
     case Hash:
         if (m_data.hash->references.loadAcquire() == 1 || !m_data.hash->references.deref())
-            delete m_data.hash;
+            Record::destroy(m_data.hash);
         break;
     default:
         break;
@@ -372,9 +403,9 @@ int QAny::count() const
     case String:
         return m_data.text.size();
     case List:
-        return m_data.list->values.count();
+        return m_data.list->count();
     case Hash:
-        return m_data.hash->values.count();
+        return m_data.hash->count();
     default:
         return 0;
     }
@@ -385,7 +416,7 @@ QList<QAny> QAny::toList() const
     QList<QAny> result;
     if (m_type != List)
         return result;
-    const Store &values = m_data.list->values;
+    const Record &values = *m_data.list;
     result.reserve(values.count());
     for (int i = 0; i < values.count(); ++i)
         result.append(values.at(i));
@@ -398,9 +429,9 @@ QHash<QString, QAny> QAny::toHash() const
     if (m_type != Hash)
         return result;
     const HashRecord &hash = *m_data.hash;
-    result.reserve(hash.values.count());
-    for (int i = 0; i < hash.values.count(); ++i)
-        result.insert(hash.keys->at(i), hash.values.at(i));
+    result.reserve(hash.count());
+    for (int i = 0; i < hash.count(); ++i)
+        result.insert(hash.keys->at(i), hash.at(i));
     return result;
 }
 
@@ -419,16 +450,16 @@ QStringList QAny::keys() const
 void QAny::reserve(int count)
 {
     if (m_type == List)
-        m_data.list->values.reserve(count);
+        m_data.list->reserve(count);
     else if (m_type == Hash)
-        m_data.hash->values.reserve(count);
+        m_data.hash->reserve(count);
 }
 
 bool QAny::append(const QAny &value)
 {
     if (m_type != List)
         return false;
-    m_data.list->values.emplace(value);
+    m_data.list->emplace(value);
     return true;
 }
 
@@ -436,7 +467,7 @@ bool QAny::append(QAny &&value)
 {
     if (m_type != List)
         return false;
-    m_data.list->values.emplace(std::move(value));
+    m_data.list->emplace(std::move(value));
     return true;
 }
 
@@ -445,22 +476,26 @@ bool QAny::insert(const QString &key, QAny &&value)
     if (m_type != Hash)
         return false;
     HashRecord &hash = *m_data.hash;
-    const KeySet::Data *expected = hash.keys->expectedNext();
-    const bool isExpected = expected && expected->at(expected->count() - 1) == key;
-    const int position = isExpected ? -1 : hash.keys->indexOf(key);
+    KeySet::Data *expected = hash.keys->expectedNext();
+    if (expected && &expected->lastKey() == &key) {
+        hash.keys = expected;
+        hash.emplace(std::move(value));
+        return true;
+    }
+    const int position = expected && expected->lastKey() == key ? -1 : hash.keys->indexOf(key);
     if (position >= 0)
-        hash.values.at(position) = std::move(value);
+        hash.at(position) = std::move(value);
     else
         hash.add(key, std::move(value));
     return true;
 }
 
-bool QAny::insert(int index, const QAny &value)
+bool QAny::insert(int index, QAny value)
 {
     if (m_type != List || index < 0 || index > count())
         return false;
-    Store &values = m_data.list->values;
-    values.emplace(value);
+    Record &values = *m_data.list;
+    values.emplace(std::move(value));
     for (int i = values.count() - 1; i > index; --i)
         values.at(i).swap(values.at(i - 1));
     return true;
@@ -502,8 +537,8 @@ bool QAny::remove(const QString &key)
         return false;
     hash.ownKeys();
     hash.keys->removeAt(position);
-    hash.values.at(position).swap(hash.values.at(hash.values.count() - 1));
-    hash.values.removeLast();
+    hash.at(position).swap(hash.at(hash.count() - 1));
+    hash.removeLast();
     return true;
 }
 
@@ -513,7 +548,7 @@ bool QAny::remove(int index)
         return remove(QString::number(index));
     if (m_type != List || index < 0 || index >= count())
         return false;
-    Store &values = m_data.list->values;
+    Record &values = *m_data.list;
     for (int i = index; i + 1 < values.count(); ++i)
         values.at(i).swap(values.at(i + 1));
     values.removeLast();
@@ -538,7 +573,7 @@ const QAny &QAny::lookup(const QString &key) const
 {
     if (m_type == Hash) {
         const int position = m_data.hash->keys->indexOf(key);
-        return position >= 0 ? m_data.hash->values.at(position) : sharedNull();
+        return position >= 0 ? m_data.hash->at(position) : sharedNull();
     }
     int index = 0;
     if (m_type == List && parseIndex(key, &index) && index >= 0 && index < count())
@@ -564,7 +599,7 @@ void QAny::becomeHash()
 
 QAny *QAny::growTo(int index)
 {
-    Store &values = m_data.list->values;
+    Record &values = *m_data.list;
     while (values.count() <= index)
         values.emplace();
     return &values.at(index);
@@ -603,7 +638,7 @@ QAny &QAny::operator[](const QString &key)
     if (m_type == Hash) {
         HashRecord &hash = *m_data.hash;
         const int position = hash.keys->indexOf(key);
-        return position >= 0 ? hash.values.at(position) : hash.add(key, QAny());
+        return position >= 0 ? hash.at(position) : hash.add(key, {});
     }
     int index = 0;
     if (m_type == List && parseIndex(key, &index) && index >= 0)
@@ -625,7 +660,7 @@ const QAny &QAny::at(int position) const
 {
     Q_ASSERT(m_type == List || m_type == Hash);
     Q_ASSERT(position >= 0 && position < count());
-    return m_type == List ? m_data.list->values.at(position) : m_data.hash->values.at(position);
+    return m_type == List ? m_data.list->at(position) : m_data.hash->at(position);
 }
 
 QAny &QAny::slot(int position)
@@ -648,18 +683,16 @@ bool QAny::sharesRecordWith(const QAny &other) const
 void QAny::copyRecord(const ListRecord *l1, ListRecord *l2)
 {
     Q_ASSERT(l1 && l2);
-    l2->values.reserve(l1->values.count());
-    for (int i = 0; i < l1->values.count(); ++i)
-        l2->values.emplace(l1->values.at(i).deepCopy());
+    for (int i = 0; i < l1->count(); ++i)
+        l2->emplace(l1->at(i).deepCopy());
 }
 
 void QAny::copyRecord(const HashRecord *h1, HashRecord *h2)
 {
     Q_ASSERT(h1 && h2);
     h2->keys = h1->keys->isShared() ? h1->keys : h1->keys->privateCopy();
-    h2->values.reserve(h1->values.count());
-    for (int i = 0; i < h1->values.count(); ++i)
-        h2->values.emplace(h1->values.at(i).deepCopy());
+    for (int i = 0; i < h1->count(); ++i)
+        h2->emplace(h1->at(i).deepCopy());
 }
 
 QAny QAny::deepCopy() const
@@ -673,12 +706,12 @@ QAny QAny::deepCopy() const
     case String:
         return *this;
     case List: {
-        QAny copy(List);
+        QAny copy = sized(List, count());
         copyRecord(m_data.list, copy.m_data.list);
         return copy;
     }
     case Hash: {
-        QAny copy(Hash);
+        QAny copy = sized(Hash, count());
         copyRecord(m_data.hash, copy.m_data.hash);
         return copy;
     }
@@ -741,18 +774,8 @@ const QString *QAny::expectedKey(const char *utf8, int length) const
 {
     if (m_type != Hash)
         return nullptr;
-    const KeySet::Data *expected = m_data.hash->keys->expectedNext();
-    if (!expected)
-        return nullptr;
-    const QString &key = expected->at(expected->count() - 1);
-    if (key.size() != length)
-        return nullptr;
-    for (int i = 0; i < length; ++i) {
-        const auto byte = static_cast<uchar>(utf8[i]);
-        if (byte >= 0x80 || key.at(i).unicode() != byte)
-            return nullptr;
-    }
-    return &key;
+    const KeySet::Data *next = m_data.hash->keys->known(utf8, length);
+    return next ? &next->lastKey() : nullptr;
 }
 
 QDebug operator<<(QDebug stream, const QAny &value)

@@ -1,28 +1,90 @@
 #include "qanykeyset.h"
 
 #include <QHashFunctions>
+#include <QRandomGenerator>
 
 #include <algorithm>
-#include <map>
-#include <memory>
+#include <cstring>
 #include <mutex>
-#include <utility>
 
-namespace {
-
-/// The tree of shared key sets; edges are the keys.
-struct SharedSets {
-    std::mutex mutex;
-    std::map<std::pair<const QAny::KeySet::Data *, QString>, QAny::KeySet::Data *> grown;
-};
-
-SharedSets &sharedSets()
+/// The tree of shared key sets: finds the set that grew from a given one by a given key. Finding takes no lock.
+class SharedKeySets
 {
-    static auto *sets = new SharedSets; // outlives every value, also those of static storage
-    return *sets;
-}
+public:
+    using Data = QAny::KeySet::Data;
 
-} // namespace
+    static SharedKeySets &instance()
+    {
+        static auto *sets = new SharedKeySets; // outlives every value, also those of static storage
+        return *sets;
+    }
+
+    /// Unit is a byte of ASCII text or a UTF-16 unit; both give the same number for the same text.
+    template <typename Unit> quint32 hashOf(const Unit *text, int length) const
+    {
+        quint64 hash = m_seed;
+        for (int i = 0; i < length; ++i)
+            hash = (hash ^ text[i]) * kMixer;
+        return static_cast<quint32>(hash >> 32);
+    }
+    quint32 hashOf(const QString &key) const
+    {
+        return hashOf(reinterpret_cast<const ushort *>(key.constData()), key.size());
+    }
+
+    template <typename Equals> Data *find(const Data *parent, quint32 hash, Equals equals) const
+    {
+        for (size_t slot = slotOf(parent, hash);; slot = (slot + 1) % kSlots) {
+            Data *found = m_slots[slot].load(std::memory_order_acquire);
+            if (!found || (found->m_parent == parent && found->m_lastHash == hash && equals(*found)))
+                return found;
+        }
+    }
+
+    /// Null when there are as many sets as there may be.
+    Data *findOrAdd(const Data *parent, const QString &key)
+    {
+        const quint32 hash = hashOf(key);
+        const auto equals = [&key](const Data &other) { return other.lastKey() == key; };
+        if (Data *found = find(parent, hash, equals))
+            return found;
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        if (Data *found = find(parent, hash, equals))
+            return found; // added by another thread meanwhile
+        if (m_count == Data::kMaxSharedSets)
+            return nullptr;
+        ++m_count;
+        auto *added = new Data(true);
+        added->m_keys.reserve(parent->m_keys.size() + 1);
+        added->m_keys = parent->m_keys;
+        added->m_keys.push_back(key);
+        added->rebuildIndex();
+        added->m_parent = parent;
+        added->m_lastHash = hash;
+        if (std::all_of(key.begin(), key.end(), [](QChar c) { return c.unicode() < 0x80; }))
+            added->m_lastAscii = key.toStdString();
+        size_t slot = slotOf(parent, hash);
+        while (m_slots[slot].load(std::memory_order_relaxed))
+            slot = (slot + 1) % kSlots;
+        m_slots[slot].store(added, std::memory_order_release);
+        return added;
+    }
+
+private:
+    static constexpr size_t kSlots = 2 * Data::kMaxSharedSets; // always some free ones, where a search ends
+    static constexpr quint64 kMixer = 0x9e3779b97f4a7c15u;
+
+    static size_t slotOf(const Data *parent, quint32 hash)
+    {
+        const quint64 mixed = (static_cast<quint64>(reinterpret_cast<quintptr>(parent)) ^ hash) * kMixer;
+        return static_cast<size_t>(mixed >> 32) % kSlots;
+    }
+
+    std::mutex m_mutex;
+    int m_count = 0;
+    const quint64 m_seed = QRandomGenerator::global()->generate64(); // peers shall not be able to foresee collisions
+    std::atomic<Data *> m_slots[kSlots] = {};
+};
 
 QAny::KeySet::Data *QAny::KeySet::Data::empty()
 {
@@ -64,26 +126,31 @@ int QAny::KeySet::Data::indexOf(const QString &key) const
 
 QAny::KeySet::Data *QAny::KeySet::Data::next(const QString &key)
 {
-    if (Data *expected = expectedNext(); expected && expected->m_keys.back() == key)
+    if (Data *expected = expectedNext(); expected && expected->lastKey() == key)
         return expected;
     if (count() >= kMaxSharedKeys || key.size() > kMaxSharedKeyLength)
         return nullptr;
-    SharedSets &sets = sharedSets();
-    const std::lock_guard<std::mutex> lock(sets.mutex);
-    Data *&grown = sets.grown[{this, key}];
-    if (!grown) {
-        if (sets.grown.size() > static_cast<size_t>(kMaxSharedSets)) {
-            sets.grown.erase({this, key});
-            return nullptr;
-        }
-        grown = new Data(true);
-        grown->m_keys.reserve(m_keys.size() + 1);
-        grown->m_keys = m_keys;
-        grown->m_keys.push_back(key);
-        grown->rebuildIndex();
-    }
-    m_expected.store(grown, std::memory_order_release);
+    Data *grown = SharedKeySets::instance().findOrAdd(this, key);
+    if (grown)
+        m_expected.store(grown, std::memory_order_release);
     return grown;
+}
+
+QAny::KeySet::Data *QAny::KeySet::Data::known(const char *utf8, int length)
+{
+    if (!m_shared || length <= 0 || length > kMaxSharedKeyLength)
+        return nullptr;
+    const auto equals = [utf8, length](const Data &other) {
+        return other.m_lastAscii.size() == static_cast<size_t>(length) &&
+               memcmp(other.m_lastAscii.data(), utf8, static_cast<size_t>(length)) == 0;
+    };
+    if (Data *expected = expectedNext(); expected && equals(*expected))
+        return expected;
+    const SharedKeySets &sets = SharedKeySets::instance();
+    Data *found = sets.find(this, sets.hashOf(reinterpret_cast<const uchar *>(utf8), length), equals);
+    if (found)
+        m_expected.store(found, std::memory_order_release);
+    return found;
 }
 
 void QAny::KeySet::Data::append(const QString &key)

@@ -3,6 +3,7 @@
 #include "qany.h"
 
 #include <atomic>
+#include <string>
 #include <vector>
 
 /// The keys of a hash, in order, with an index once they are many. Either shared (made by the process-wide tree of
@@ -26,8 +27,12 @@ public:
     const QString &at(int position) const { return m_keys[static_cast<size_t>(position)]; }
     int indexOf(const QString &key) const;
 
+    const QString &lastKey() const { return m_keys.back(); }
+
     /// The shared set of these keys and this further one, which must be new; null beyond the bounds.
     Data *next(const QString &key);
+    /// The same for an ASCII key by its bytes; null also when there is no such set yet.
+    Data *known(const char *utf8, int length);
     /// The set that grew last from this one, or null. Its last key is the likeliest next one.
     Data *expectedNext() const { return m_expected.load(std::memory_order_acquire); }
 
@@ -38,6 +43,8 @@ public:
 private:
     static constexpr int kLinearKeys = 8;
 
+    friend class SharedKeySets;
+
     explicit Data(bool shared) : m_shared(shared) {}
     static uint hashOf(const QString &key);
     void rebuildIndex();
@@ -46,5 +53,8 @@ private:
     std::vector<QString> m_keys;
     std::vector<qint32> m_index; // open addressing, -1 = free; empty while the keys are few
     std::atomic<Data *> m_expected{nullptr};
+    const Data *m_parent = nullptr; // of a shared set: the one without the last key
+    quint32 m_lastHash = 0;         // the hash of that key
+    std::string m_lastAscii;        // and its bytes; empty when it is not all ASCII
     const bool m_shared;
 };

@@ -72,7 +72,8 @@ QVariant QAny::toVariant() const
     case Double:
         return asDouble();
     case String:
-        return asString();
+        // A null text would become NULL where the variant is bound to a statement.
+        return asString().isNull() ? QString(QLatin1String("")) : asString();
     case List: {
         QVariantList result;
         result.reserve(count());

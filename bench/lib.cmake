@@ -1,0 +1,2 @@
+# Values and JSON.
+zuk_bench(bench_json zuk_values)

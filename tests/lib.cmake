@@ -1,0 +1,3 @@
+# Values and JSON.
+zuk_test(tst_qany zuk_values)
+zuk_test(tst_json zuk_values)
