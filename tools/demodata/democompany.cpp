@@ -194,6 +194,8 @@ private:
     std::vector<DemoWorker> m_workers;
 };
 
+} // namespace
+
 QString faultOf(const DemoOptions &options)
 {
     if (options.employees < 1 || options.employees > kMaxEmployees)
@@ -204,8 +206,6 @@ QString faultOf(const DemoOptions &options)
         return QStringLiteral("the period must not be longer than %1 days").arg(kMaxDays);
     return {};
 }
-
-} // namespace
 
 QString generateDemoCompany(DataBase &database, const DemoOptions &options, DemoSummary *summary)
 {

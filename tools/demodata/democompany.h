@@ -20,6 +20,9 @@ struct DemoSummary {
     int metaEvents = 0;
 };
 
+/// What makes no sense in the options; empty when nothing does.
+QString faultOf(const DemoOptions &options);
+
 /// Employees with their schedules, rules, shifts, punches, absences and balances over the days of the options, with a
 /// calendar: in one transaction, times local to the process's time zone. The same options give the same rows.
 ///

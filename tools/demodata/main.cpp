@@ -104,8 +104,9 @@ int main(int argc, char *argv[])
     QTextStream err(stderr);
     QLoggingCategory::setFilterRules(QStringLiteral("*.debug=false"));
     const Arguments arguments(application);
-    if (!arguments.fault().isEmpty()) {
-        err << "demodata: " << arguments.fault() << Qt::endl;
+    const QString wrong = arguments.fault().isEmpty() ? faultOf(arguments.options()) : arguments.fault();
+    if (!wrong.isEmpty()) {
+        err << "demodata: " << wrong << Qt::endl;
         return kWrongUsage;
     }
     QElapsedTimer timer;
