@@ -1,0 +1,226 @@
+// The calculation against reading the same rows, its growth with the company, and one employee's month in companies
+// of very different size.
+
+#include "alternating.h"
+#include "database.h"
+#include "democompany.h"
+#include "dialogcalc3.h"
+#include "qany.h"
+#include "webmetods.h"
+
+#include <benchmark/benchmark.h>
+
+#include <QCoreApplication>
+#include <QFile>
+#include <QSqlQuery>
+#include <QSqlRecord>
+#include <QTemporaryDir>
+
+#include <cstdio>
+#include <memory>
+
+namespace {
+
+constexpr double kCalculationLimit = 12.0; ///< times the bare reading of the same rows
+constexpr double kWebLimit = 1.5;          ///< large company against small one
+constexpr double kMemoryLimitMiB = 1024.0;
+constexpr double kMinPunches = 4.0; ///< per workday of an employee
+constexpr size_t kRounds = 7;
+
+const QDate kMonthStart(2026, 1, 1);
+const QDate kMonthEnd(2026, 1, 31);
+const QDate kToday(2026, 3, 1);
+
+/// A generated company in a file of its own. One at a time is open, on the default connection.
+class Company
+{
+public:
+    Company(const QTemporaryDir &folder, int employees, int months)
+        : m_file(folder.filePath(QStringLiteral("%1x%2.db").arg(employees).arg(months)))
+    {
+        DataBase database(m_file);
+        DemoOptions options;
+        options.employees = employees;
+        options.start = kMonthEnd.addDays(1).addMonths(-months);
+        options.end = kMonthEnd;
+        const QString fault = generateDemoCompany(database, options);
+        if (!fault.isEmpty())
+            qFatal("%s", qPrintable(fault));
+    }
+
+    std::unique_ptr<DataBase> open() const { return std::make_unique<DataBase>(m_file); }
+
+private:
+    QString m_file;
+};
+
+QAny monthRequest()
+{
+    const QString form = QStringLiteral("d.M.yyyy");
+    return QAny{{QStringLiteral("STARTDATE"), kMonthStart.toString(form)},
+                {QStringLiteral("ENDDATE"), kMonthEnd.toString(form)}};
+}
+
+/// Calculates and packs the month; the release of the result is part of it.
+void calculateMonth(DataBase &database)
+{
+    const QAny result = DialogCalc3(database, kToday).recalc(monthRequest());
+    benchmark::DoNotOptimize(result.count());
+}
+
+qint64 readAll(const QString &sql)
+{
+    QSqlQuery query;
+    query.setForwardOnly(true);
+    if (!query.exec(sql))
+        qFatal("%s", qPrintable(sql));
+    const int columns = query.record().count();
+    qint64 rows = 0;
+    for (; query.next(); ++rows) {
+        for (int column = 0; column < columns; ++column)
+            benchmark::DoNotOptimize(query.value(column));
+    }
+    return rows;
+}
+
+/// The rows of all queries of the calculation, with every column.
+qint64 readMonth()
+{
+    constexpr qint64 near = 24 * 3600;
+    const qint64 from = kMonthStart.startOfDay().toSecsSinceEpoch();
+    const qint64 to = kMonthEnd.addDays(1).startOfDay().toSecsSinceEpoch() - 1;
+    readAll(QStringLiteral("SELECT value FROM config where KEY='CALCWTIMES'"));
+    readAll(QStringLiteral("select * from RAZPOREDC where FDATE<=%1 and TDATE>=%2").arg(to + near).arg(from - near));
+    readAll(QStringLiteral("select * from calendar where date>=%1 and date<=%2").arg(from).arg(to));
+    readAll(QStringLiteral(
+        "select employees.ID as USER,FIRSTNAME,LASTNAME,(LASTNAME || ' ' || FIRSTNAME) as NAME,EMPLID,OFFDAYS,STIMUL,"
+        "CALCSET.VALUE as CALCS,WTIMSET.VALUE as WTIM,PRERAZDC,OTHER,TIMEZ from employees"
+        " left join calcset on employees.calcset = calcset.key left join wtimset on employees.wtimset = wtimset.key"
+        " where active=1 order by LASTNAME"));
+    readAll(
+        QStringLiteral("select * from metalog where timestamp>=%1 and timestamp<=%2").arg(from - near).arg(to + near));
+    return readAll(
+        QStringLiteral("select allevents.ID as ID,USER,TYPE,allevents.REMARK as REMARK,TIMESTAMP,ACCESS_CODE as AC,"
+                       "PTIME,IDX,TAG,PARAM,(LASTNAME || ' ' || FIRSTNAME) as NAME,TIMEZ from allevents"
+                       " left join employees on user=employees.id where timestamp>=%1 and timestamp<=%2"
+                       " order by user,timestamp")
+            .arg(from - near)
+            .arg(to + near));
+}
+
+/// Events of an employee on a day that is worked at the terminals, in the median.
+double punchesPerWorkday(DataBase &database)
+{
+    const QAny rows =
+        database.select(QStringLiteral("select count(*) as N from allevents where TYPE='EV'"
+                                       " group by USER, date(TIMESTAMP,'unixepoch','localtime') order by N"));
+    return rows.value(rows.count() / 2).value(QStringLiteral("N")).toDouble();
+}
+
+/// Peak memory of this process; 0 where the system does not tell.
+double peakMiB()
+{
+    QFile status(QStringLiteral("/proc/self/status"));
+    if (!status.open(QIODevice::ReadOnly))
+        return 0;
+    for (const QByteArray &line : status.readAll().split('\n')) {
+        if (line.startsWith("VmHWM:"))
+            return line.mid(6).trimmed().split(' ').first().toDouble() / 1024.0;
+    }
+    return 0;
+}
+
+bool compareWithReading(const QTemporaryDir &folder)
+{
+    const auto database = Company(folder, 1000, 1).open();
+    const double punches = punchesPerWorkday(*database);
+    qint64 rows = 0;
+    const std::vector<double> seconds =
+        alternatingMedians({[&] { calculateMonth(*database); }, [&] { rows = readMonth(); }}, kRounds);
+    const double ratio = seconds[0] / seconds[1];
+    const double memory = peakMiB();
+    std::printf("1,000 employees x 1 month: %lld events (median %.0f punches per workday)\n",
+                static_cast<long long>(rows), punches);
+    std::printf("  calculation with packing %.3f s, bare reading %.3f s: %.2fx (limit %.0fx)\n", seconds[0], seconds[1],
+                ratio, kCalculationLimit);
+    std::printf("  peak memory of the process %.0f MiB (limit %.0f MiB)\n", memory, kMemoryLimitMiB);
+    return ratio <= kCalculationLimit && memory <= kMemoryLimitMiB && punches >= kMinPunches;
+}
+
+void showGrowth(const QTemporaryDir &folder)
+{
+    for (const int employees : {100, 500, 2000}) {
+        const auto database = Company(folder, employees, 1).open();
+        const double seconds = alternatingMedians({[&] { calculateMonth(*database); }}, 3).front();
+        std::printf("  %4d employees x 1 month: %7.1f ms, %.3f ms each\n", employees, seconds * 1e3,
+                    seconds * 1e3 / employees);
+    }
+}
+
+/// One employee's month through the web methods: median of many requests.
+double webMonthSeconds(const Company &company)
+{
+    const auto database = company.open();
+    setDb(database.get());
+    webMetods methods;
+    const QObject peer;
+    const QAny login =
+        methods.request(QAny{{QStringLiteral("type"), QStringLiteral("getUser")},
+                             {QStringLiteral("tag"), QStringLiteral("t")},
+                             {QStringLiteral("data"), QAny{{QStringLiteral("user"), QStringLiteral("ana")},
+                                                           {QStringLiteral("pass"), QStringLiteral("ana")}}}},
+                        &peer);
+    QAny data = monthRequest();
+    data.insert(QStringLiteral("USER"), login.value(QStringLiteral("data")).value(QStringLiteral("idp")));
+    const QAny request{{QStringLiteral("type"), QStringLiteral("getWTime")},
+                       {QStringLiteral("tag"), QStringLiteral("t")},
+                       {QStringLiteral("data"), data}};
+    const double seconds =
+        alternatingMedians({[&] {
+                               const QAny answer = methods.request(request, &peer);
+                               if (!answer.value(QStringLiteral("data")).contains(QStringLiteral("DAYS")))
+                                   qFatal("%s", qPrintable(answer.toJson()));
+                           }},
+                           201)
+            .front();
+    setDb(nullptr);
+    return seconds;
+}
+
+bool compareWebMonth(const QTemporaryDir &folder)
+{
+    const double small = webMonthSeconds(Company(folder, 10, 1));
+    const double large = webMonthSeconds(Company(folder, 1000, 24));
+    std::printf("getWTime of one employee and month: %.2f ms in 10 x 1, %.2f ms in 1,000 x 24: %.2fx (limit %.1fx)\n",
+                small * 1e3, large * 1e3, large / small, kWebLimit);
+    return large / small <= kWebLimit;
+}
+
+void benchCalculation(benchmark::State &state)
+{
+    const QTemporaryDir folder;
+    const auto database = Company(folder, static_cast<int>(state.range(0)), 1).open();
+    for (auto _ : state)
+        calculateMonth(*database);
+    state.SetItemsProcessed(state.iterations() * state.range(0));
+}
+BENCHMARK(benchCalculation)->Arg(100)->Unit(benchmark::kMillisecond);
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    const QCoreApplication application(argc, argv);
+    // The diagnostic lines would be measured too, on a terminal that scrolls.
+    qInstallMessageHandler([](QtMsgType type, const QMessageLogContext &, const QString &text) {
+        if (type == QtFatalMsg)
+            std::fprintf(stderr, "%s\n", qPrintable(text));
+    });
+    const QTemporaryDir folder;
+    bool met = compareWithReading(folder);
+    showGrowth(folder);
+    met = compareWebMonth(folder) && met;
+    benchmark::Initialize(&argc, argv);
+    benchmark::RunSpecifiedBenchmarks();
+    return met ? 0 : 1;
+}

@@ -1,0 +1,1 @@
+zuk_bench(bench_calc zuk_web zuk_demodata)
