@@ -301,7 +301,8 @@ void TestWebMetods::saldoRows()
                         {"CHGDATE", "01.07.2025 09:07"},
                         {"STATUS", "2:Tekoče stanje"},
                         {"REMARK", "letni"}};
-    for (const QString &key : expected.keys())
+    const QStringList keys = expected.keys();
+    for (const QString &key : keys)
         QCOMPARE(row.lookup(key), expected.lookup(key));
     for (const char *key : {"HDLSPENT", "HDTOT", "HDSPENT", "FHOURS"})
         QVERIFY2(row.contains(QString(key)), key);

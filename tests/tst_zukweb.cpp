@@ -103,6 +103,8 @@ void TestZukWeb::wrongUse()
 
 void TestZukWeb::noServer()
 {
+    QCOMPARE(call({"--help"}), 0); // needs none
+    QVERIFY(m_output.contains(QStringLiteral("Examples:")));
     QTcpServer probe;
     QVERIFY(probe.listen(QHostAddress::LocalHost));
     const quint16 port = probe.serverPort();

@@ -7,7 +7,7 @@
 #include <QDir>
 #include <QFile>
 
-int runConsole(QCoreApplication &application)
+int runConsole()
 {
     // Stays empty; where it cannot be made the run goes on without it.
     QFile marker(QStringLiteral("debug.txt"));
@@ -18,7 +18,7 @@ int runConsole(QCoreApplication &application)
     const TerminationWatch watch;
     ServicesStarter starter;
     starter.start();
-    const int result = application.exec();
+    const int result = QCoreApplication::exec();
     starter.stop();
     // What is only scheduled for deletion must not stay behind after the last turn of the loop.
     QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);

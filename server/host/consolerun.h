@@ -1,7 +1,5 @@
 #pragma once
 
-class QCoreApplication;
-
-/// Runs the server in the foreground until it is asked to end. Leaves the marker file "debug.txt" in the directory
-/// of the launch. Returns the process's exit code.
-int runConsole(QCoreApplication &application);
+/// Runs the server of the application object in the foreground until it is asked to end. Leaves the marker file
+/// "debug.txt" in the directory of the launch. Returns the process's exit code.
+int runConsole();

@@ -7,14 +7,14 @@
 
 int main(int argc, char *argv[])
 {
-    QCoreApplication application(argc, argv);
+    const QCoreApplication application(argc, argv);
     QCoreApplication::setOrganizationName(QStringLiteral("ZUK"));
     QCoreApplication::setOrganizationDomain(QStringLiteral("zuk.local"));
     QCoreApplication::setApplicationName(QStringLiteral("ZUK3 server"));
 
     switch (runMode(argc, argv)) {
     case RunMode::Console:
-        return runConsole(application);
+        return runConsole();
     case RunMode::Usage:
         std::fputs(usageText(argv[0]).constData(), stdout);
         return 0;

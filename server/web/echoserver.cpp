@@ -30,12 +30,12 @@ void EchoServer::onNewConnection()
     acceptPending();
 }
 
-void EchoServer::processTextMessage(QString message)
+void EchoServer::processTextMessage(const QString &message)
 {
     answerText(qobject_cast<QWebSocket *>(sender()), message);
 }
 
-void EchoServer::processBinaryMessage(QByteArray message)
+void EchoServer::processBinaryMessage(const QByteArray &message)
 {
     echoBinary(qobject_cast<QWebSocket *>(sender()), message);
 }

@@ -20,8 +20,8 @@ Q_SIGNALS:
 
 private Q_SLOTS:
     void onNewConnection();
-    void processTextMessage(QString message);
-    void processBinaryMessage(QByteArray message);
+    void processTextMessage(const QString &message);
+    void processBinaryMessage(const QByteArray &message);
     void socketDisconnected();
 
 private:

@@ -67,7 +67,9 @@ QString stored(const QAny &)
 }
 
 struct Options {
-    const QCommandLineOption url{QStringLiteral("url"), QStringLiteral("Web address of the server."),
+    const QCommandLineOption help{{QStringLiteral("h"), QStringLiteral("help")}, QStringLiteral("Shows this help.")};
+    const QCommandLineOption url{QStringLiteral("url"),
+                                 QStringLiteral("Web address of the server (ws://127.0.0.1:1233)."),
                                  QStringLiteral("url"), QStringLiteral("ws://127.0.0.1:1233")};
     const QCommandLineOption user{
         {QStringLiteral("u"), QStringLiteral("user")}, QStringLiteral("User name."), QStringLiteral("name")};
@@ -162,13 +164,13 @@ int main(int argc, char *argv[])
     const Options options;
     QCommandLineParser parser;
     parser.setApplicationDescription(QStringLiteral("Asks a ZUK3 server what its employees' web page asks."));
-    const QCommandLineOption help = parser.addHelpOption();
-    parser.addOptions({options.url, options.user, options.password, options.from, options.to, options.employee,
-                       options.pairs, options.code, options.type, options.remark, options.json, options.timeout});
+    parser.addOptions({options.help, options.url, options.user, options.password, options.from, options.to,
+                       options.employee, options.pairs, options.code, options.type, options.remark, options.json,
+                       options.timeout});
     parser.addPositionalArgument(QStringLiteral("command"), QStringLiteral("wtime, presence, saldo or add-meta."));
     if (!parser.parse(QCoreApplication::arguments()))
         return fail(kUsage, parser.errorText());
-    if (parser.isSet(help)) {
+    if (parser.isSet(options.help)) {
         say(stdout, parser.helpText() + QString::fromUtf8(kExamples));
         return kOk;
     }
