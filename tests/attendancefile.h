@@ -2,6 +2,7 @@
 
 #include "database.h"
 
+#include <QDateTime>
 #include <QFile>
 #include <QStringList>
 
@@ -39,4 +40,24 @@ inline QStringList threeEmployees()
         QStringLiteral("insert into USER_ACCESS (IDP,NAME,PASSWORD,ACTIVE) values (6,'bor','geslo',0)"),
         QStringLiteral("insert into USER_ACCESS (IDP,NAME,PASSWORD,ACTIVE) values (7,'cene','geslo',1)"),
     };
+}
+
+/// Unix seconds of a local "yyyy-MM-dd hh:mm".
+inline qint64 unixTime(const QString &local)
+{
+    return QDateTime::fromString(local, QStringLiteral("yyyy-MM-dd hh:mm")).toSecsSinceEpoch();
+}
+
+/// Employee 5 on Monday 3 March 2025, at work from 8:00 to 16:01, and on Tuesday, with an arrival at 8:30 only.
+inline QStringList twoDays()
+{
+    const QString event = QStringLiteral("insert into allevents (USER,TIMESTAMP,ACCESS_CODE,TYPE,TAG) "
+                                         "values (5,%1,'%2','EV',0)");
+    const QString day = QStringLiteral("insert into calendar (DATE,DATESTAMP) values (%1,'')");
+    return {event.arg(unixTime("2025-03-03 08:00")).arg("101:Prihod"),
+            event.arg(unixTime("2025-03-03 16:01")).arg("102:Odhod"),
+            event.arg(unixTime("2025-03-04 08:30")).arg("101:Prihod"),
+            QStringLiteral("delete from calendar"),
+            day.arg(unixTime("2025-03-03 00:00")),
+            day.arg(unixTime("2025-03-04 00:00"))};
 }
