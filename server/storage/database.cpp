@@ -107,15 +107,22 @@ public:
     Failure lastFailure = Failure::None;
 
 private:
+    struct Savepoint {
+        QString begin;
+        QString release;
+        QString rollback;
+    };
+
     void configure();
     void optimize();
     bool succeeded(const char *where, const QSqlError &error);
     bool anyTransactionOpen();
-    static QString savepoint(const QString &verb, size_t level);
+    const Savepoint &savepoint(size_t level);
 
     DataBase *m_database;
     /// The log index at the begin of each open transaction, outermost first: a rollback takes it back too.
     std::vector<qint64> m_logIndexAtBegin;
+    std::vector<Savepoint> m_savepoints;
     /// Why the open transaction can no longer be stored; None while it can.
     Failure m_lost = Failure::None;
     bool m_foreignOpen = false;
@@ -237,9 +244,15 @@ std::optional<QVariant> DataBase::Private::firstValue(const QString &sql, const 
     return result;
 }
 
-QString DataBase::Private::savepoint(const QString &verb, size_t level)
+/// The texts of the savepoint at a level, 1 and up.
+const DataBase::Private::Savepoint &DataBase::Private::savepoint(size_t level)
 {
-    return QStringLiteral("%1 level%2").arg(verb).arg(level);
+    while (m_savepoints.size() < level) {
+        const QString name = QStringLiteral("level%1").arg(m_savepoints.size() + 1);
+        m_savepoints.push_back({QStringLiteral("SAVEPOINT ") + name, QStringLiteral("RELEASE ") + name,
+                                QStringLiteral("ROLLBACK TO ") + name});
+    }
+    return m_savepoints[level - 1];
 }
 
 /// Asks SQLite itself: a second BEGIN is refused, and an empty transaction costs nothing and takes no lock.
@@ -265,7 +278,7 @@ bool DataBase::Private::begin()
         // The write lock is taken here, where waiting for another process is safe.
         begun = runFixed(QStringLiteral("BEGIN IMMEDIATE"));
     } else if (begun) {
-        begun = runFixed(savepoint(QStringLiteral("SAVEPOINT"), m_logIndexAtBegin.size()));
+        begun = runFixed(savepoint(m_logIndexAtBegin.size()).begin);
     }
     if (!begun && m_lost == Failure::None)
         m_lost = lastFailure;
@@ -291,7 +304,7 @@ bool DataBase::Private::end(bool store)
     if (m_lost != Failure::None)
         lastFailure = m_lost;
     else if (store)
-        stored = runFixed(outermost ? QStringLiteral("COMMIT") : savepoint(QStringLiteral("RELEASE"), level));
+        stored = runFixed(outermost ? QStringLiteral("COMMIT") : savepoint(level).release);
     if (!stored) {
         const Failure failure = store ? lastFailure : Failure::None;
         lastLogIndex = indexBefore;
@@ -299,8 +312,7 @@ bool DataBase::Private::end(bool store)
             if (anyTransactionOpen())
                 runFixed(QStringLiteral("ROLLBACK"));
         } else if (m_lost == Failure::None) {
-            const bool undone = runFixed(savepoint(QStringLiteral("ROLLBACK TO"), level)) &&
-                                runFixed(savepoint(QStringLiteral("RELEASE"), level));
+            const bool undone = runFixed(savepoint(level).rollback) && runFixed(savepoint(level).release);
             if (!undone)
                 m_lost = lastFailure;
         }
