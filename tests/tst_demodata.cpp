@@ -1,4 +1,3 @@
-#include "attendanceschema.h"
 #include "database.h"
 #include "democompany.h"
 

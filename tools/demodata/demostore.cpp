@@ -1,8 +1,8 @@
 #include "demostore.h"
 
-#include "attendanceschema.h"
 #include "database.h"
 #include "demoshifts.h"
+#include "importstore.h"
 
 namespace {
 
