@@ -125,6 +125,7 @@ void TestEchoServer::requestCarriesPeer()
     QCOMPARE(requests.count(), 1);
     const QAny request = requests.first().first().value<QAny>();
     QCOMPARE(request.isHash(), hasPeer);
+    QCOMPARE(request.isList(), !hasPeer);
     if (hasPeer) {
         QVERIFY(request.lookup("peer").toString().endsWith(QLatin1String("127.0.0.1")));
         QCOMPARE(request.lookup("port").toInt(), int(client.socket.localPort()));
