@@ -454,6 +454,7 @@ void tst_Json::malformedUtf8_data()
     QTest::newRow("lone continuation") << QByteArray("\x80");
     QTest::newRow("overlong") << QByteArray("\xc0\x80");
     QTest::newRow("overlong slash") << QByteArray("\xe0\x80\xaf");
+    QTest::newRow("overlong four bytes") << QByteArray("\xf0\x8f\xbf\xbf");
     QTest::newRow("surrogate") << QByteArray("\xed\xa0\x80");
     QTest::newRow("beyond Unicode") << QByteArray("\xf4\x90\x80\x80");
     QTest::newRow("five bytes") << QByteArray("\xf8\x88\x80\x80\x80");

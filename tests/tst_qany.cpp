@@ -42,7 +42,7 @@ public:
     QAny m_received;
 
 signals:
-    void sent(const QAny &value);
+    void sent(const QAny &);
 
 public slots:
     QAny answer(const QString &connectionId, const QAny &params)
@@ -316,6 +316,9 @@ void tst_QAny::writableIndex()
     QAny invalid(QAny::Invalid);
     invalid["a"]["b"][1] = true;
     QCOMPARE(invalid.toJson(), QStringLiteral("{\"a\":{\"b\":[null,true]}}"));
+    QAny fromInvalid(QAny::Invalid);
+    fromInvalid[1] = 5;
+    QCOMPARE(fromInvalid, QAny::list({QAny(), 5}));
     QAny hash(QAny::Hash);
     hash[7] = 1;
     hash["new"];
@@ -631,10 +634,12 @@ void tst_QAny::threadsGrowTheSameSets()
     const QAny frozen = expected; // handles may be copied by all
     std::atomic<int> faults{0};
     std::vector<std::thread> threads;
+    threads.reserve(4);
     for (int t = 0; t < 4; ++t) {
         threads.emplace_back([&, t] {
             for (int round = 0; round < 50; ++round) {
-                const QAny handle = frozen;
+                QAny handle(QAny::Invalid);
+                handle = frozen;
                 const QAny same = hashOf("shared", 90);
                 const QAny own = hashOf(QString::number(t * 100 + round) + '_', 20);
                 faults += same.keys() != handle.keys() || own.count() != 20 || same != handle;

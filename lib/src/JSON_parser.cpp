@@ -151,7 +151,7 @@ constexpr Classes makeClasses()
         {'n', LowerN},    {'r', LowerR},     {'s', LowerS},      {'t', LowerT},       {'u', LowerU},
     };
     for (const Named &one : named)
-        classes.of[static_cast<int>(one.byte)] = one.kind;
+        classes.of[static_cast<uchar>(one.byte)] = one.kind;
     return classes;
 }
 
@@ -361,12 +361,12 @@ qint64 integerOf(const char *text, qsizetype length)
     return value;
 }
 
-/// A decimal number taken apart: mantissa · 10^exponent.
+/// A decimal number taken apart: mantissa · 10^exponent. Digits that do not fit are dropped; the mantissa is then far
+/// beyond what a double holds exactly.
 struct Decimal {
     quint64 mantissa = 0;
     qint64 exponent = 0;
-    int digits = 0;    // significant ones in the mantissa
-    bool whole = true; // false when further digits did not fit
+    int digits = 0; // significant ones in the mantissa
     bool negative = false;
 
     Decimal(const char *p, const char *end) : negative(*p == '-')
@@ -388,7 +388,6 @@ private:
     void take(int digit, bool behindPoint)
     {
         if (digits == std::numeric_limits<quint64>::digits10) {
-            whole = false;
             exponent += behindPoint ? 0 : 1;
             return;
         }
@@ -422,7 +421,7 @@ double realOf(const char *text, qsizetype length)
     if (decimal.mantissa == 0)
         return sign * 0.0;
     // Both operands are exact, so that the one rounding is the right one.
-    const bool exact = FLT_EVAL_METHOD == 0 && decimal.whole && decimal.mantissa <= exactMantissa;
+    const bool exact = FLT_EVAL_METHOD == 0 && decimal.mantissa <= exactMantissa;
     if (exact && decimal.exponent >= -exactPower && decimal.exponent <= exactPower) {
         const double mantissa = sign * static_cast<double>(decimal.mantissa);
         return decimal.exponent < 0 ? mantissa / powers[-decimal.exponent] : mantissa * powers[decimal.exponent];
@@ -524,7 +523,6 @@ JSON_parser::Outcome JSON_parser::feed(const char *bytes, qsizetype length, bool
             break;
         case LoneHigh:
             replaceLoneSurrogate();
-            run = p;
             state = InString;
             continue;
         case LoneHighEscape:

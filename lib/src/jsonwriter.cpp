@@ -243,7 +243,7 @@ private:
                     break;
                 if (*p < 128) {
                     *out++ = '\\';
-                    *out++ = static_cast<Unit>(kEscapes.letter[*p++]);
+                    *out++ = static_cast<uchar>(kEscapes.letter[*p++]);
                 } else {
                     p = putWide(p, end, &out);
                 }
@@ -272,11 +272,10 @@ private:
     /// the double nearest to a decimal of at most 14 digits reads as that decimal when rounded to 14 digits.
     bool writeShortDecimal(double value)
     {
-        constexpr double leastPlain = 1e-4; // below it the form has an exponent
-        constexpr double limit = 1e14;
+        constexpr double limit = 1e14; // from here, and below 0.0001, the form has an exponent
         static constexpr int powers[] = {1, 10, 100, 1000, 10000};
         const double size = std::fabs(value);
-        if (FLT_EVAL_METHOD != 0 || !(size >= leastPlain && size < limit))
+        if (FLT_EVAL_METHOD != 0 || !(size < limit))
             return false;
         for (int decimals = 0; decimals <= 4; ++decimals) {
             const double scaled = std::floor(size * powers[decimals] + 0.5);

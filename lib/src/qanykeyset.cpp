@@ -1,11 +1,11 @@
 #include "qanykeyset.h"
 
 #include <QHashFunctions>
+#include <QMutex>
 #include <QRandomGenerator>
 
 #include <algorithm>
 #include <cstring>
-#include <mutex>
 
 /// The tree of shared key sets: finds the set that grew from a given one by a given key. Finding takes no lock.
 class SharedKeySets
@@ -48,7 +48,7 @@ public:
         const auto equals = [&key](const Data &other) { return other.lastKey() == key; };
         if (Data *found = find(parent, hash, equals))
             return found;
-        const std::lock_guard<std::mutex> lock(m_mutex);
+        const QMutexLocker lock(&m_mutex);
         if (Data *found = find(parent, hash, equals))
             return found; // added by another thread meanwhile
         if (m_count == Data::kMaxSharedSets)
@@ -80,7 +80,7 @@ private:
         return static_cast<size_t>(mixed >> 32) % kSlots;
     }
 
-    std::mutex m_mutex;
+    QMutex m_mutex;
     int m_count = 0;
     const quint64 m_seed = QRandomGenerator::global()->generate64(); // peers shall not be able to foresee collisions
     std::atomic<Data *> m_slots[kSlots] = {};
