@@ -98,7 +98,10 @@ private:
     QString m_output;
 };
 
-const QStringList kCreating{QStringLiteral("--create-employees")};
+QStringList creating()
+{
+    return {QStringLiteral("--create-employees")};
+}
 
 } // namespace
 
@@ -297,7 +300,8 @@ void TestZukImport::absences()
                           .arg(seconds / 60 % 60, 2, 10, QLatin1Char('0'));
         },
         [&noReturns](int) { ++noReturns; });
-    for (const QString &punch : punches.split(QStringLiteral(", "))) {
+    const QStringList list = punches.split(QStringLiteral(", "));
+    for (const QString &punch : list) {
         const QStringList parts = punch.split(QRegularExpression(QStringLiteral("[ :]")));
         const qint64 seconds = (parts.at(1).toInt() * 60 + parts.at(2).toInt()) * 60;
         builder.punch(seconds, words.at(words.indexOf(parts.at(0))), 1);
@@ -358,7 +362,7 @@ void TestZukImport::refusedLines()
     QCOMPARE(site.rows(QStringLiteral("select distinct TYPE,TAG,IDX from allevents")), QStringList{"EV 0 0"});
 
     // A bad line creates nobody.
-    QCOMPARE(site.punch("N1,yesterday,IN\n", kCreating), ImportReport::NothingDone);
+    QCOMPARE(site.punch("N1,yesterday,IN\n", creating()), ImportReport::NothingDone);
     QCOMPARE(site.rows(QStringLiteral("select count(*) from employees")), QStringList{"3"});
     // By ID instead of the personal number.
     QCOMPARE(site.punch("9,2026-03-03 08:00,IN\nB8,2026-03-03 08:00,IN\n", {QStringLiteral("--match-id")}),
@@ -369,7 +373,7 @@ void TestZukImport::refusedLines()
 void TestZukImport::repeatedHour()
 {
     Site site;
-    QCOMPARE(site.punch("1,2026-10-25 02:50,IN\n1,2026-10-25 02:10,OUT\n", kCreating), ImportReport::AllImported);
+    QCOMPARE(site.punch("1,2026-10-25 02:50,IN\n1,2026-10-25 02:10,OUT\n", creating()), ImportReport::AllImported);
     QVERIFY(site.output().contains(
         QStringLiteral("note punches.csv:2: 2026-10-25 02:50 was shown twice: taken as the first")));
     QVERIFY(site.output().contains(
@@ -383,7 +387,7 @@ void TestZukImport::repeatedImport()
     // The longer file holds the shorter one, whose last going out it ends.
     const QByteArray begin = "12,2026-03-02 08:00,IN\n12,2026-03-02 08:00,IN\n12,2026-03-02 12:00,LUNCH\n";
     const QStringList more =
-        kCreating + QStringList{"--word", "IN=101", "--word", "OUT=102", "--going-out", "LUNCH=103"};
+        creating() + QStringList{"--word", "IN=101", "--word", "OUT=102", "--going-out", "LUNCH=103"};
     Site site;
     QCOMPARE(site.punch(begin, more), ImportReport::AllImported);
     QVERIFY(site.output().contains(QStringLiteral("note punches.csv:4: did not come back")));
@@ -407,7 +411,7 @@ void TestZukImport::repeatedImport()
 
 void TestZukImport::dryRunChangesNothing()
 {
-    const QStringList more = kCreating + QStringList{"--dry-run", "--calendar", "2026-03-01..2026-03-31"};
+    const QStringList more = creating() + QStringList{"--dry-run", "--calendar", "2026-03-01..2026-03-31"};
     const QByteArray lines = "5,2026-03-02 08:00,IN\n5,2026-03-02 16:00,OUT\nbad\n";
     Site site;
     QCOMPARE(site.punch(lines, more), ImportReport::SomeRefused);
