@@ -1,6 +1,7 @@
 // Reading and writing JSON text beside Qt's own way, with RapidJSON's bare event reader as the limit. Prints the
 // ratios, then the usual table; ends with 1 when a target is missed.
 
+#include "alternating.h"
 #include "jsonparser.h"
 
 #include <QJsonDocument>
@@ -9,8 +10,6 @@
 #include <benchmark/benchmark.h>
 #include <rapidjson/reader.h>
 
-#include <algorithm>
-#include <chrono>
 #include <cstdio>
 #include <functional>
 #include <string>
@@ -163,28 +162,14 @@ void writeQt(const Sample &sample)
 
 using Side = void (*)(const Sample &);
 
-double secondsOf(Side side, const Sample &sample)
-{
-    const auto begin = std::chrono::steady_clock::now();
-    side(sample);
-    return std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
-}
-
-/// Median seconds of the sides, run in turns so that all see the same machine.
 std::vector<double> medians(const std::vector<Side> &sides, const Sample &sample)
 {
-    constexpr int rounds = 15;
-    std::vector<std::vector<double>> times(sides.size());
-    for (int round = 0; round < rounds; ++round) {
-        for (size_t i = 0; i < sides.size(); ++i)
-            times[i].push_back(secondsOf(sides[i], sample));
-    }
-    std::vector<double> result;
-    for (std::vector<double> &one : times) {
-        std::sort(one.begin(), one.end());
-        result.push_back(one[rounds / 2]);
-    }
-    return result;
+    constexpr size_t rounds = 15;
+    std::vector<std::function<void()>> runs;
+    runs.reserve(sides.size());
+    for (const Side side : sides)
+        runs.emplace_back([side, &sample] { side(sample); });
+    return alternatingMedians(runs, rounds);
 }
 
 /// Prints the comparison; false when a target is missed.
