@@ -44,17 +44,22 @@ class Warnings
 public:
     Warnings()
     {
-        s_texts.clear();
+        collected().clear();
         m_before = qInstallMessageHandler([](QtMsgType type, const QMessageLogContext &, const QString &text) {
             if (type == QtWarningMsg)
-                s_texts += text;
+                collected() += text;
         });
     }
     ~Warnings() { qInstallMessageHandler(m_before); }
-    QStringList texts() const { return s_texts; }
+    QStringList texts() const { return collected(); }
 
 private:
-    static inline QStringList s_texts;
+    static QStringList &collected()
+    {
+        static QStringList texts;
+        return texts;
+    }
+
     QtMessageHandler m_before;
 };
 

@@ -216,6 +216,11 @@ void TestDemoData::companyIsMixed_data()
     QTest::newRow("leave") << "SELECT count(*) AS N FROM allevents WHERE ACCESS_CODE='102:1:Dopust' AND TYPE='MP' AND "
                               "REMARK LIKE 'DOP%'";
     QTest::newRow("sickness") << "SELECT count(*) AS N FROM allevents WHERE ACCESS_CODE LIKE '102:2%' AND TYPE='MP'";
+    QTest::newRow("each department stamps at its terminal")
+        << "SELECT count(DISTINCT TERMINAL)=3 AS N FROM allevents WHERE TYPE='EV'";
+    QTest::newRow("lunches left to the automatic one")
+        << "SELECT count(*) AS N FROM (SELECT count(*) AS P FROM allevents JOIN employees ON USER=employees.ID WHERE "
+           "TYPE='EV' AND DEPARTMENT='Skladišče' GROUP BY USER, date(TIMESTAMP,'unixepoch','localtime')) WHERE P=2";
     QTest::newRow("home office") << "SELECT count(*) AS N FROM metalog WHERE ACCESS_CODE LIKE '102:7%' AND TYPE='MP'";
     QTest::newRow("field work") << "SELECT count(*) AS N FROM allevents WHERE ACCESS_CODE LIKE '102:4%'";
     QTest::newRow("corrections") << "SELECT count(*) AS N FROM metalog WHERE TYPE='ME' AND IDLOG<>USER";

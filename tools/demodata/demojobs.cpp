@@ -55,14 +55,14 @@ const QVector<DemoJob> &demoJobs()
 {
     constexpr int hour = 60;
     static const QVector<DemoJob> jobs = {
-        {"Uprava", Rhythm::Flexible, 4, 8 * hour, kManagement, kManagement, 0.10, 0.08},
-        {"Računovodstvo", Rhythm::Flexible, 8, 7 * hour, kOffice, kOffice, 0.10, 0.0},
-        {"Razvoj", Rhythm::Flexible, 14, 8 * hour, kOffice, kOffice, 0.30, 0.01},
-        {"Prodaja", Rhythm::Flexible, 10, 8 * hour, kOffice, kOffice, 0.08, 0.15},
-        {"Proizvodnja", Rhythm::Fixed, 18, 6 * hour, kProduction, kProduction, 0.0, 0.0},
-        {"Skladišče", Rhythm::Fixed, 10, 7 * hour, kWarehouse, kWarehouse, 0.0, 0.0},
-        {"Montaža", Rhythm::ThreeShift, 24, 6 * hour, kThreeShift, kThreeShift, 0.0, 0.0},
-        {"Energetika", Rhythm::Continuous, 12, 6 * hour, kContinuous, kContinuous, 0.0, 0.0},
+        {"Uprava", Rhythm::Flexible, 4, 8 * hour, kManagement, kManagement, 1, false, 0.10, 0.08},
+        {"Računovodstvo", Rhythm::Flexible, 8, 7 * hour, kOffice, kOffice, 1, false, 0.10, 0.0},
+        {"Razvoj", Rhythm::Flexible, 14, 8 * hour, kOffice, kOffice, 1, false, 0.30, 0.01},
+        {"Prodaja", Rhythm::Flexible, 10, 8 * hour, kOffice, kOffice, 1, false, 0.08, 0.15},
+        {"Proizvodnja", Rhythm::Fixed, 18, 6 * hour, kProduction, kProduction, 2, false, 0.0, 0.0},
+        {"Skladišče", Rhythm::Fixed, 10, 7 * hour, kWarehouse, kWarehouse, 3, true, 0.0, 0.0},
+        {"Montaža", Rhythm::ThreeShift, 24, 6 * hour, kThreeShift, kThreeShift, 2, false, 0.0, 0.0},
+        {"Energetika", Rhythm::Continuous, 12, 6 * hour, kContinuous, kContinuous, 2, false, 0.0, 0.0},
     };
     return jobs;
 }
@@ -87,12 +87,13 @@ QAny demoRules()
     const QAny lateAndEarly = {{"LATEARRWAR", 1}, {"EARLYEXITWAR", 1}};
     const QAny holidayFactor = {{"ENABLED", 1}, {"PUBHOL", 1.5}};
     return {
+        // Hours that flow: a short day is no fault.
         {kOffice,
          {{"TYPE", "EVENTTYPE"},
           {"WAR", lateAndEarly},
           {"SALDO", {{"WTROUND", 1}, {"WTROUNDTRH", 5}, {"MSXHOURS", 1}, {"MAXHOURSLIM", "10.5"}}},
           {"OVERTIME", {{"COMPLUNCH", 1}}},
-          {"HOURS", {{"SHOWEMPTYDAYS", 1}, {"LOWSALDO", 1}, {"TOOMANYFREEHOURS", 1}}}}},
+          {"HOURS", {{"TOOMANYFREEHOURS", 1}}}}},
         // Nothing is held against those who set the rules; days with hand-entered events are left as they are.
         {kManagement, {{"TYPE", "METAPERTYPE"}, {"SALDO", {{"NWOUTIN", 1}, {"NWOUTOUT", 1}}}}},
         {kProduction,
@@ -113,7 +114,7 @@ QAny demoRules()
          {{"TYPE", "EVENTTYPE"},
           {"WAR", lateAndEarly},
           {"SALDO", {{"WTROUND", 1}, {"WTROUNDTRH", 15}}},
-          {"HOURS", {{"SHOWEMPTYDAYS", 1}, {"LOWSALDO", 1}, {"TOOMANYHOURS", 1}, {"MAXHOURS", 12}}}}},
+          {"HOURS", {{"LOWSALDO", 1}, {"TOOMANYHOURS", 1}, {"MAXHOURS", 12}}}}},
         {kContinuous,
          {{"TYPE", "EVENTTYPE"},
           {"WAR", lateAndEarly},

@@ -20,8 +20,10 @@ struct DemoJob {
     int startMinute; ///< usual arrival of the first shift, minutes after midnight
     QString schedule;
     QString rules;
-    double homeOffice; ///< probability a day
-    double fieldWork;  ///< probability a day
+    int terminal;        ///< number of the one it stamps at
+    bool automaticLunch; ///< so that stamping lunch is forgotten at times
+    double homeOffice;   ///< probability a day
+    double fieldWork;    ///< probability a day
 };
 
 const QVector<DemoJob> &demoJobs();

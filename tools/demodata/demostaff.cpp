@@ -7,15 +7,15 @@
 
 namespace {
 
-const QStringList kWomen = {
+constexpr const char *kWomen[] = {
     "Ana",   "Marija", "Maja",    "Nataša",  "Špela",  "Nina", "Irena", "Mojca",  "Katja",  "Petra", "Tjaša", "Živa",
     "Urška", "Sara",   "Barbara", "Andreja", "Lucija", "Nuša", "Zala",  "Jožica", "Polona", "Saša",  "Metka", "Branka",
 };
-const QStringList kMen = {
+constexpr const char *kMen[] = {
     "Franc", "Marko",   "Andrej", "Luka", "Matej", "Žiga", "Jože",   "Gašper", "Rok",   "Janez", "Tomaž", "Aljaž",
     "Miha",  "Boštjan", "Peter",  "Uroš", "Blaž",  "Jure", "Matjaž", "Dušan",  "Simon", "Anže",  "Nejc",  "Črt",
 };
-const QStringList kFamilies = {
+constexpr const char *kFamilies[] = {
     "Novak",     "Horvat",   "Kovačič", "Krajnc",   "Zupančič",  "Potočnik", "Kovač",  "Mlakar",  "Kos",    "Vidmar",
     "Golob",     "Turk",     "Božič",   "Kralj",    "Korošec",   "Zupan",    "Bizjak", "Hribar",  "Kotnik", "Kavčič",
     "Rozman",    "Kastelic", "Oblak",   "Žagar",    "Petek",     "Hočevar",  "Kolar",  "Košir",   "Koren",  "Zajc",
@@ -30,9 +30,9 @@ constexpr double kCameInPeriod = 0.05;
 constexpr double kLeftInPeriod = 0.06;
 constexpr int kFirstPersonalNumber = 1000;
 
-const QString &pick(const QStringList &texts, DemoRandom &random)
+template <int N> QString pick(const char *const (&texts)[N], DemoRandom &random)
 {
-    return texts.at(random.between(0, texts.size() - 1));
+    return QString::fromUtf8(texts[random.between(0, N - 1)]);
 }
 
 /// Every hundred in a row are spread over the jobs by their shares, a small company too.
@@ -68,9 +68,10 @@ QDate dayBetween(QDate start, QDate end, DemoRandom &random)
 
 QString plainName(const QString &name)
 {
+    const QString decomposed = name.toLower().normalized(QString::NormalizationForm_D);
     QString plain;
-    // Decomposed, a letter is followed by its caron.
-    for (const QChar letter : name.toLower().normalized(QString::NormalizationForm_D)) {
+    // Each caron is a character of its own now.
+    for (const QChar letter : decomposed) {
         if (letter.isLetter())
             plain += letter;
     }
@@ -85,7 +86,7 @@ QVector<DemoEmployee> demoStaff(int count, QDate start, QDate end, DemoRandom &r
     for (int i = 0; i < count; ++i) {
         DemoEmployee employee;
         employee.id = i + 1;
-        employee.firstName = pick(random.happens(0.45) ? kWomen : kMen, random);
+        employee.firstName = random.happens(0.45) ? pick(kWomen, random) : pick(kMen, random);
         employee.lastName = pick(kFamilies, random);
         employee.personalNumber = QString::number(kFirstPersonalNumber + employee.id);
         employee.job = jobOf(i);

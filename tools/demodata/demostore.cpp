@@ -28,7 +28,7 @@ const QString kAddMetaEvent =
 const QString kAddBalance = QStringLiteral(
     "INSERT INTO freehour (ID,IDU,HDLAST,HDLSPENT,HDLDATE,HDTOT,HDSPENT,FHOURS,LUPDATE,CHGDATE,STATUS,REMARK) VALUES "
     "(?,?,?,?,?,?,?,?,?,?,?,?)");
-const QString kEmpty = QStringLiteral("");
+constexpr QLatin1String kEmpty(""); // a null QString would be stored as NULL
 
 const QString kFromTerminal = QStringLiteral("EV");
 const QString kPlanned = QStringLiteral("MP");
@@ -36,19 +36,11 @@ const QString kCorrection = QStringLiteral("ME");
 
 constexpr int kForeman = 1; ///< the employee in whose name the corrections are
 
-struct Terminal {
-    int number;
-    QString name;
-};
-
-const Terminal &terminalOf(const DemoEmployee &employee)
+QString terminalName(int number)
 {
-    static const Terminal entrance{1, QStringLiteral("ZUK1 Vhod")};
-    static const Terminal hall{2, QStringLiteral("ZUK2 Hala")};
-    static const Terminal ramp{3, QStringLiteral("ZUK3 Rampa")};
-    if (employee.job.rhythm == Rhythm::Flexible)
-        return entrance;
-    return employee.job.department == QLatin1String("Skladišče") ? ramp : hall;
+    static const QString names[] = {QStringLiteral("ZUK1 Vhod"), QStringLiteral("ZUK2 Hala"),
+                                    QStringLiteral("ZUK3 Rampa")};
+    return names[number - 1];
 }
 
 bool isIndex(const QString &statement)
@@ -60,16 +52,18 @@ bool isIndex(const QString &statement)
 
 bool DemoStore::createTables()
 {
+    const QStringList schema = attendanceSchema();
     bool ok = true;
-    for (const QString &statement : attendanceSchema())
+    for (const QString &statement : schema)
         ok = ok && (isIndex(statement) || m_database.execPrepared(statement, {}));
     return ok;
 }
 
 bool DemoStore::createIndexes()
 {
+    const QStringList schema = attendanceSchema();
     bool ok = true;
-    for (const QString &statement : attendanceSchema())
+    for (const QString &statement : schema)
         ok = ok && (!isIndex(statement) || m_database.execPrepared(statement, {}));
     // Else "who is present" would read years of events.
     return ok && m_database.execPrepared(QStringLiteral("ANALYZE"), {});
@@ -140,17 +134,17 @@ bool DemoStore::addPunch(const DemoEmployee &employee, const DemoPunch &punch, q
     if (punch.source == Source::Planned)
         return m_database.execPrepared(kAddEvent,
                                        {QVariant(), employee.id, time, punch.code, kPlanned, remark, kEmpty});
-    const Terminal &terminal = terminalOf(employee);
+    const int terminal = employee.job.terminal;
     QVariant index;
     if (alsoTerminalEvent) {
         const QString name = employee.lastName + QLatin1Char(' ') + employee.firstName;
-        if (!m_database.execPrepared(kAddTerminalEvent, {QString::number(employee.id), terminal.name, time, punch.code,
-                                                         employee.id, terminal.number, name}))
+        if (!m_database.execPrepared(kAddTerminalEvent, {QString::number(employee.id), terminalName(terminal), time,
+                                                         punch.code, employee.id, terminal, name}))
             return false;
         index = ++m_terminalEvents;
     }
-    return m_database.execPrepared(kAddEvent,
-                                   {index, employee.id, time, punch.code, kFromTerminal, remark, terminal.name});
+    return m_database.execPrepared(
+        kAddEvent, {index, employee.id, time, punch.code, kFromTerminal, remark, terminalName(terminal)});
 }
 
 bool DemoStore::addBalance(const DemoEmployee &employee, const Balance &balance)

@@ -138,7 +138,7 @@ std::vector<DemoWorker::Span> DemoWorker::workday(int shift)
         leaving += m_random.between(40, 110) * kMinute;
 
     std::vector<Span> spans{{arrival, leaving, kDeparture}};
-    const bool eats = m_employee.job.department != QLatin1String("Skladišče") || !m_random.happens(kLunchNotStamped);
+    const bool eats = !m_employee.job.automaticLunch || !m_random.happens(kLunchNotStamped);
     // The night's meal ends before midnight, so that the whole night counts on the day on which it began.
     const int lunch = shift == kNightShift ? start + secondsOf(m_random.between(75, 84))
                                            : start + secondsOf(m_random.between(220, 270));
