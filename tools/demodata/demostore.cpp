@@ -28,7 +28,7 @@ const QString kAddMetaEvent =
 const QString kAddBalance = QStringLiteral(
     "INSERT INTO freehour (ID,IDU,HDLAST,HDLSPENT,HDLDATE,HDTOT,HDSPENT,FHOURS,LUPDATE,CHGDATE,STATUS,REMARK) VALUES "
     "(?,?,?,?,?,?,?,?,?,?,?,?)");
-constexpr QLatin1String kEmpty(""); // a null QString would be stored as NULL
+constexpr QLatin1String kEmpty("", 0); // a null QString would be stored as NULL
 
 const QString kFromTerminal = QStringLiteral("EV");
 const QString kPlanned = QStringLiteral("MP");
