@@ -24,13 +24,14 @@ public:
     {
         const size_t size = sizeof(R) + sizeof(QAny) * static_cast<size_t>(capacity);
         auto *record = new (::operator new(size)) R;
-        record->m_first = capacity > 0 ? blockBehind(record) : nullptr;
+        record->m_isFirstBehind = capacity > 0;
+        record->m_first = capacity > 0 ? reinterpret_cast<QAny *>(record + 1) : nullptr;
         record->m_firstCapacity = record->m_capacity = capacity;
         return record;
     }
     template <typename R> static void destroy(R *record)
     {
-        record->clear(blockBehind(record));
+        record->clear();
         record->~R();
         ::operator delete(record);
     }
@@ -70,8 +71,6 @@ protected:
 private:
     static constexpr int kMinCapacity = 4;
 
-    template <typename R> static QAny *blockBehind(R *record) { return reinterpret_cast<QAny *>(record + 1); }
-
     static QAny *allocate(int capacity)
     {
         return static_cast<QAny *>(::operator new(sizeof(QAny) * static_cast<size_t>(capacity)));
@@ -109,11 +108,11 @@ private:
         m_capacity *= 2;
     }
 
-    void clear(const QAny *behind)
+    void clear()
     {
         for (int i = 0, end = qMin(m_count, m_firstCapacity); i < end; ++i)
             m_first[i].~QAny();
-        if (m_first && m_first != behind)
+        if (!m_isFirstBehind)
             ::operator delete(m_first);
         for (int start = m_firstCapacity, block = 0; start < m_capacity; start *= 2, ++block) {
             QAny *values = m_further[static_cast<size_t>(block)];
@@ -126,6 +125,7 @@ private:
     int m_count = 0;
     int m_capacity = 0;
     int m_firstCapacity = 0;
+    bool m_isFirstBehind = false;
     QAny *m_first = nullptr;
     std::unique_ptr<QAny *[]> m_further;
 };
