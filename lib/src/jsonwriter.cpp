@@ -1,10 +1,9 @@
 #include "qany.h"
 
-#include <QtAlgorithms>
 #include <cfloat>
-
 #include <charconv>
 #include <cmath>
+#include <cstring>
 #include <limits>
 
 #ifdef __SSE2__
@@ -36,20 +35,6 @@ constexpr char escapeOf(ushort unit)
         return 0;
     }
 }
-
-struct Escapes {
-    char letter[128];
-};
-
-constexpr Escapes makeEscapes()
-{
-    Escapes escapes{};
-    for (int unit = 0; unit < 128; ++unit)
-        escapes.letter[unit] = escapeOf(static_cast<ushort>(unit));
-    return escapes;
-}
-
-constexpr Escapes kEscapes = makeEscapes();
 
 /// Grows its text as the values come; Text is QByteArray for UTF-8 or QString.
 template <typename Text, typename Unit> class Output
@@ -100,76 +85,114 @@ private:
     int m_used = 0;
 };
 
-/// Copies what neither is escaped nor needs more than one byte in UTF-8, in steps of eight; returns where it stopped.
-template <typename Unit> const ushort *copyPlain(const ushort *p, const ushort *end, Unit **out)
+/// What a character below kWide becomes in the output: one unit or two. Two are always stored, so that no branch
+/// depends on the text; the next character overwrites what was too much.
+template <typename Unit> struct Form {
+    Unit units[2];
+    quint16 length;
+};
+
+template <typename Unit> struct Forms {
+    /// From here on, UTF-8 needs three bytes and UTF-16 no second unit.
+    static constexpr uint kWide = sizeof(Unit) == 1 ? 0x800 : 0x80;
+
+    Form<Unit> of[kWide];
+};
+
+template <typename Unit> constexpr Forms<Unit> makeForms()
 {
-#ifdef __SSE2__
-    constexpr int step = 8;
-    const __m128i beyondAscii = _mm_set1_epi16(static_cast<short>(0xff80));
-    const __m128i quotes = _mm_set1_epi8('"');
-    const __m128i backslashes = _mm_set1_epi8('\\');
-    const __m128i lastEscapedControls = _mm_set1_epi8('\r');
-    while (end - p >= step) {
-        const __m128i units = _mm_loadu_si128(reinterpret_cast<const __m128i *>(p));
-        const __m128i ascii = _mm_cmpeq_epi16(_mm_and_si128(units, beyondAscii), _mm_setzero_si128());
-        const __m128i bytes = _mm_packus_epi16(units, units);
-        const __m128i controls = _mm_cmpeq_epi8(_mm_min_epu8(bytes, lastEscapedControls), bytes);
-        const __m128i marks = _mm_or_si128(_mm_cmpeq_epi8(bytes, quotes), _mm_cmpeq_epi8(bytes, backslashes));
-        // One bit for each unit that must not be copied. The block is stored whole: there is room, and what lies behind
-        // the first such unit is written again.
-        const int wide = ~_mm_movemask_epi8(_mm_packs_epi16(ascii, ascii)) & 0xff;
-        const int stops = wide | (_mm_movemask_epi8(_mm_or_si128(controls, marks)) & 0xff);
-        if constexpr (sizeof(Unit) == 1)
-            _mm_storel_epi64(reinterpret_cast<__m128i *>(*out), bytes);
+    Forms<Unit> forms{};
+    for (uint unit = 0; unit < Forms<Unit>::kWide; ++unit) {
+        const char letter = escapeOf(static_cast<ushort>(unit));
+        if (letter != 0)
+            forms.of[unit] = {{'\\', static_cast<uchar>(letter)}, 2};
+        else if (unit < 0x80)
+            forms.of[unit] = {{static_cast<Unit>(unit), 0}, 1};
         else
-            _mm_storeu_si128(reinterpret_cast<__m128i *>(*out), units);
-        if (stops != 0) {
-            const auto plain = qCountTrailingZeroBits(static_cast<quint32>(stops));
-            *out += plain;
-            p += plain;
-            if (*p >= 128 || kEscapes.letter[*p] != 0)
-                return p;
-            *(*out)++ = static_cast<Unit>(*p++); // a control character that is not escaped
-            continue;
-        }
-        *out += step;
-        p += step;
+            forms.of[unit] = {{static_cast<Unit>(0xc0 | unit >> 6), static_cast<Unit>(0x80 | (unit & 0x3f))}, 2};
     }
-#endif
-    for (; p != end && *p < 128 && kEscapes.letter[*p] == 0; ++p)
-        *(*out)++ = static_cast<Unit>(*p);
-    return p;
+    return forms;
 }
 
-/// Writes one character beyond ASCII and returns what follows it.
-const ushort *putWide(const ushort *p, const ushort *, ushort **out)
+template <typename Unit> constexpr Forms<Unit> kForms = makeForms<Unit>();
+
+template <typename Unit> inline Unit *putForm(uint unit, Unit *out)
 {
-    *(*out)++ = *p;
-    return p + 1;
+    const Form<Unit> &form = kForms<Unit>.of[unit];
+    memcpy(out, form.units, sizeof(form.units));
+    return out + form.length;
 }
 
-const ushort *putWide(const ushort *p, const ushort *end, uchar **out)
+/// Where the source and the output of a text have come to.
+template <typename Unit> struct Progress {
+    const ushort *p;
+    Unit *out;
+};
+
+/// Writes the character at p; a surrogate brings its other half, which lies before textEnd.
+template <typename Unit> inline Progress<Unit> putCharacter(const ushort *p, const ushort *textEnd, Unit *out)
 {
-    const auto put = [out](uint byte) { *(*out)++ = static_cast<uchar>(byte); };
+    const auto put = [&out](uint unit) { *out++ = static_cast<Unit>(unit); };
     const uint unit = *p++;
-    if (unit < 0x800) {
-        put(0xc0 | unit >> 6);
+    if (unit < Forms<Unit>::kWide)
+        return {p, putForm(unit, out)};
+    if (sizeof(Unit) > 1) {
+        put(unit);
     } else if (!QChar::isSurrogate(unit)) {
         put(0xe0 | unit >> 12);
         put(0x80 | (unit >> 6 & 0x3f));
-    } else if (QChar::isHighSurrogate(unit) && p != end && QChar::isLowSurrogate(*p)) {
+        put(0x80 | (unit & 0x3f));
+    } else if (QChar::isHighSurrogate(unit) && p != textEnd && QChar::isLowSurrogate(*p)) {
         const uint codePoint = QChar::surrogateToUcs4(static_cast<ushort>(unit), *p++);
         put(0xf0 | codePoint >> 18);
         put(0x80 | (codePoint >> 12 & 0x3f));
         put(0x80 | (codePoint >> 6 & 0x3f));
         put(0x80 | (codePoint & 0x3f));
-        return p;
     } else {
         put('?'); // a lone surrogate, as QString::toUtf8() has it
-        return p;
     }
-    put(0x80 | (unit & 0x3f));
-    return p;
+    return {p, out};
+}
+
+/// Writes the characters that begin in [p, end); there is room for the worst case.
+template <typename Unit>
+Progress<Unit> putCharacters(const ushort *p, const ushort *end, const ushort *textEnd, Unit *out)
+{
+    Progress<Unit> at{p, out};
+#ifdef __SSE2__
+    constexpr int step = 8;
+    const __m128i beyondAscii = _mm_set1_epi16(static_cast<short>(0xff80));
+    const __m128i beyondForms = _mm_set1_epi16(static_cast<short>(~(Forms<Unit>::kWide - 1)));
+    const __m128i quotes = _mm_set1_epi8('"');
+    const __m128i backslashes = _mm_set1_epi8('\\');
+    const __m128i lastEscapedControls = _mm_set1_epi8('\r');
+    const __m128i zeros = _mm_setzero_si128();
+    constexpr int all = 0xffff;
+    while (end - at.p >= step) {
+        const __m128i units = _mm_loadu_si128(reinterpret_cast<const __m128i *>(at.p));
+        const __m128i ascii = _mm_cmpeq_epi16(_mm_and_si128(units, beyondAscii), zeros);
+        const __m128i bytes = _mm_packus_epi16(units, units);
+        const __m128i controls = _mm_cmpeq_epi8(_mm_min_epu8(bytes, lastEscapedControls), bytes);
+        const __m128i marks = _mm_or_si128(_mm_cmpeq_epi8(bytes, quotes), _mm_cmpeq_epi8(bytes, backslashes));
+        if (_mm_movemask_epi8(ascii) == all && _mm_movemask_epi8(_mm_or_si128(controls, marks)) == 0) {
+            if constexpr (sizeof(Unit) == 1)
+                _mm_storel_epi64(reinterpret_cast<__m128i *>(at.out), bytes);
+            else
+                _mm_storeu_si128(reinterpret_cast<__m128i *>(at.out), units);
+            at = {at.p + step, at.out + step};
+        } else if (_mm_movemask_epi8(_mm_cmpeq_epi16(_mm_and_si128(units, beyondForms), zeros)) == all) {
+            for (int i = 0; i < step; ++i)
+                at.out = putForm(at.p[i], at.out);
+            at.p += step;
+        } else {
+            for (const ushort *blockEnd = at.p + step; at.p < blockEnd;)
+                at = putCharacter(at.p, textEnd, at.out);
+        }
+    }
+#endif
+    while (at.p < end)
+        at = putCharacter(at.p, textEnd, at.out);
+    return at;
 }
 
 template <typename Text, typename Unit> class Writer
@@ -231,24 +254,15 @@ private:
         constexpr int pieceLength = 4096;
         constexpr int mostPerUnit = sizeof(Unit) == 1 ? 3 : 2;
         constexpr int pairAtPieceEnd = 1;
-        const ushort *p = text.utf16();
+        const auto *p = reinterpret_cast<const ushort *>(text.constData());
         const ushort *const end = p + text.size();
         m_out.put('"');
         while (p != end) {
             const ushort *const pieceEnd = p + qMin<qptrdiff>(end - p, pieceLength);
-            Unit *out = m_out.room(static_cast<int>(pieceEnd - p) * mostPerUnit + pairAtPieceEnd);
-            while (p < pieceEnd) {
-                p = copyPlain(p, pieceEnd, &out);
-                if (p >= pieceEnd)
-                    break;
-                if (*p < 128) {
-                    *out++ = '\\';
-                    *out++ = static_cast<uchar>(kEscapes.letter[*p++]);
-                } else {
-                    p = putWide(p, end, &out);
-                }
-            }
-            m_out.usedUpTo(out);
+            Unit *const out = m_out.room(static_cast<int>(pieceEnd - p) * mostPerUnit + pairAtPieceEnd);
+            const Progress<Unit> at = putCharacters(p, pieceEnd, end, out);
+            p = at.p;
+            m_out.usedUpTo(at.out);
         }
         m_out.put('"');
     }

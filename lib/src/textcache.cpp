@@ -1,5 +1,7 @@
 #include "textcache.h"
 
+#include <QtAlgorithms>
+
 #ifdef __SSE2__
 #include <emmintrin.h>
 #endif
@@ -13,13 +15,19 @@ inline const uchar *widenAscii(const uchar *p, const uchar *end, ushort **out)
 {
 #ifdef __SSE2__
     constexpr int step = 16;
-    for (; end - p >= step; p += step, *out += step) {
+    while (end - p >= step) {
         const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i *>(p));
-        if (_mm_movemask_epi8(bytes) != 0)
-            break;
         const __m128i zeros = _mm_setzero_si128();
+        // Stored whole; what lies behind the first byte beyond ASCII is written again.
         _mm_storeu_si128(reinterpret_cast<__m128i *>(*out), _mm_unpacklo_epi8(bytes, zeros));
         _mm_storeu_si128(reinterpret_cast<__m128i *>(*out + step / 2), _mm_unpackhi_epi8(bytes, zeros));
+        if (const int wide = _mm_movemask_epi8(bytes); wide != 0) {
+            const auto plain = qCountTrailingZeroBits(static_cast<quint32>(wide));
+            *out += plain;
+            return p + plain;
+        }
+        *out += step;
+        p += step;
     }
 #endif
     while (p != end && *p < 0x80)
