@@ -302,7 +302,7 @@ void CalcParse21::addToSum(QAny &sum, const QAny &row, const WorkDay &day) const
     const auto count = [&sum](int key) { sum.slot(key) = sum.at(key).asInteger() + 1; };
     if (day.workTime > 0 && !row.at(DayKey::IZMENA).isNull())
         count(SumKey::IZM1 + day.shift - 1);
-    if (!row.at(DayKey::PRERAZ).isNull())
+    if (!row.at(DayKey::PRERAZ).toString().isEmpty())
         count(SumKey::PRERAZ);
 }
 

@@ -60,6 +60,16 @@ QDate localDate(qint64 seconds)
     return QDateTime::fromSecsSinceEpoch(std::clamp(seconds, -limit, limit)).date();
 }
 
+/// The row under upper-case keys, whatever case its table declares.
+QAny recordOf(const QSqlQuery &query)
+{
+    const QSqlRecord columns = query.record();
+    QAny record(QAny::Hash);
+    for (int column = 0; column < columns.count(); ++column)
+        record.insert(columns.fieldName(column).toUpper(), QAny::fromVariant(query.value(column)));
+    return record;
+}
+
 /// The kinds that an event's type can name; a hand-entered event of another type is an ME.
 bool isKind(const QString &type)
 {
@@ -189,36 +199,21 @@ QVariantList CalcReader::withUsers(QVariantList bindings) const
 void CalcReader::readAssignments()
 {
     const Period &period = m_inputs->period;
+    const auto dayOf = [&period](const QAny &seconds) { return period.clock.dayOf(localDate(seconds.toInteger())); };
     std::vector<Assignment> rows;
-    QStringList names;
-    int id = -1, from = -1, to = -1, hour = -1, group = -1, emplId = -1, preraz = -1;
     const auto read = [&](const QSqlQuery &query) {
-        if (group < 0) {
-            const QSqlRecord record = query.record();
-            id = record.indexOf(QStringLiteral("ID"));
-            from = record.indexOf(QStringLiteral("FDATE"));
-            to = record.indexOf(QStringLiteral("TDATE"));
-            hour = record.indexOf(QStringLiteral("FHOUR"));
-            group = record.indexOf(QStringLiteral("RGROUP"));
-            emplId = record.indexOf(QStringLiteral("EMPLID"));
-            preraz = record.indexOf(QStringLiteral("PRERAZ"));
-            for (int column = 0; column < record.count(); ++column)
-                names.append(record.fieldName(column).toUpper());
-        }
         Assignment row;
-        row.id = query.value(id).toLongLong();
-        row.firstDay = period.clock.dayOf(localDate(query.value(from).toLongLong()));
-        row.lastDay = period.clock.dayOf(localDate(query.value(to).toLongLong()));
-        row.hasHour = !query.value(hour).toString().trimmed().isEmpty();
-        row.group = query.value(group).toString();
-        row.emplId = query.value(emplId).toString();
-        row.preraz = QAny::fromVariant(query.value(preraz));
-        row.record = QAny(QAny::Hash);
-        for (int column = 0; column < names.size(); ++column)
-            row.record.insert(names.at(column), QAny::fromVariant(query.value(column)));
+        row.record = recordOf(query);
+        row.id = row.record.lookup(QStringLiteral("ID")).toInteger();
+        row.firstDay = dayOf(row.record.lookup(QStringLiteral("FDATE")));
+        row.lastDay = dayOf(row.record.lookup(QStringLiteral("TDATE")));
+        row.hasHour = !row.record.lookup(QStringLiteral("FHOUR")).toString().trimmed().isEmpty();
+        row.group = row.record.lookup(QStringLiteral("RGROUP")).toString();
+        row.emplId = row.record.lookup(QStringLiteral("EMPLID")).toString();
+        row.preraz = row.record.lookup(QStringLiteral("PRERAZ"));
         rows.push_back(row);
     };
-    // The bounds are a day wide of what the clock covers, since the rows' instants only name local dates.
+    // The bounds are a day wide of what is read, since the rows' instants only name local dates.
     const qint64 start = m_readFrom - LocalClock::kDaySeconds;
     const qint64 end = m_readTo + LocalClock::kDaySeconds;
     m_database.forEachRow(kSelectAssignments, {start, end, start, start, end, end, end, start}, read);
@@ -230,22 +225,15 @@ bool CalcReader::readCalendar()
     const Period &period = m_inputs->period;
     m_inputs->holidays.assign(static_cast<size_t>(period.dayCount()), QString());
     bool any = false;
-    int date = -1, holiday = -1;
     m_database.forEachRow(kSelectCalendar, {period.start, period.end}, [&](const QSqlQuery &query) {
-        if (!any) {
-            const QSqlRecord record = query.record();
-            date = record.indexOf(QStringLiteral("DATE"));
-            holiday = record.indexOf(QStringLiteral("PRAZNIK"));
-            if (holiday < 0)
-                holiday = record.indexOf(QStringLiteral("NOTE"));
-        }
         any = true;
-        const QString text = holiday < 0 ? QString() : query.value(holiday).toString().trimmed();
-        if (!text.isEmpty() && text != QLatin1String("0")) {
-            const int day = period.clock.dayOf(query.value(date).toLongLong());
-            if (period.containsDay(day))
-                m_inputs->holidays[static_cast<size_t>(day - period.firstDay)] = text;
-        }
+        const QAny row = recordOf(query);
+        const QString holidayKey = QStringLiteral("PRAZNIK");
+        const QAny &holiday = row.lookup(row.contains(holidayKey) ? holidayKey : QStringLiteral("NOTE"));
+        const QString text = holiday.toString().trimmed();
+        const int day = period.clock.dayOf(row.lookup(QStringLiteral("DATE")).toInteger());
+        if (!text.isEmpty() && text != QLatin1String("0") && period.containsDay(day))
+            m_inputs->holidays[static_cast<size_t>(day - period.firstDay)] = text;
     });
     return any || fail(kNoCalendar);
 }
