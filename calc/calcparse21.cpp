@@ -136,7 +136,7 @@ CalcParse21::DayTotals CalcParse21::totalsOf(PairIterator first, PairIterator la
             totals.firstArrival =
                 std::min(totals.firstArrival.value_or(pair->arrival.timestamp), pair->arrival.timestamp);
         if (pair->departure.present) {
-            ++totals.departures;
+            totals.departures += pair->departure.isAutomatic ? 0 : 1;
             totals.lastDeparture =
                 std::max(totals.lastDeparture.value_or(pair->departure.timestamp), pair->departure.timestamp);
         }

@@ -263,6 +263,7 @@ bool EventPairing::splitByLunch(size_t index, const DaySchedule &schedule)
     // The first part keeps the access code, so that its time stays in its category.
     PairEnd lunchOut;
     lunchOut.present = true;
+    lunchOut.isAutomatic = true;
     lunchOut.timestamp = start;
     lunchOut.code = whole.departure.code;
     lunchOut.accessCode = whole.departure.accessCode;

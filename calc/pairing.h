@@ -8,7 +8,8 @@
 /// One end of a pair: the event that it came from, or what stands for it.
 struct PairEnd {
     bool present = false;
-    qint64 timestamp = 0; ///< Unix seconds
+    bool isAutomatic = false; ///< nobody went: the start of an automatic lunch
+    qint64 timestamp = 0;     ///< Unix seconds
     AccessCode code;
     QString accessCode;
     QString type;

@@ -255,6 +255,7 @@ void TestCalcPairing::automaticLunchKeepsTheCategory()
     QVERIFY(first.value("IDP") != second.value("IDP"));
     QCOMPARE(outcome.day(1, "25.10.2026").value("DELO").toInteger(), seconds("7:30"));
     QCOMPARE(outcome.day(1, "25.10.2026").value("MALICA").toInteger(), 0);
+    QCOMPARE(outcome.day(1, "25.10.2026").value("NOUT").toInteger(), 1); // nobody left for it
 }
 
 void TestCalcPairing::aPairDeletedByTheHourCheckCountsNowhere()
