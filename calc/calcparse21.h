@@ -46,7 +46,7 @@ private:
     using PairIterator = std::vector<Pair>::const_iterator;
     using Codes = std::map<QString, QString>;
 
-    WorkDay dayOf(const Employee &employee, int day) const;
+    WorkDay dayOf(const Employee &employee, int number) const;
     DayTotals totalsOf(PairIterator first, PairIterator last, WorkDay &day) const;
     void readPresence(const Employee &employee, int number, PairIterator first, PairIterator last,
                       const Calc21sett &rules, WorkDay &day) const;

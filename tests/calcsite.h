@@ -28,7 +28,7 @@ template <typename... Cells> void addRow(const char *name, const Cells &...cells
 /// "7:30", "-0:30:15" or "170:00" in seconds.
 qint64 seconds(const QString &text);
 /// The way back, seconds only where there are some: "7:30", "30:00:15".
-QString duration(qint64 seconds);
+QString duration(qint64 value);
 QDate date(const QString &text);
 /// Unix seconds of the local midnight that the date ("2.3.2026") begins with.
 qint64 midnight(const QString &text);
