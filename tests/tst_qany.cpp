@@ -82,23 +82,15 @@ private slots:
 
 void tst_QAny::kinds()
 {
-    const struct {
-        QAny::Type type;
-        int number;
-        const char *name;
-    } all[] = {{QAny::Invalid, 0, "Invalid"}, {QAny::Null, 1, "Null"},     {QAny::Bool, 2, "Bool"},
-               {QAny::Integer, 3, "Integer"}, {QAny::Double, 4, "Double"}, {QAny::String, 5, "String"},
-               {QAny::List, 6, "List"},       {QAny::Hash, 7, "Hash"}};
-    for (const auto &one : all) {
-        QCOMPARE(static_cast<int>(one.type), one.number);
-        const QAny value(one.type);
-        QCOMPARE(value.type(), one.type);
-        QCOMPARE(value.typeName(), one.name);
-        QCOMPARE(value.isValid(), one.type != QAny::Invalid);
-        QCOMPARE(value.count(), 0);
-        QCOMPARE(value.toBool(), false);
-        QCOMPARE(value.toInteger(), qint64(0));
-        QCOMPARE(value.toDouble(), 0.0);
+    const QAny::Type types[] = {QAny::Invalid, QAny::Null,   QAny::Bool, QAny::Integer,
+                                QAny::Double,  QAny::String, QAny::List, QAny::Hash};
+    const char *const names[] = {"Invalid", "Null", "Bool", "Integer", "Double", "String", "List", "Hash"};
+    for (int number = 0; number < 8; ++number) {
+        const QAny value(types[number]);
+        QCOMPARE(static_cast<int>(value.type()), number);
+        QCOMPARE(value.typeName(), names[number]);
+        QCOMPARE(value.isValid(), number != 0);
+        QVERIFY(value.count() == 0 && !value.toBool() && value.toInteger() == 0 && value.toDouble() == 0.0);
     }
     QCOMPARE(QAny::typeName(8), "Unknown");
     QCOMPARE(QAny::typeName(-1), "Unknown");
@@ -293,22 +285,17 @@ void tst_QAny::refusedIndexWarns()
     QAny null;
     QAny integer(1);
     const QAny text("t");
-    const auto expect = [](const char *reason) {
+    const auto refused = [](auto &value, auto index, const char *reason) {
         const QByteArray warning = QByteArray("QAny::operator[] invalid ") + reason;
         QTest::ignoreMessage(QtWarningMsg, warning.constData());
+        return &value[index];
     };
-    expect("index= -1 or type= List");
-    QCOMPARE(&list[-1], &list);
-    expect("index= -1 or type= Null");
-    QCOMPARE(&null[-1], &null);
-    expect("type= List");
-    QCOMPARE(&list["-1"], &list);
-    expect("type= Integer");
-    QCOMPARE(&integer["-1"], &integer);
-    expect("index= -1 or type= List");
-    QCOMPARE(&qAsConst(list)[-1], &QAny::sharedNull());
-    expect("key= \"-1\" or type= String");
-    QCOMPARE(&text["-1"], &QAny::sharedNull());
+    QCOMPARE(refused(list, -1, "index= -1 or type= List"), &list);
+    QCOMPARE(refused(null, -1, "index= -1 or type= Null"), &null);
+    QCOMPARE(refused(list, "-1", "type= List"), &list);
+    QCOMPARE(refused(integer, "-1", "type= Integer"), &integer);
+    QCOMPARE(refused(qAsConst(list), -1, "index= -1 or type= List"), &QAny::sharedNull());
+    QCOMPARE(refused(text, "-1", "key= \"-1\" or type= String"), &QAny::sharedNull());
     QVERIFY(list == numbers(1) && null.isNull() && integer.isInteger() && integer == QAny(1));
 }
 
