@@ -123,7 +123,8 @@ double peakMiB()
     QFile status(QStringLiteral("/proc/self/status"));
     if (!status.open(QIODevice::ReadOnly))
         return 0;
-    for (const QByteArray &line : status.readAll().split('\n')) {
+    const QList<QByteArray> lines = status.readAll().split('\n');
+    for (const QByteArray &line : lines) {
         if (line.startsWith("VmHWM:"))
             return line.mid(6).trimmed().split(' ').first().toDouble() / 1024.0;
     }
@@ -206,7 +207,7 @@ void benchCalculation(benchmark::State &state)
 {
     const QTemporaryDir folder;
     const auto database = Company(folder, static_cast<int>(state.range(0)), 1).open();
-    for (auto _ : state)
+    while (state.KeepRunning())
         calculateMonth(*database);
     state.SetItemsProcessed(state.iterations() * state.range(0));
 }
