@@ -1,3 +1,4 @@
+#include "calcsettings.h"
 #include "calcsite.h"
 #include "metaevents.h"
 
@@ -31,6 +32,7 @@ private slots:
     void daysFollowTheLocalClock_data();
     void daysFollowTheLocalClock();
     void missingTablesAreDoneWithout();
+    void settingsAreStoredWhole();
     void aHandEnteredEventIsStoredAndReadBack();
     void aQuoteInAHandEnteredTextStoresNothing();
     void theResultHasItsWholeLayout();
@@ -333,6 +335,28 @@ void TestCalcInputs::missingTablesAreDoneWithout()
     site.sql("drop table metalog");
     site.sql("drop table RAZPOREDC");
     QCOMPARE(site.run("2.3.2026", "2.3.2026").pairTexts(1), kShiftPair);
+}
+
+void TestCalcInputs::settingsAreStoredWhole()
+{
+    const QStringList keys = QString("ISROUND30 NEAREVENTS AUTOEVENTS STARTOFF ENDOFF NEAREVLEN ISSEC ISSETT CALCREM "
+                                     "SHOWNOEV ISTREE ISDEBUG ISSUMSUM ISAUTOCALC EARLYEXIT ISACS ISCODES ISZUKEV "
+                                     "ISSRVCALC TIPRERAZ NOMETASETT ISTEST ISTZ")
+                                 .split(' ');
+    const QStringList numbers{"STARTOFF", "ENDOFF", "NEAREVLEN", "CALCREM", "SHOWNOEV", "EARLYEXIT"};
+    CalcSite site;
+    QAny written = CalcSettings().toHash();
+    QCOMPARE(written.keys(), keys);
+    for (const QString &key : keys) { // each on its own, so that no two can be mixed up
+        QAny one = written.deepCopy();
+        one[key] = numbers.contains(key) ? QAny(7) : QAny(true);
+        one["OWN"] = "kept";
+        CalcSettings::save(site.database(), one);
+        QCOMPARE(QAny::fromJson(site.database().configValue("CALCWTIMES")), one);
+        one.remove("OWN");
+        QCOMPARE(CalcSettings::load(site.database()).toHash(), one);
+    }
+    QCOMPARE(CalcSettings::fromHash(QAny::list()).toHash(), written);
 }
 
 void TestCalcInputs::aHandEnteredEventIsStoredAndReadBack()
