@@ -362,18 +362,20 @@ void TestZukImport::employees()
                                                             "005;;;;;\n"
                                                             "006;Novak;Cene;;yes;\n"
                                                             "007;Novak;Cene;;;20\n"
-                                                            "001;Again;Ana;;;\n"));
+                                                            "001;Again;Ana;;;\n"
+                                                            "20;Only;;;;\n")); // its number is another's ID
     QCOMPARE(site.run({"--employees", file, "--employee-column", "EMPLID=No", "--employee-column", "LASTNAME=Surname",
                        "--delimiter", ";", "--encoding", "windows-1250", "--calcset", "OFFICE"}),
              ImportReport::SomeRefused);
     QCOMPARE(site.rows("select ID,EMPLID,LASTNAME || ' ' || FIRSTNAME,ACTIVE,CALCSET from employees "
                        "where ID<>3 order by EMPLID"),
-             QStringList({QString::fromUtf8("1 001 Žagar Ana 1 OFFICE"), "20 002 Kos; ml. Bor 0 SHOP"}));
+             QStringList({QString::fromUtf8("1 001 Žagar Ana 1 OFFICE"), "20 002 Kos; ml. Bor 0 SHOP",
+                          "21 20 Only  1 OFFICE"}));
     QCOMPARE(site.rows("select LASTNAME from employees where ID=3"), QStringList{"Kept"});
     for (const char *reason : {":5: unknown CALCSET \"NONE\"", ":6: no personal number", ":7: no name",
                                ":8: ACTIVE is not a whole number", ":9: the ID 20 belongs to another employee"})
         QVERIFY2(site.output().contains(QLatin1String(reason)), reason);
-    QVERIFY(site.output().contains("employees: 2 added, 2 skipped"));
+    QVERIFY(site.output().contains("employees: 3 added, 2 skipped"));
 }
 
 void TestZukImport::calendar()
