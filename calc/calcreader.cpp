@@ -50,8 +50,9 @@ bool readDate(const QAny &value, QDate *date)
 /// 1, true or "desc".
 bool isDescending(const QAny &sort)
 {
-    return sort.toBool() || sort.toInteger() == 1 ||
-           sort.toString().compare(QLatin1String("desc"), Qt::CaseInsensitive) == 0;
+    const QString text = sort.toString();
+    return sort.toInteger() == 1 || text.compare(QLatin1String("true"), Qt::CaseInsensitive) == 0 ||
+           text.compare(QLatin1String("desc"), Qt::CaseInsensitive) == 0;
 }
 
 QDate localDate(qint64 seconds)
@@ -145,7 +146,7 @@ bool CalcReader::readPeriod(const QAny &request)
     Period &period = m_inputs->period;
     if (!readDate(request.lookup(QStringLiteral("STARTDATE")), &period.firstDate) ||
         !readDate(request.lookup(QStringLiteral("ENDDATE")), &period.lastDate) || period.lastDate < period.firstDate ||
-        period.firstDate.daysTo(period.lastDate) >= kMaxEmployeeDays)
+        period.firstDate.daysTo(period.lastDate) >= kMaxPeriodDays)
         return fail(kBadPeriod);
     const qint64 near = m_inputs->settings.nearSeconds();
     const int spare = static_cast<int>(near / LocalClock::kDaySeconds) + kSpareDays;

@@ -12,9 +12,11 @@ class DataBase;
 class CalcReader
 {
 public:
-    /// So many days of employees are calculated at once; a longer period is refused, since its result would take
-    /// the server down (about 3 KB each).
-    static constexpr qint64 kMaxEmployeeDays = 2000000;
+    /// A longer period (a hundred years) is refused before anything is worked out for its days.
+    static constexpr qint64 kMaxPeriodDays = 36600;
+    /// So many days of employees are calculated at once, 1,000 employees' year; more is refused, since result and
+    /// answer take about 5 KB each.
+    static constexpr qint64 kMaxEmployeeDays = 400000;
     /// Longer lists of employees are filtered here: a statement's condition has a bounded depth.
     static constexpr int kMaxUsersInStatement = 500;
 

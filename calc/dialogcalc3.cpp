@@ -326,7 +326,7 @@ QAny DialogCalc3::recalc(const QAny &request)
     result.insert(QStringLiteral("CALC"), calc);
     result.insert(QStringLiteral("PACK"), pack);
     result.insert(QStringLiteral("TIME"), timer.elapsed());
-    qDebug() << "CheckService::recalc() END";
+    qDebug() << "CheckService::recalc() END"; // deliberate: the line names the service that logs are searched by
     return result;
 }
 

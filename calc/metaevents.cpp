@@ -20,7 +20,7 @@ bool InsertMeta(DataBase &database, const MetaEvent &event, QAny *events)
                                  .arg(user, timestamp);
     // The statement reports no failure; a row more than before is the new one.
     const int before = database.select(readBack).count();
-    qDebug().noquote() << "InsertMeta:" << sql;
+    qDebug() << "InsertMeta:" << sql;
     database.exec(sql);
     const QAny rows = database.select(readBack);
     if (rows.count() <= before)

@@ -41,19 +41,22 @@ public:
         }
     }
 
-    /// Null when there are as many sets as there may be.
-    Data *findOrAdd(const Data *parent, const QString &key)
+    /// Null when there are as many sets as there may be; the last ones are only for the program's own kinds of hashes.
+    Data *findOrAdd(const Data *parent, const QString &key, bool isOwn)
     {
+        const int most = isOwn ? Data::kMaxSharedSets : Data::kMaxForeignSets;
         const quint32 hash = hashOf(key);
         const auto equals = [&key](const Data &other) { return other.lastKey() == key; };
         if (Data *found = find(parent, hash, equals))
             return found;
+        if (m_count.load(std::memory_order_relaxed) >= most)
+            return nullptr;
         const QMutexLocker lock(&m_mutex);
         if (Data *found = find(parent, hash, equals))
             return found; // added by another thread meanwhile
-        if (m_count == Data::kMaxSharedSets)
+        if (m_count.load(std::memory_order_relaxed) >= most)
             return nullptr;
-        ++m_count;
+        m_count.fetch_add(1, std::memory_order_relaxed);
         auto *added = new Data(true);
         added->m_keys.reserve(parent->m_keys.size() + 1);
         added->m_keys = parent->m_keys;
@@ -81,7 +84,7 @@ private:
     }
 
     QMutex m_mutex;
-    int m_count = 0;
+    std::atomic<int> m_count{0};
     const quint64 m_seed = QRandomGenerator::global()->generate64(); // peers shall not be able to foresee collisions
     std::atomic<Data *> m_slots[kSlots] = {};
 };
@@ -102,7 +105,8 @@ QAny::KeySet::Data *QAny::KeySet::Data::privateCopy() const
 
 uint QAny::KeySet::Data::hashOf(const QString &key)
 {
-    return qHash(key, static_cast<uint>(qGlobalQHashSeed()));
+    // Not qHash: of that one, equal under every seed, colliding keys can be worked out beforehand.
+    return SharedKeySets::instance().hashOf(key);
 }
 
 int QAny::KeySet::Data::indexOf(const QString &key) const
@@ -124,13 +128,13 @@ int QAny::KeySet::Data::indexOf(const QString &key) const
     }
 }
 
-QAny::KeySet::Data *QAny::KeySet::Data::next(const QString &key)
+QAny::KeySet::Data *QAny::KeySet::Data::next(const QString &key, bool isOwn)
 {
     if (Data *expected = expectedNext(); expected && expected->lastKey() == key)
         return expected;
     if (count() >= kMaxSharedKeys || key.size() > kMaxSharedKeyLength)
         return nullptr;
-    Data *grown = SharedKeySets::instance().findOrAdd(this, key);
+    Data *grown = SharedKeySets::instance().findOrAdd(this, key, isOwn);
     if (grown)
         m_expected.store(grown, std::memory_order_release);
     return grown;
@@ -225,7 +229,7 @@ QAny::KeySet::KeySet(const QStringList &keys) : m_data(Data::empty())
 {
     for (const QString &key : keys) {
         if (m_data->isShared()) {
-            if (Data *grown = m_data->next(key)) {
+            if (Data *grown = m_data->next(key, true)) {
                 m_data = grown;
                 continue;
             }

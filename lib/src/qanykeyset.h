@@ -16,6 +16,8 @@ public:
     static constexpr int kMaxSharedKeyLength = 64;
     /// Peers choose the keys of what they send, and shared sets are never freed.
     static constexpr int kMaxSharedSets = 8192;
+    /// So many of them may come from such keys; the rest is kept for the sets that the program names itself.
+    static constexpr int kMaxForeignSets = 6144;
 
     /// The shared set without keys, from which all others grow.
     static Data *empty();
@@ -30,7 +32,7 @@ public:
     const QString &lastKey() const { return m_keys.back(); }
 
     /// The shared set of these keys and this further one, which must be new; null beyond the bounds.
-    Data *next(const QString &key);
+    Data *next(const QString &key, bool isOwn = false);
     /// The same for an ASCII key by its bytes; null also when there is no such set yet.
     Data *known(const char *utf8, int length);
     /// The set that grew last from this one, or null. Its last key is the likeliest next one.

@@ -518,7 +518,11 @@ bool DataBase::exec(const QString &sql)
 
 bool DataBase::insert(const QString &table, const QAny &values)
 {
-    if (!values.isHash() || d->refuseLost())
+    if (!values.isHash()) {
+        d->lastFailure = Failure::Lasting;
+        return false;
+    }
+    if (d->refuseLost())
         return false;
     const QSet<QString> known = d->columnsOf(table);
     QString columns;

@@ -41,6 +41,9 @@ const QString &saldoSql()
     return sql;
 }
 
+/// Nobody who has not logged in may fill the journal with long names and passwords.
+constexpr int kMaxLogged = 256;
+
 const QString kData = QStringLiteral("data");
 const QString kResult = QStringLiteral("result");
 const QString kReason = QStringLiteral("reason");
@@ -90,12 +93,25 @@ QString durationText(qint64 seconds)
     return QStringLiteral("%1:%2").arg(seconds / 3600, 2, 10, zero).arg((seconds / 60) % 60, 2, 10, zero);
 }
 
-/// Columns may be declared in any case; the page reads lower-case keys.
+/// Columns may be declared in any case; the page reads the user in lower-case keys, all else in upper-case ones.
 QAny withLowerCaseKeys(const QAny &row)
 {
     QAny result(QAny::Hash);
     for (int i = 0; i < row.count(); ++i)
         result.insert(row.keyAt(i).toLower(), row.at(i));
+    return result;
+}
+
+QAny upperCaseRowsOf(const QString &sql)
+{
+    const QAny rows = rowsOf(sql);
+    QAny result(QAny::List);
+    for (int i = 0; i < rows.count(); ++i) {
+        QAny row(QAny::Hash);
+        for (int k = 0; k < rows.at(i).count(); ++k)
+            row.insert(rows.at(i).keyAt(k).toUpper(), rows.at(i).at(k));
+        result.append(row);
+    }
     return result;
 }
 
@@ -136,7 +152,7 @@ QAny recalc(const QAny &data, bool withPairs, bool withSums)
     qDebug() << "webMetods::recalc() START";
     if (!db())
         return QAny(QAny::Invalid);
-    qDebug() << "DialogCalc3::recalc() allpairs";
+    qDebug() << "DialogCalc3::recalc() allpairs"; // deliberately under the name of the class that packs
     // Built anew: the page may not bring settings of its own.
     const QAny calculation = Calc21(*db()).calcAll(QAny{
         {startDate, data.lookup(startDate).toString()},
@@ -251,14 +267,16 @@ QAny webMetods::getUser(const QAny &req, const QObject *peer, const QString &tag
     const QString sql = userSql().arg(user, password);
     // Deliberate: the row names the password, administrators look up failed logins by it.
     if (logger())
-        logger()->log(0, 0, QStringLiteral("Logger::Webser NewUser:%1 %2").arg(user, password), QAny());
+        logger()->log(
+            0, 0, QStringLiteral("Logger::Webser NewUser:%1 %2").arg(user.left(kMaxLogged), password.left(kMaxLogged)),
+            QAny());
     qDebug() << "SQL getUser: " << sql;
     const QAny rows = rowsOf(sql);
     if (rows.count() == 0)
         return refused(answer, "User unknown!");
 
     QAny row = withLowerCaseKeys(rows.at(0));
-    row.insert(kResult, true);
+    row.insert(kResult, true); // deliberately a Bool, where other answers have a text: the page relies on it
     answer.insert(kData, row);
     m_peers.insert(peer);
     m_tags.insert(tag);
@@ -296,7 +314,7 @@ QAny webMetods::getWTime(const QAny &req)
 QAny webMetods::getPresence()
 {
     const QDateTime midnight = QDate::currentDate().startOfDay();
-    const QAny rows = rowsOf(presenceSql().arg(midnight.toSecsSinceEpoch()));
+    const QAny rows = upperCaseRowsOf(presenceSql().arg(midnight.toSecsSinceEpoch()));
     const QString uid = QStringLiteral("UID");
     QAny presence(QAny::List);
     // Deliberate: the very last row is never examined, the user with the highest id is never listed.
@@ -326,7 +344,7 @@ QAny webMetods::getSaldo(const QAny &req)
     };
     const QString status = QStringLiteral("STATUS");
     const qint64 id = req.lookup(kData).lookup(QStringLiteral("ID")).toInteger();
-    const QAny rows = rowsOf(saldoSql().arg(id));
+    const QAny rows = upperCaseRowsOf(saldoSql().arg(id));
     for (int i = 0; i < rows.count(); ++i) {
         QAny row = rows.at(i);
         for (const auto &time : times)

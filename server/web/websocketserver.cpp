@@ -79,6 +79,20 @@ void WebSocketServer::boundClient(QWebSocket *socket, const Peer &peer)
     });
 }
 
+/// Whether the client reads its answers; one that does not is dropped.
+bool WebSocketServer::hasRoomFor(QWebSocket *socket) const
+{
+    if (socket->state() != QAbstractSocket::ConnectedState)
+        return false;
+    if (socket->bytesToWrite() <= kMaxUnreadBytes)
+        return true;
+    const Peer peer = m_clients.value(socket);
+    qWarning() << "WebSocketServer::hasRoomFor more than" << kMaxUnreadBytes << "bytes unread, peer" << peer.address
+               << peer.port;
+    socket->abort();
+    return false;
+}
+
 void WebSocketServer::answerText(QWebSocket *socket, const QString &message)
 {
     if (!m_clients.contains(socket))
@@ -103,7 +117,7 @@ void WebSocketServer::answerText(QWebSocket *socket, const QString &message)
     if (!isInProgress())
         return;
     const QString text = answer.toJson();
-    if (socket->state() == QAbstractSocket::ConnectedState)
+    if (hasRoomFor(socket))
         socket->sendTextMessage(text);
     const QByteArray sent = named("Answer sent:");
     tellEvent(QStringLiteral("ANS: ") + text);
@@ -115,7 +129,8 @@ void WebSocketServer::echoBinary(QWebSocket *socket, const QByteArray &message)
     if (!m_clients.contains(socket))
         return;
     qDebug() << "Binary Message received:" << message;
-    socket->sendBinaryMessage(message);
+    if (hasRoomFor(socket))
+        socket->sendBinaryMessage(message);
 }
 
 void WebSocketServer::forget(QWebSocket *socket)

@@ -23,6 +23,8 @@ public:
     /// A request is a few hundred bytes; the bound keeps one client from filling the memory. A socket that sends a
     /// longer message is closed with one warning line.
     static constexpr quint64 kMaxMessageBytes = 16 * 1024 * 1024;
+    /// A client that has left more than this of its answers unread when another is due is dropped with a warning.
+    static constexpr qint64 kMaxUnreadBytes = 256 * 1024 * 1024;
     /// A closing socket that has not gone by then is aborted.
     static constexpr int kCloseGraceMs = 5000;
 
@@ -61,6 +63,7 @@ private:
 
     QByteArray named(const char *text) const;
     void boundClient(QWebSocket *socket, const Peer &peer);
+    bool hasRoomFor(QWebSocket *socket) const;
 
     QWebSocketServer m_server;
     QHash<QWebSocket *, Peer> m_clients; // owned
