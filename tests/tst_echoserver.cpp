@@ -22,6 +22,7 @@ private Q_SLOTS:
     void binaryComesBack_data();
     void binaryComesBack();
     void answersInOrder();
+    void busyClientKeepsNobodyWaiting();
     void requestCarriesPeer_data();
     void requestCarriesPeer();
     void loginEndsWithTheSocket();
@@ -100,6 +101,23 @@ void TestEchoServer::answersInOrder()
     // Exactly one frame each: the next thing that comes is the next answer.
     QCOMPARE(client.ask(QStringLiteral(R"({"type":"logOut","tag":"4"})")).toJson(),
              QStringLiteral(R"({"data":{"result":"true"}})"));
+}
+
+void TestEchoServer::busyClientKeepsNobodyWaiting()
+{
+    constexpr int many = 3000;
+    EchoServer server(0);
+    WebClient busy(server.serverPort());
+    WebClient other(server.serverPort());
+    QVector<QAny> ports;
+    connect(&server, &EchoServer::newRequest, this, [&](const QAny &request) { ports.append(request.value("port")); });
+    QSignalSpy answered(&busy.socket, &QWebSocket::textMessageReceived);
+    for (int i = 0; i < many; ++i)
+        busy.socket.sendTextMessage(QStringLiteral("{}"));
+    other.socket.sendTextMessage(QStringLiteral("{}"));
+    QTRY_COMPARE(answered.count(), many);
+    const int place = ports.indexOf(QAny(other.socket.localPort()));
+    QVERIFY2(place >= 0 && place < many / 2, qPrintable(QString::number(place)));
 }
 
 void TestEchoServer::requestCarriesPeer_data()

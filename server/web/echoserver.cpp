@@ -20,9 +20,9 @@ EchoServer::~EchoServer()
 
 void EchoServer::connectClient(QWebSocket *socket)
 {
-    connect(socket, &QWebSocket::textMessageReceived, this, &EchoServer::processTextMessage, Qt::QueuedConnection);
-    connect(socket, &QWebSocket::binaryMessageReceived, this, &EchoServer::processBinaryMessage, Qt::QueuedConnection);
-    connect(socket, &QWebSocket::disconnected, this, &EchoServer::socketDisconnected, Qt::QueuedConnection);
+    connect(socket, &QWebSocket::textMessageReceived, this, &EchoServer::processTextMessage);
+    connect(socket, &QWebSocket::binaryMessageReceived, this, &EchoServer::processBinaryMessage);
+    connect(socket, &QWebSocket::disconnected, this, &EchoServer::socketDisconnected);
 }
 
 void EchoServer::onNewConnection()
@@ -32,15 +32,15 @@ void EchoServer::onNewConnection()
 
 void EchoServer::processTextMessage(const QString &message)
 {
-    answerText(qobject_cast<QWebSocket *>(sender()), message);
+    receiveText(qobject_cast<QWebSocket *>(sender()), message);
 }
 
 void EchoServer::processBinaryMessage(const QByteArray &message)
 {
-    echoBinary(qobject_cast<QWebSocket *>(sender()), message);
+    receiveBinary(qobject_cast<QWebSocket *>(sender()), message);
 }
 
 void EchoServer::socketDisconnected()
 {
-    forget(qobject_cast<QWebSocket *>(sender()));
+    receiveEnd(qobject_cast<QWebSocket *>(sender()));
 }

@@ -11,6 +11,9 @@ WebSocketServer::WebSocketServer(const QString &name, QWebSocketServer::SslMode 
                                  QObject *parent)
     : QObject(parent), m_server(name, mode), m_linePrefix(linePrefix)
 {
+    m_turn.setSingleShot(true);
+    m_turn.setInterval(0);
+    connect(&m_turn, &QTimer::timeout, this, [this] { takeTurn(); });
 }
 
 WebSocketServer::~WebSocketServer()
@@ -55,7 +58,7 @@ void WebSocketServer::acceptPending()
     if (!socket)
         return;
     const Peer peer{socket->peerAddress().toString(), socket->peerPort()};
-    m_clients.insert(socket, peer);
+    m_clients.insert(socket, {peer, {}});
     qDebug() << named("New Connection").constData();
     boundClient(socket, peer);
     connectClient(socket);
@@ -79,6 +82,66 @@ void WebSocketServer::boundClient(QWebSocket *socket, const Peer &peer)
     });
 }
 
+void WebSocketServer::receiveText(QWebSocket *socket, const QString &message)
+{
+    receive(socket, {Message::Text, message, {}});
+}
+
+void WebSocketServer::receiveBinary(QWebSocket *socket, const QByteArray &message)
+{
+    receive(socket, {Message::Binary, {}, message});
+}
+
+void WebSocketServer::receiveEnd(QWebSocket *socket)
+{
+    receive(socket, {Message::End, {}, {}});
+}
+
+void WebSocketServer::receive(QWebSocket *socket, Message message)
+{
+    const auto client = m_clients.find(socket);
+    if (client == m_clients.end())
+        return;
+    client->waiting.enqueue(std::move(message));
+    m_turn.start();
+}
+
+void WebSocketServer::takeTurn()
+{
+    const QPointer<WebSocketServer> self(this);
+    QList<QPointer<QWebSocket>> sockets;
+    for (auto client = m_clients.cbegin(); client != m_clients.cend(); ++client) {
+        if (!client->waiting.isEmpty())
+            sockets.append(client.key());
+    }
+    if (sockets.isEmpty())
+        return;
+    m_turn.start(); // for what is left over, and for a handler that runs the event loop
+    for (const QPointer<QWebSocket> &socket : qAsConst(sockets)) {
+        for (int handled = 0; handled < kMaxMessagesPerTurn; ++handled) {
+            const auto client = m_clients.find(socket);
+            if (!socket || client == m_clients.end() || client->waiting.isEmpty())
+                break;
+            const Message message = client->waiting.dequeue();
+            handle(socket, message);
+            if (!self)
+                return;
+        }
+    }
+}
+
+void WebSocketServer::handle(QWebSocket *socket, const Message &message)
+{
+    switch (message.kind) {
+    case Message::Text:
+        return answerText(socket, message.text);
+    case Message::Binary:
+        return echoBinary(socket, message.bytes);
+    case Message::End:
+        return forget(socket);
+    }
+}
+
 /// Whether the client reads its answers; one that does not is dropped.
 bool WebSocketServer::hasRoomFor(QWebSocket *socket) const
 {
@@ -86,7 +149,7 @@ bool WebSocketServer::hasRoomFor(QWebSocket *socket) const
         return false;
     if (socket->bytesToWrite() <= kMaxUnreadBytes)
         return true;
-    const Peer peer = m_clients.value(socket);
+    const Peer peer = m_clients.value(socket).peer;
     qWarning() << "WebSocketServer::hasRoomFor more than" << kMaxUnreadBytes << "bytes unread, peer" << peer.address
                << peer.port;
     socket->abort();
@@ -105,7 +168,7 @@ void WebSocketServer::answerText(QWebSocket *socket, const QString &message)
     qDebug() << named("Message received:").constData() << message;
     QAny request = QAny::fromJson(message);
     if (!request.isList()) { // an array has no place for them and is answered as it is
-        const Peer peer = m_clients.value(socket);
+        const Peer peer = m_clients.value(socket).peer;
         request[QStringLiteral("peer")] = peer.address;
         request[QStringLiteral("port")] = peer.port;
     }
@@ -137,7 +200,7 @@ void WebSocketServer::forget(QWebSocket *socket)
 {
     if (!m_clients.contains(socket))
         return;
-    const Peer peer = m_clients.take(socket);
+    const Peer peer = m_clients.take(socket).peer;
     m_methods.removePeer(socket);
     socket->deleteLater();
     const QByteArray ended = named("socketDisconnected:");

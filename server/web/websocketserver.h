@@ -6,6 +6,8 @@
 #include <QByteArray>
 #include <QHash>
 #include <QObject>
+#include <QQueue>
+#include <QTimer>
 #include <QWebSocketServer>
 
 class QWebSocket;
@@ -15,14 +17,17 @@ class QWebSocket;
 /// servers declare them and hand over here.
 ///
 /// Lives on the main thread. A handler of one of the signals may close sockets, run the event loop or delete the
-/// server; what was in progress then ends without an answer. To allow this, messages and ends of connections come
-/// through the event queue, in their order: no socket's own code is below a handler on the stack.
+/// server; what was in progress then ends without an answer. To allow this, messages and ends of connections wait in
+/// a queue of their client, in their order, for a turn of the event loop: no socket's own code is below a handler on
+/// the stack, and no client keeps the others waiting for more than kMaxMessagesPerTurn of its messages.
 class WebSocketServer : public QObject
 {
 public:
     /// A request is a few hundred bytes; the bound keeps one client from filling the memory. A socket that sends a
     /// longer message is closed with one warning line.
     static constexpr quint64 kMaxMessageBytes = 16 * 1024 * 1024;
+    /// What one client may have answered before the others' turn comes.
+    static constexpr int kMaxMessagesPerTurn = 64;
     /// A client that has left more than this of its answers unread when another is due is dropped with a warning.
     static constexpr qint64 kMaxUnreadBytes = 256 * 1024 * 1024;
     /// A closing socket that has not gone by then is aborted.
@@ -44,11 +49,12 @@ protected:
     void shutDown();
 
     void acceptPending();
-    void answerText(QWebSocket *socket, const QString &message);
-    void echoBinary(QWebSocket *socket, const QByteArray &message);
-    void forget(QWebSocket *socket);
+    /// What a client sent, and its end, to be handled at its turn.
+    void receiveText(QWebSocket *socket, const QString &message);
+    void receiveBinary(QWebSocket *socket, const QByteArray &message);
+    void receiveEnd(QWebSocket *socket);
 
-    /// Connects the socket's messages and its end to the concrete server's slots, all of them queued.
+    /// Connects the socket's messages and its end to the concrete server's slots.
     virtual void connectClient(QWebSocket *socket) = 0;
     virtual void tellRequest(const QAny &request) = 0;
     virtual void tellEvent(const QString &event) = 0;
@@ -61,12 +67,29 @@ private:
         quint16 port = 0;
     };
 
+    struct Message {
+        enum Kind { Text, Binary, End } kind;
+        QString text;
+        QByteArray bytes;
+    };
+    struct Client {
+        Peer peer;
+        QQueue<Message> waiting;
+    };
+
     QByteArray named(const char *text) const;
+    void receive(QWebSocket *socket, Message message);
+    void takeTurn();
+    void handle(QWebSocket *socket, const Message &message);
+    void answerText(QWebSocket *socket, const QString &message);
+    void echoBinary(QWebSocket *socket, const QByteArray &message);
+    void forget(QWebSocket *socket);
     void boundClient(QWebSocket *socket, const Peer &peer);
     bool hasRoomFor(QWebSocket *socket) const;
 
     QWebSocketServer m_server;
-    QHash<QWebSocket *, Peer> m_clients; // owned
+    QHash<QWebSocket *, Client> m_clients; // sockets are owned
+    QTimer m_turn;                         // single shot: messages are waiting
     webMetods m_methods;
     QByteArray m_linePrefix;
 };
