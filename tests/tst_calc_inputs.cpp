@@ -47,6 +47,7 @@ void TestCalcInputs::fatalErrorsLeaveOnlyTheErrors_data()
     addRow("end before the start", "3.3.2026", "2.3.2026", QAny(), kShift, badPeriod);
     addRow("no such date", "31.2.2026", "2.3.2026", QAny(), kShift, badPeriod);
     addRow("no end", "2.3.2026", "", QAny(), kShift, badPeriod);
+    addRow("more than a hundred years", "1.1.1950", "2.3.2054", QAny(), kShift, badPeriod);
     addRow("no calendar", "2.3.2027", "3.3.2027", QAny(), kShift, "Ni koledarja za izbrano obdobje!");
     addRow("unknown employee", "2.3.2026", "2.3.2026", QAny(77), kShift, "Ni spiska zaposlenih!");
     addRow("inactive employee", "2.3.2026", "2.3.2026", QAny(9), kShift, "Ni spiska zaposlenih!");

@@ -268,6 +268,9 @@ void TestWebMetods::saldoRows()
                      .arg(unixTime("2025-07-01 09:07")),
                  insert.arg(QStringLiteral("32,5,1,0,0,0,0,''")), insert.arg(QStringLiteral("33,5,3,0,0,0,0,''")),
                  insert.arg(QStringLiteral("34,6,2,null,null,null,null,null"))}));
+    // The administration's file may declare its columns in any case.
+    QVERIFY(m_database->exec(QStringLiteral("alter table freehour rename column HDLDATE to hdldate")));
+    QVERIFY(m_database->exec(QStringLiteral("alter table freehour rename column STATUS to status")));
     QVERIFY(logIn());
     const auto saldo = [this](const char *data) {
         return this->data(QStringLiteral(R"({"type":"getSaldo","tag":"t","data":%1})").arg(data));

@@ -97,12 +97,12 @@ void WebSocketServer::receiveEnd(QWebSocket *socket)
     receive(socket, {Message::End, {}, {}});
 }
 
-void WebSocketServer::receive(QWebSocket *socket, Message message)
+void WebSocketServer::receive(QWebSocket *socket, const Message &message)
 {
     const auto client = m_clients.find(socket);
     if (client == m_clients.end())
         return;
-    client->waiting.enqueue(std::move(message));
+    client->waiting.enqueue(message);
     m_turn.start();
 }
 

@@ -78,7 +78,7 @@ private:
     };
 
     QByteArray named(const char *text) const;
-    void receive(QWebSocket *socket, Message message);
+    void receive(QWebSocket *socket, const Message &message);
     void takeTurn();
     void handle(QWebSocket *socket, const Message &message);
     void answerText(QWebSocket *socket, const QString &message);
