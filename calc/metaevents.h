@@ -15,6 +15,6 @@ struct MetaEvent {
 };
 
 /// On the database's thread. Stores the event in `metalog` and reads it back; the row found, with TABLE "allevents", is
-/// appended to the event list (anything but a List becomes one; null for none). True when the read-back finds the row.
-/// Texts stand in the statement unescaped.
+/// appended to the event list (anything but a List becomes one; null for none). True when the read-back finds one row
+/// more than before. Texts stand in the statement unescaped.
 bool InsertMeta(DataBase &database, const MetaEvent &event, QAny *events = nullptr);

@@ -93,25 +93,26 @@ QString durationText(qint64 seconds)
     return QStringLiteral("%1:%2").arg(seconds / 3600, 2, 10, zero).arg((seconds / 60) % 60, 2, 10, zero);
 }
 
-/// Columns may be declared in any case; the page reads the user in lower-case keys, all else in upper-case ones.
-QAny withLowerCaseKeys(const QAny &row)
+/// The row under keys of one case, whatever case the administration's file declares its columns in.
+template <typename Convert> QAny withKeys(const QAny &row, Convert convert)
 {
     QAny result(QAny::Hash);
     for (int i = 0; i < row.count(); ++i)
-        result.insert(row.keyAt(i).toLower(), row.at(i));
+        result.insert(convert(row.keyAt(i)), row.at(i));
     return result;
+}
+
+QAny withLowerCaseKeys(const QAny &row)
+{
+    return withKeys(row, [](const QString &key) { return key.toLower(); });
 }
 
 QAny upperCaseRowsOf(const QString &sql)
 {
     const QAny rows = rowsOf(sql);
     QAny result(QAny::List);
-    for (int i = 0; i < rows.count(); ++i) {
-        QAny row(QAny::Hash);
-        for (int k = 0; k < rows.at(i).count(); ++k)
-            row.insert(rows.at(i).keyAt(k).toUpper(), rows.at(i).at(k));
-        result.append(row);
-    }
+    for (int i = 0; i < rows.count(); ++i)
+        result.append(withKeys(rows.at(i), [](const QString &key) { return key.toUpper(); }));
     return result;
 }
 
