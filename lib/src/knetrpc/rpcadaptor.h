@@ -1,0 +1,34 @@
+#pragma once
+
+#include "qany.h"
+
+#include <QHash>
+#include <QMetaMethod>
+#include <QObject>
+#include <QPointer>
+#include <QStringList>
+
+namespace KNet {
+
+/// Makes the public slots `QAny name(QString connectionId, QAny params)` of a service callable by name. Slots that the
+/// service inherits are not. A child of its controller; the service is not owned and may go first.
+class RpcAdaptor : public QObject
+{
+    Q_OBJECT
+public:
+    RpcAdaptor(QObject *service, QObject *parent);
+
+    /// Tokens that a connection must hold to use the service.
+    QStringList &requirements() { return m_requirements; }
+    const QStringList &requirements() const { return m_requirements; }
+
+    /// {"result": value} or {"error": {…}}. The service may run the event loop, in which this adaptor may end.
+    QAny invokeMethod(const QString &connectionId, const QString &method, const QAny &params);
+
+private:
+    QPointer<QObject> m_service;
+    QHash<QString, QMetaMethod> m_methods;
+    QStringList m_requirements;
+};
+
+} // namespace KNet

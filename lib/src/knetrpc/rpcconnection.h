@@ -1,0 +1,103 @@
+#pragma once
+
+#include "jsonparser.h"
+#include "qany.h"
+#include "rpcprotocol.h"
+
+#include <QByteArray>
+#include <QElapsedTimer>
+#include <QSet>
+#include <QString>
+#include <QTcpSocket>
+#include <QTimer>
+
+namespace KNet {
+
+class RpcController;
+
+/// One TCP connection of the RPC protocol, accepted or opened by us. Owned by its controller; lives on the
+/// controller's thread; ends exactly once, through the disconnect handling.
+///
+/// A handler of its messages may run the event loop, in which further messages of the same connection are handled and
+/// the connection itself may end and be deleted.
+class RpcConnection : public QTcpSocket
+{
+    Q_OBJECT
+public:
+    RpcConnection(RpcController *controller, bool incoming, const RpcLimits &limits);
+    ~RpcConnection() override;
+
+    /// Accepted by us, not opened.
+    bool isIncoming() const { return m_incoming; }
+    /// Unique within the process.
+    const QString &connectionId() const { return m_connectionId; }
+    /// Set by services; empty at first.
+    const QString &name() const { return m_name; }
+    void setName(const QString &name) { m_name = name; }
+    /// Tokens granted to the peer.
+    QSet<QString> &authorizations() { return m_authorizations; }
+    const QSet<QString> &authorizations() const { return m_authorizations; }
+    /// In ms; 0 for none.
+    int activityTimeout() const { return m_limits.activityTimeoutMs; }
+
+    /// Queues the message; false when the socket refuses it. Never blocks.
+    bool send(const QAny &message);
+    /// The same for a message that is JSON text already.
+    bool sendText(const QByteArray &json);
+
+    /// Ends a connected socket gracefully, any other at once. What the peer has sent and we have not handled is
+    /// dropped.
+    void closeConnection();
+    /// Ends at once; what was not yet written is lost.
+    void abortConnection();
+
+    /// The controller ends. False when one of the socket's own functions is on the stack: the object then deletes itself
+    /// later.
+    bool detach();
+
+private Q_SLOTS:
+    void onConnected();
+    void onDisconnected();
+    void onError(QAbstractSocket::SocketError socketError);
+    void onReadyRead();
+    void onBytesWritten(qint64 bytes);
+    void onActivityTimeout();
+
+private:
+    class SocketScope;
+    enum class Input { Message, Exhausted, Broken };
+
+    Input readMessage(QAny *message);
+    bool fillInput();
+    bool hasInput() const;
+    bool handle(const QAny &message);
+    void noteActivity();
+    bool flushOutput();
+    /// Runs the disconnect handling, behind the messages that the peer sent before it went.
+    void endOrFinishInput();
+    void end();
+
+    RpcController *m_controller;
+    bool m_incoming;
+    QString m_connectionId;
+    QString m_name;
+    Json::Parser m_reader;
+    QSet<QString> m_authorizations;
+    QByteArray m_output; // not yet taken by the socket
+    RpcLimits m_limits;
+    QTimer m_activityTimer;
+
+    QElapsedTimer m_lastActivity;
+    int m_handling = 0;        // messages being handled, one within the other
+    QByteArray m_input;        // read from the socket, not yet fed
+    int m_inputFed = 0;        // bytes of it that the reader has
+    qint64 m_messageBytes = 0; // that the reader has of the message in progress
+    QTimer m_turn;             // single shot: input is left for the next turn of the event loop
+    int m_socketScopes = 0;    // functions of the socket that are on the stack
+    bool m_closing = false;    // by us: further input is dropped
+    bool m_peerGone = false;   // the disconnect handling follows the last message
+    bool m_ended = false;      // the disconnect handling has begun
+    bool m_orphaned = false;   // deletes itself when the last socket scope ends
+};
+
+} // namespace KNet

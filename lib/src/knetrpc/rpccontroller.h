@@ -1,0 +1,149 @@
+#pragma once
+
+#include "qany.h"
+#include "rpcprotocol.h"
+
+#include <QHostAddress>
+#include <QMap>
+#include <QObject>
+#include <QSet>
+#include <QString>
+#include <QTimer>
+#include <QVector>
+
+#include <deque>
+#include <memory>
+
+namespace KNet {
+
+class RpcAdaptor;
+class RpcCall;
+class RpcConnection;
+class RpcPendingCall;
+class RpcServer;
+
+/// The one object through which a program uses the protocol, as a server, as a client or as both: it listens, owns all
+/// connections, knows the services, dispatches calls to their slots and routes answers to outgoing calls (RpcCall).
+///
+/// Single-threaded: everything happens on its thread. A service slot may run the event loop; connections, services and
+/// this object itself may end in it. Connections are known by their id outside this library. Nothing throws.
+class RpcController : public QObject
+{
+    Q_OBJECT
+public:
+    static constexpr int kSweepIntervalMs = 100;
+    static constexpr int kPingIntervalMs = 5000;
+    static constexpr int kDefaultTimeoutMs = 30000;
+
+    explicit RpcController(QObject *parent = nullptr);
+    /// Deletes adaptors, connections and pending calls without completing them; synchronous calls that wait return Null.
+    ~RpcController() override;
+
+    /// Listens on all addresses, IPv4 and IPv6. Port 0 takes any free one. False, with errorString(), when it cannot.
+    bool listen(quint16 port);
+    bool listen(const QHostAddress &address, quint16 port);
+    bool isListening() const;
+    /// Port on which we really listen; 0 when we do not.
+    quint16 serverPort() const;
+    /// Why the latest listen failed.
+    QString errorString() const { return m_listenError; }
+    /// Stops listening. Connections stay.
+    void close();
+
+    const RpcLimits &limits() const { return m_limits; }
+    /// For connections made from now on.
+    void setLimits(const RpcLimits &limits) { m_limits = limits; }
+
+    /// False if the name is taken. The service is not owned.
+    bool registerService(const QString &name, QObject *service);
+    bool unregisterService(const QString &name);
+    /// Of an unknown service: nothing happens.
+    void addServiceRequirement(const QString &service, const QString &token);
+    void removeServiceRequirement(const QString &service, const QString &token);
+
+    /// Of an unknown connection: nothing happens, or the empty value.
+    void addAuthorization(const QString &connectionId, const QString &token);
+    void removeAuthorization(const QString &connectionId, const QString &token);
+    QSet<QString> authorizations(const QString &connectionId) const;
+    void setConnectionName(const QString &connectionId, const QString &name);
+    QString connectionName(const QString &connectionId) const;
+    /// The first connection of that name; empty when there is none.
+    QString connectionIdByName(const QString &name) const;
+    QHostAddress peerAddress(const QString &connectionId) const;
+
+    /// False for an unknown connection. A connected one is closed gracefully, any other at once.
+    bool closeConnection(const QString &connectionId);
+    /// The same without grace: disconnected() has been emitted when it returns.
+    bool abortConnection(const QString &connectionId);
+    /// Opens a connection and stores its id. With a time-out below 1 ms true at once, and connected() or error() tells
+    /// later; otherwise blocks up to that long and tells whether it is connected.
+    bool connectToHost(const QString &host, quint16 port, QString &connectionId, int timeoutMs);
+
+    /// For RpcCall: sends a call and keeps its record. False when the connection is unknown or refuses the write. A
+    /// negative time-out takes the default, 0 none. Stores the call's id unless that is null.
+    bool sendCall(const QString &connectionId, const QString &method, const QAny &params, QObject *receiver,
+                  const QString &memberName, int timeout, QString *callId = nullptr);
+
+    /// Whether a synchronous call waits, so that its caller is on the stack.
+    bool hasWaitingCalls() const { return !m_waiting.isEmpty(); }
+    /// Ends all waits (the calls return Null) and refuses further synchronous calls: the program is about to stop.
+    void endWaitingCalls();
+
+Q_SIGNALS:
+    void incoming(QString connectionId);
+    void connected(QString connectionId);
+    void disconnected(QString connectionId);
+    void error(QString connectionId, QString errorText);
+
+public Q_SLOTS:
+    void timeoutPendingCalls();
+    void pingRemoteConnections();
+
+private:
+    friend class RpcCall;
+    friend class RpcConnection;
+    friend class RpcServer;
+
+    struct Completion;
+
+    // For RpcServer.
+    void incomingConnection(qintptr socketDescriptor);
+
+    // For RpcConnection.
+    /// False when the connection is to be closed. Neither it nor this object need exist afterwards.
+    bool handleMessage(const QString &connectionId, const QAny &message);
+    void completeLostCalls(const QString &connectionId);
+    void removeConnection(RpcConnection *connection);
+
+    // For RpcCall.
+    bool beginWait(RpcCall *call);
+    void endWait(RpcCall *call);
+    void forgetCall(const QString &callId);
+
+    bool handleCall(const QString &connectionId, const QString &id, const QString &method, const QAny &params);
+    void handleNotification(const QString &connectionId, const QString &method, const QAny &params);
+    void handleAnswer(const QString &connectionId, const QString &id, const QAny &response);
+    bool respond(const QString &connectionId, const QString &id, QAny body);
+    RpcAdaptor *authorizedAdaptor(const QString &connectionId, const QString &service, RpcErrorCode *refusal) const;
+    void complete();
+
+    RpcServer *m_server = nullptr;
+    QString m_listenError;
+    RpcLimits m_limits;
+    int m_defaultTimeout = kDefaultTimeoutMs;
+    QTimer m_sweepTimer;
+    QTimer m_pingTimer;
+    QMap<QString, RpcAdaptor *> m_services;
+    QMap<QString, RpcConnection *> m_connections;
+    QMap<QString, RpcPendingCall *> m_pendingCalls;
+    QSet<QString> m_pinged;
+    std::deque<Completion> m_completions; // calls that have failed and whose receivers do not know yet
+    QVector<RpcCall *> m_waiting;         // synchronous, outermost first
+    bool m_refusesWaits = false;
+};
+
+} // namespace KNet
+
+/// The process's controller; null before start and after stop. Only ServicesStarter (or a test) sets it.
+KNet::RpcController *rpcController();
+void setRpcController(KNet::RpcController *controller);

@@ -1,0 +1,37 @@
+#pragma once
+
+#include "qany.h"
+
+#include <QElapsedTimer>
+#include <QObject>
+#include <QPointer>
+
+namespace KNet {
+
+/// A call that has been sent and not yet answered. Owned by the controller until one of answer, time-out and loss of
+/// the connection completes it.
+class RpcPendingCall
+{
+public:
+    /// The member is the receiver's method name without signature; a time-out of 0 ms or less means none.
+    RpcPendingCall(const QString &connectionId, const QString &callId, QObject *receiver, const QString &member,
+                   int timeout);
+
+    const QString &connectionId() const { return m_connectionId; }
+    const QString &callId() const { return m_callId; }
+    bool hasTimedOut() const { return m_timeout >= 1 && m_started.hasExpired(m_timeout); }
+
+    /// Invokes the receiver's method directly; false, with a warning line, when that cannot be done.
+    bool sendResponse(const QString &connectionId, const QAny &response);
+    bool sendError(int code, const QString &message);
+
+private:
+    QString m_connectionId;
+    QString m_callId;
+    QPointer<QObject> m_receiver;
+    QString m_member;
+    int m_timeout;
+    QElapsedTimer m_started;
+};
+
+} // namespace KNet

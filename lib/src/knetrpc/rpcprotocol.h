@@ -1,0 +1,39 @@
+#pragma once
+
+#include "qany.h"
+
+namespace KNet {
+
+/// Errors of the RPC layer. Those from ConnectionError on are produced locally for a caller and never written.
+enum RpcErrorCode {
+    NoSuchService = 10100,
+    NoSuchMethod = 10110,
+    InvokeError = 10120,
+    NotAuthorized = 10200,
+    ConnectionError = 10300,
+    ConnectionClosed = 10310,
+    CallTimeout = 10400,
+};
+
+/// The text that belongs to the code, as in {"code": 10100, "message": "No such service"}.
+QString rpcErrorText(RpcErrorCode code);
+/// {"error": {"code": …, "message": …}}: what a caller gets instead of a result.
+QAny rpcError(int code, const QString &message);
+QAny rpcError(RpcErrorCode code);
+
+/// Bounds that keep one peer from taking the process down. Each that is met gives one warning line.
+struct RpcLimits {
+    /// A peer that sends a longer message is disconnected.
+    qint64 maxMessageBytes = 256 * 1024 * 1024;
+    /// A peer that has left more than this unread when another message is due is disconnected; a single message may be
+    /// larger.
+    qint64 maxUnreadBytes = 256 * 1024 * 1024;
+    /// What one connection may have handled before the others' turn comes.
+    int maxMessagesPerTurn = 64;
+    /// A closing connection that has not gone by then is aborted.
+    int closeGraceMs = 5000;
+    /// A connection without a complete message for that long is closed; 0 means never. For new connections.
+    int activityTimeoutMs = 300000;
+};
+
+} // namespace KNet

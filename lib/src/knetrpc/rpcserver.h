@@ -1,0 +1,37 @@
+#pragma once
+
+#include <QTcpServer>
+
+namespace KNet {
+
+class RpcController;
+
+/// Listens for the controller and passes every accepted descriptor on to it. Takes a whole site's terminals that
+/// connect at the same moment, and goes on accepting after the process ran out of descriptors.
+class RpcServer : public QTcpServer
+{
+    Q_OBJECT
+public:
+    /// Connections that the system may hold ready until they are accepted.
+    static constexpr int kBacklog = 4096;
+    /// Pause after an accept that failed, for want of descriptors for example.
+    static constexpr int kAcceptPauseMs = 1000;
+
+    RpcServer(RpcController *controller, QObject *parent);
+
+    /// Like QTcpServer's, with room for kBacklog waiting connections where the platform lets us say so.
+    bool listen(const QHostAddress &address, quint16 port);
+
+protected:
+    void incomingConnection(qintptr socketDescriptor) override;
+
+private:
+    void pauseAfter(QAbstractSocket::SocketError error);
+
+    RpcController *m_controller;
+};
+
+/// Sets the backlog of a socket that listens already; does nothing where the platform has no way.
+void setListenBacklog(qintptr socketDescriptor, int backlog);
+
+} // namespace KNet

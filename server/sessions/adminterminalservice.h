@@ -1,0 +1,25 @@
+#pragma once
+
+#include "terminalservice.h"
+
+/// Sessions of the administration clients; the service "adminterminal".
+class AdminTerminalService : public TerminalService
+{
+    Q_OBJECT
+public:
+    explicit AdminTerminalService(KNet::RpcController *controller, QObject *parent = nullptr);
+
+Q_SIGNALS:
+    void connected(int terminal);
+    void disconnected(int terminal);
+
+public Q_SLOTS:
+    QAny login(QString connectionId, QAny params);
+    QAny status(QString connectionId, QAny params);
+    void onIncomingConnection(QString connectionId);
+    void onDisconnectedConnection(QString connectionId);
+};
+
+/// The process's service; null before start and after stop. Only ServicesStarter (or a test) sets it.
+AdminTerminalService *adminTerminalService();
+void setAdminTerminalService(AdminTerminalService *service);

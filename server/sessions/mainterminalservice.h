@@ -1,0 +1,30 @@
+#pragma once
+
+#include "terminalservice.h"
+
+/// Sessions of the attendance terminals; the service "mainterminal".
+class MainTerminalService : public TerminalService
+{
+    Q_OBJECT
+public:
+    explicit MainTerminalService(KNet::RpcController *controller, QObject *parent = nullptr);
+
+    /// Tells the terminal of a row of the fingerprint reader's; {"NOZUK": true} when it is not connected.
+    QAny ulkaCsvEvent(int terminal, const QAny &params);
+    /// Fetches a picture; the empty String when the terminal is not connected. Of the options only "CTRL" is passed on.
+    QAny getPictures(int terminal, int pictureId, const QAny &options);
+
+Q_SIGNALS:
+    void connected(int terminal);
+    void disconnected(int terminal);
+
+public Q_SLOTS:
+    QAny login(QString connectionId, QAny params);
+    QAny status(QString connectionId, QAny params);
+    void onIncomingConnection(QString connectionId);
+    void onDisconnectedConnection(QString connectionId);
+};
+
+/// The process's service; null before start and after stop. Only ServicesStarter (or a test) sets it.
+MainTerminalService *mainTerminalService();
+void setMainTerminalService(MainTerminalService *service);

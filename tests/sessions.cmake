@@ -1,0 +1,1 @@
+# Terminal sessions and what terminals push.
