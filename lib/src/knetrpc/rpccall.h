@@ -45,7 +45,7 @@ public Q_SLOTS:
     void onResponse(QString connectionId, QAny result);
 
 private:
-    QAny wait();
+    bool wait();
 
     QPointer<RpcController> m_controller;
     QEventLoop *m_loop = nullptr; // on the stack of the call that waits

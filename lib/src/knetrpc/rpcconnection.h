@@ -51,9 +51,11 @@ public:
     /// Ends at once; what was not yet written is lost.
     void abortConnection();
 
-    /// The controller ends. False when one of the socket's own functions is on the stack: the object then deletes itself
-    /// later.
+    /// The controller ends, and so does the connection, without telling. True when it may be deleted at once;
+    /// otherwise one of the socket's own functions is on the stack, and it deletes itself later.
     bool detach();
+    /// Deletes itself as soon as none of the socket's own functions is on the stack.
+    void retire();
 
 private Q_SLOTS:
     void onConnected();
@@ -71,10 +73,11 @@ private:
     bool fillInput();
     bool hasInput() const;
     bool handle(const QAny &message);
+    void dropInput();
     void noteActivity();
     bool flushOutput();
     /// Runs the disconnect handling, behind the messages that the peer sent before it went.
-    void endOrFinishInput();
+    void endBehindInput();
     void end();
 
     RpcController *m_controller;
@@ -97,7 +100,7 @@ private:
     bool m_closing = false;    // by us: further input is dropped
     bool m_peerGone = false;   // the disconnect handling follows the last message
     bool m_ended = false;      // the disconnect handling has begun
-    bool m_orphaned = false;   // deletes itself when the last socket scope ends
+    bool m_retired = false;    // deletes itself when the last socket scope ends
 };
 
 } // namespace KNet

@@ -3,6 +3,7 @@
 #include "qany.h"
 #include "rpcprotocol.h"
 
+#include <QElapsedTimer>
 #include <QHostAddress>
 #include <QMap>
 #include <QObject>
@@ -36,7 +37,8 @@ public:
     static constexpr int kDefaultTimeoutMs = 30000;
 
     explicit RpcController(QObject *parent = nullptr);
-    /// Deletes adaptors, connections and pending calls without completing them; synchronous calls that wait return Null.
+    /// Deletes adaptors, connections and pending calls without completing them; synchronous calls that wait return
+    /// Null.
     ~RpcController() override;
 
     /// Listens on all addresses, IPv4 and IPv6. Port 0 takes any free one. False, with errorString(), when it cannot.
@@ -104,7 +106,13 @@ private:
     friend class RpcConnection;
     friend class RpcServer;
 
-    struct Completion;
+    enum class Wait { Begun, Refused, Ended };
+
+    /// A call that has failed and whose receiver does not know yet.
+    struct Completion {
+        std::unique_ptr<RpcPendingCall> call;
+        RpcErrorCode code;
+    };
 
     // For RpcServer.
     void incomingConnection(qintptr socketDescriptor);
@@ -116,7 +124,7 @@ private:
     void removeConnection(RpcConnection *connection);
 
     // For RpcCall.
-    bool beginWait(RpcCall *call);
+    Wait beginWait(RpcCall *call);
     void endWait(RpcCall *call);
     void forgetCall(const QString &callId);
 
@@ -125,6 +133,7 @@ private:
     void handleAnswer(const QString &connectionId, const QString &id, const QAny &response);
     bool respond(const QString &connectionId, const QString &id, QAny body);
     RpcAdaptor *authorizedAdaptor(const QString &connectionId, const QString &service, RpcErrorCode *refusal) const;
+    RpcConnection *addConnection(bool incoming);
     void complete();
 
     RpcServer *m_server = nullptr;
@@ -137,8 +146,9 @@ private:
     QMap<QString, RpcConnection *> m_connections;
     QMap<QString, RpcPendingCall *> m_pendingCalls;
     QSet<QString> m_pinged;
-    std::deque<Completion> m_completions; // calls that have failed and whose receivers do not know yet
-    QVector<RpcCall *> m_waiting;         // synchronous, outermost first
+    std::deque<Completion> m_completions;
+    QVector<RpcCall *> m_waiting; // synchronous, outermost first
+    QElapsedTimer m_lastSweep;
     bool m_refusesWaits = false;
 };
 

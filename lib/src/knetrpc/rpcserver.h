@@ -17,10 +17,12 @@ public:
     /// Pause after an accept that failed, for want of descriptors for example.
     static constexpr int kAcceptPauseMs = 1000;
 
-    RpcServer(RpcController *controller, QObject *parent);
+    explicit RpcServer(RpcController *controller);
 
     /// Like QTcpServer's, with room for kBacklog waiting connections where the platform lets us say so.
     bool listen(const QHostAddress &address, quint16 port);
+    /// Closes, and forgets the controller. The object deletes itself: it may be accepting just now.
+    void retire();
 
 protected:
     void incomingConnection(qintptr socketDescriptor) override;

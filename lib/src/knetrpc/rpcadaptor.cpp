@@ -1,0 +1,42 @@
+#include "rpcadaptor.h"
+
+#include "rpcprotocol.h"
+
+#include <QDebug>
+
+namespace KNet {
+
+RpcAdaptor::RpcAdaptor(QObject *service, QObject *parent) : QObject(parent), m_service(service)
+{
+    const QMetaObject *meta = service->metaObject();
+    for (int i = meta->methodOffset(); i < meta->methodCount(); ++i) {
+        const QMetaMethod method = meta->method(i);
+        if (method.methodType() != QMetaMethod::Slot || method.access() != QMetaMethod::Public)
+            continue;
+        const QByteArray signature = method.methodSignature();
+        const int bracket = signature.indexOf('(');
+        if (signature.mid(bracket) == "(QString,QAny)" && qstrcmp(method.typeName(), "QAny") == 0)
+            m_methods.insert(QString::fromLatin1(signature.left(bracket)), method);
+    }
+}
+
+QAny RpcAdaptor::invokeMethod(const QString &connectionId, const QString &method, const QAny &params)
+{
+    const auto found = m_methods.constFind(method);
+    if (found == m_methods.constEnd()) {
+        qWarning() << "KNet::RpcAdaptor::invokeMethod()"
+                   << "no such method name" << method;
+        return rpcError(NoSuchMethod);
+    }
+    const QMetaMethod slot = *found; // the table may go while the slot runs
+    QAny result;
+    if (!m_service || !slot.invoke(m_service, Qt::DirectConnection, Q_RETURN_ARG(QAny, result),
+                                   Q_ARG(QString, connectionId), Q_ARG(QAny, params))) {
+        qWarning() << "KNet::RpcAdaptor::invokeMethod()"
+                   << "error on invoke";
+        return rpcError(InvokeError);
+    }
+    return {{QStringLiteral("result"), std::move(result)}};
+}
+
+} // namespace KNet

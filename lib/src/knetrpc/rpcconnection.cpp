@@ -1,0 +1,309 @@
+#include "rpcconnection.h"
+
+#include "idgenerator.h"
+#include "rpccontroller.h"
+
+#include <QDebug>
+#include <QPointer>
+
+#include <algorithm>
+
+namespace KNet {
+
+namespace {
+
+/// What the socket may hold unread. A peer that sends faster than it is served then fills its own side.
+constexpr qint64 kReadBufferBytes = 256 * 1024;
+
+/// A message from this size on is handed to the socket without a copy; shorter ones share its blocks.
+constexpr int kSharedWriteBytes = 64 * 1024;
+
+} // namespace
+
+/// While one is open, functions of QTcpSocket may be below us on the stack, so the object must not be deleted.
+class RpcConnection::SocketScope
+{
+public:
+    explicit SocketScope(RpcConnection *connection) : m_connection(connection) { ++connection->m_socketScopes; }
+    ~SocketScope()
+    {
+        if (--m_connection->m_socketScopes == 0 && m_connection->m_retired)
+            m_connection->deleteLater();
+    }
+
+private:
+    Q_DISABLE_COPY(SocketScope)
+    RpcConnection *m_connection;
+};
+
+RpcConnection::RpcConnection(RpcController *controller, bool incoming, const RpcLimits &limits)
+    : m_controller(controller), m_incoming(incoming), m_connectionId(IdGenerator::connections().next()),
+      m_limits(limits)
+{
+    setReadBufferSize(kReadBufferBytes);
+    connect(this, &QTcpSocket::readyRead, this, &RpcConnection::onReadyRead, Qt::QueuedConnection);
+    connect(this, &QTcpSocket::connected, this, &RpcConnection::onConnected, Qt::QueuedConnection);
+    connect(this, &QTcpSocket::bytesWritten, this, &RpcConnection::onBytesWritten);
+    connect(this, &QTcpSocket::disconnected, this, &RpcConnection::onDisconnected);
+    connect(this, &QTcpSocket::errorOccurred, this, &RpcConnection::onError);
+    connect(&m_activityTimer, &QTimer::timeout, this, &RpcConnection::onActivityTimeout);
+    m_turn.setSingleShot(true);
+    m_turn.setInterval(0);
+    // Queued: while a timer's handler is on the stack, the timer would not serve the event loops below it.
+    connect(&m_turn, &QTimer::timeout, this, &RpcConnection::onReadyRead, Qt::QueuedConnection);
+
+    m_activityTimer.setSingleShot(true);
+    m_activityTimer.setTimerType(Qt::PreciseTimer);
+    noteActivity();
+    if (activityTimeout() > 0)
+        m_activityTimer.start(activityTimeout());
+}
+
+RpcConnection::~RpcConnection()
+{
+    // The base class still closes the socket.
+    disconnect(this, nullptr, this, nullptr);
+}
+
+bool RpcConnection::send(const QAny &message)
+{
+    return sendText(message.toJsonUtf8());
+}
+
+bool RpcConnection::sendText(const QByteArray &json)
+{
+    if (m_ended || m_closing || state() == UnconnectedState)
+        return false;
+    if (bytesToWrite() + m_output.size() > m_limits.maxUnreadBytes) {
+        qWarning() << "KNet::RpcConnection::sendText() more than" << m_limits.maxUnreadBytes << "bytes unread, peer"
+                   << peerAddress().toString() << peerPort();
+        abortConnection();
+        return false;
+    }
+    m_output += json;
+    return flushOutput();
+}
+
+bool RpcConnection::flushOutput()
+{
+    if (m_output.isEmpty())
+        return true;
+    const qint64 written =
+        m_output.size() >= kSharedWriteBytes ? write(m_output) : write(m_output.constData(), m_output.size());
+    if (written < 0 || written == m_output.size())
+        m_output = QByteArray();
+    else
+        m_output.remove(0, static_cast<int>(written));
+    return written >= 0;
+}
+
+void RpcConnection::closeConnection()
+{
+    if (m_ended)
+        return;
+    if (state() != ConnectedState)
+        return abortConnection();
+    dropInput();
+    const QPointer<RpcConnection> self(this);
+    {
+        const SocketScope scope(this);
+        disconnectFromHost();
+    }
+    if (self && !m_ended)
+        QTimer::singleShot(m_limits.closeGraceMs, this, &RpcConnection::abortConnection);
+}
+
+void RpcConnection::abortConnection()
+{
+    if (m_ended)
+        return;
+    dropInput();
+    const SocketScope scope(this);
+    abort(); // tells only a socket that was connected
+    end();
+}
+
+bool RpcConnection::detach()
+{
+    m_controller = nullptr;
+    m_ended = true;
+    disconnect(this, nullptr, this, nullptr);
+    m_activityTimer.stop();
+    m_turn.stop();
+    m_retired = true;
+    if (m_socketScopes > 0)
+        return false;
+    flush(); // what was answered before the end
+    return true;
+}
+
+/// Not below the socket's own functions: even a scheduled deletion may come too early for them, in an event loop that a
+/// receiver runs.
+void RpcConnection::retire()
+{
+    m_retired = true;
+    if (m_socketScopes == 0)
+        deleteLater();
+}
+
+void RpcConnection::onConnected()
+{
+    if (m_ended)
+        return;
+    setSocketOption(LowDelayOption, 1);
+    Q_EMIT m_controller->connected(m_connectionId);
+}
+
+void RpcConnection::onDisconnected()
+{
+    const SocketScope scope(this);
+    endBehindInput();
+}
+
+void RpcConnection::onError(QAbstractSocket::SocketError socketError)
+{
+    Q_UNUSED(socketError)
+    if (m_ended)
+        return;
+    const SocketScope scope(this);
+    Q_EMIT m_controller->error(m_connectionId, errorString());
+    endBehindInput();
+}
+
+void RpcConnection::onReadyRead()
+{
+    const QPointer<RpcConnection> self(this);
+    for (int handled = 0; handled < m_limits.maxMessagesPerTurn; ++handled) {
+        if (m_ended)
+            return;
+        if (m_closing) {
+            readAll();
+            return;
+        }
+        QAny message;
+        switch (readMessage(&message)) {
+        case Input::Message:
+            break;
+        case Input::Exhausted:
+            m_turn.stop();
+            if (m_peerGone)
+                end();
+            return;
+        case Input::Broken:
+            return closeConnection();
+        }
+        if ((hasInput() || m_peerGone) && !m_turn.isActive())
+            m_turn.start(); // for what is over after this turn, and for an event loop in the handler
+        const bool accepted = handle(message);
+        if (!self)
+            return;
+        if (!accepted && !m_closing && !m_peerGone)
+            return closeConnection();
+    }
+}
+
+RpcConnection::Input RpcConnection::readMessage(QAny *message)
+{
+    while (m_inputFed < m_input.size() || fillInput()) {
+        qsizetype taken = 0;
+        const Json::Parser::Feed fed =
+            m_reader.feedUntilComplete(m_input.constData() + m_inputFed, m_input.size() - m_inputFed, &taken);
+        m_inputFed += static_cast<int>(taken);
+        m_messageBytes += taken;
+        if (fed == Json::Parser::Rejected)
+            return Input::Broken;
+        if (m_messageBytes > m_limits.maxMessageBytes) {
+            qWarning() << "KNet::RpcConnection::readMessage() message of more than" << m_limits.maxMessageBytes
+                       << "bytes, peer" << peerAddress().toString() << peerPort();
+            return Input::Broken;
+        }
+        if (fed == Json::Parser::Complete) {
+            m_messageBytes = 0;
+            m_reader.finish();
+            *message = m_reader.result();
+            m_reader.reset();
+            return Input::Message;
+        }
+    }
+    return bytesAvailable() > 0 ? Input::Broken : Input::Exhausted;
+}
+
+/// Takes all that the socket has. False when there is nothing, or the read fails.
+bool RpcConnection::fillInput()
+{
+    m_input = bytesAvailable() > 0 ? readAll() : QByteArray();
+    m_inputFed = 0;
+    return !m_input.isEmpty();
+}
+
+bool RpcConnection::hasInput() const
+{
+    return m_inputFed < m_input.size() || bytesAvailable() > 0;
+}
+
+void RpcConnection::dropInput()
+{
+    m_closing = true;
+    m_turn.stop();
+    m_input = QByteArray();
+    m_inputFed = 0;
+    m_reader.reset();
+}
+
+bool RpcConnection::handle(const QAny &message)
+{
+    const QPointer<RpcConnection> self(this);
+    ++m_handling;
+    const bool accepted = m_controller->handleMessage(m_connectionId, message);
+    if (!self)
+        return false;
+    --m_handling;
+    noteActivity();
+    return accepted;
+}
+
+void RpcConnection::noteActivity()
+{
+    m_lastActivity.start();
+}
+
+void RpcConnection::onBytesWritten(qint64 bytes)
+{
+    Q_UNUSED(bytes)
+    flushOutput();
+}
+
+/// Messages only note their time, so that the timer need not be set for each; it follows up here.
+void RpcConnection::onActivityTimeout()
+{
+    const qint64 idle = m_handling > 0 ? 0 : m_lastActivity.elapsed();
+    if (idle < activityTimeout())
+        m_activityTimer.start(static_cast<int>(activityTimeout() - idle));
+    else
+        closeConnection();
+}
+
+void RpcConnection::endBehindInput()
+{
+    if (m_ended)
+        return;
+    if (m_closing || !hasInput())
+        return end();
+    m_peerGone = true;
+    m_turn.start();
+}
+
+void RpcConnection::end()
+{
+    if (m_ended)
+        return;
+    m_ended = true;
+    m_activityTimer.stop();
+    dropInput();
+    const QPointer<RpcConnection> self(this);
+    m_controller->completeLostCalls(m_connectionId);
+    if (self && m_controller)
+        m_controller->removeConnection(this);
+}
+
+} // namespace KNet

@@ -1,0 +1,32 @@
+#include "rpcpendingcall.h"
+
+#include "rpcprotocol.h"
+
+#include <QDebug>
+#include <QMetaObject>
+
+namespace KNet {
+
+RpcPendingCall::RpcPendingCall(const QString &connectionId, const QString &callId, QObject *receiver,
+                               const QString &member, int timeout)
+    : m_connectionId(connectionId), m_callId(callId), m_receiver(receiver), m_member(member), m_timeout(timeout)
+{
+    m_started.start();
+}
+
+bool RpcPendingCall::sendResponse(const QString &connectionId, const QAny &response)
+{
+    if (m_receiver && QMetaObject::invokeMethod(m_receiver, m_member.toLatin1().constData(), Qt::DirectConnection,
+                                                Q_ARG(QString, connectionId), Q_ARG(QAny, response)))
+        return true;
+    qWarning() << "KNet::RpcPendingCall::sendResponse()"
+               << "can't invoke" << m_member << "on" << m_receiver.data();
+    return false;
+}
+
+bool RpcPendingCall::sendError(int code, const QString &message)
+{
+    return sendResponse(m_connectionId, rpcError(code, message));
+}
+
+} // namespace KNet

@@ -1,0 +1,44 @@
+#include "rpcserver.h"
+
+#include "rpccontroller.h"
+
+#include <QDebug>
+#include <QTimer>
+
+namespace KNet {
+
+RpcServer::RpcServer(RpcController *controller) : m_controller(controller)
+{
+    connect(this, &QTcpServer::acceptError, this, &RpcServer::pauseAfter);
+}
+
+bool RpcServer::listen(const QHostAddress &address, quint16 port)
+{
+    if (!QTcpServer::listen(address, port))
+        return false;
+    // QTcpServer has set its own, which is too small for a site that comes back from a power cut.
+    setListenBacklog(socketDescriptor(), kBacklog);
+    return true;
+}
+
+void RpcServer::retire()
+{
+    m_controller = nullptr;
+    QTcpServer::close();
+    deleteLater();
+}
+
+void RpcServer::incomingConnection(qintptr socketDescriptor)
+{
+    if (m_controller)
+        m_controller->incomingConnection(socketDescriptor);
+}
+
+/// QTcpServer stops accepting for good after such an error.
+void RpcServer::pauseAfter(QAbstractSocket::SocketError error)
+{
+    qWarning() << "KNet::RpcServer::pauseAfter()" << error << errorString();
+    QTimer::singleShot(kAcceptPauseMs, this, &QTcpServer::resumeAccepting);
+}
+
+} // namespace KNet
