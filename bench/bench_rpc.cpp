@@ -1,0 +1,204 @@
+// Calls through the RPC library against bare TCP servers that do no more than they must: one that reads the same
+// messages with the same reader, and one that only cuts and echoes them. Prints the ratios, then the usual table; ends
+// with 1 when a target is missed.
+
+#include "alternating.h"
+#include "jsonparser.h"
+#include "rpccontroller.h"
+#include "serverprocess.h"
+#include "wireclient.h"
+
+#include <QTcpServer>
+#include <QTcpSocket>
+
+#include <benchmark/benchmark.h>
+
+#include <cstdio>
+
+namespace {
+
+constexpr double kTarget = 0.6; ///< calls per second, ours to the bare server's
+constexpr size_t kRounds = 15;
+constexpr int kPipelined = 20000;
+constexpr int kTerminals = 100;
+constexpr int kRoundTrips = 200; ///< of each terminal
+
+class AnswerService : public QObject
+{
+    Q_OBJECT
+public:
+    using QObject::QObject;
+
+public Q_SLOTS:
+    QAny answer(QString connectionId, QAny params)
+    {
+        Q_UNUSED(connectionId)
+        Q_UNUSED(params)
+        return true;
+    }
+};
+
+quint16 startOurs()
+{
+    auto *controller = new KNet::RpcController(qApp);
+    controller->registerService(QStringLiteral("bench"), new AnswerService(controller));
+    controller->listen(QHostAddress::LocalHost, 0);
+    return controller->serverPort();
+}
+
+/// What a connection of a bare server does with the bytes that arrive.
+using Input = std::function<void(QTcpSocket *, const QByteArray &)>;
+
+quint16 startBare(const std::function<Input()> &makeInput)
+{
+    auto *server = new QTcpServer(qApp);
+    QObject::connect(server, &QTcpServer::newConnection, [server, makeInput] {
+        while (QTcpSocket *socket = server->nextPendingConnection()) {
+            socket->setSocketOption(QAbstractSocket::LowDelayOption, 1);
+            QObject::connect(socket, &QTcpSocket::readyRead,
+                             [socket, input = makeInput()] { input(socket, socket->readAll()); });
+        }
+    });
+    server->listen(QHostAddress::LocalHost, 0);
+    return server->serverPort();
+}
+
+Input reading()
+{
+    return [reader = std::make_shared<Json::Parser>()](QTcpSocket *socket, const QByteArray &bytes) {
+        for (qsizetype at = 0, taken = 0; at < bytes.size(); at += taken) {
+            if (reader->feedUntilComplete(bytes.constData() + at, bytes.size() - at, &taken) != Json::Parser::Complete)
+                return;
+            reader->finish();
+            const QAny message = reader->result();
+            reader->reset();
+            const QAny answer = {{QStringLiteral("knetrpc"), QStringLiteral("1.0")},
+                                 {QStringLiteral("id"), message.lookup(QStringLiteral("id"))},
+                                 {QStringLiteral("result"), true}};
+            socket->write(answer.toJsonUtf8());
+        }
+    };
+}
+
+Input echoing()
+{
+    struct State {
+        MessageCutter cutter;
+        QByteArray begun;
+    };
+    return [state = std::make_shared<State>()](QTcpSocket *socket, const QByteArray &bytes) {
+        qsizetype at = 0;
+        while (const size_t length =
+                   state->cutter.cut(bytes.constData() + at, static_cast<size_t>(bytes.size() - at))) {
+            state->begun.append(bytes.constData() + at, static_cast<int>(length));
+            socket->write(state->begun);
+            state->begun.clear();
+            at += static_cast<qsizetype>(length);
+        }
+        state->begun.append(bytes.constData() + at, static_cast<int>(bytes.size() - at));
+    };
+}
+
+std::string call(int id)
+{
+    return wireCall(id, "bench.answer", R"({"USER":17,"TIMESTAMP":1700000000})");
+}
+
+/// Many calls on one connection, without waiting for answers.
+class Pipeline
+{
+public:
+    explicit Pipeline(quint16 port) : m_client(port, 1)
+    {
+        for (int i = 0; i < kPipelined; ++i)
+            m_calls += call(i);
+    }
+    void operator()()
+    {
+        int answers = 0;
+        m_client.send(0, m_calls);
+        m_client.serve([&answers](int, std::string_view) { return ++answers == kPipelined; });
+    }
+
+private:
+    WireClients m_client;
+    std::string m_calls;
+};
+
+/// Many connections, each of which waits for its answer before it calls again.
+class RoundTrips
+{
+public:
+    explicit RoundTrips(quint16 port) : m_clients(port, kTerminals), m_call(call(1)) {}
+    void operator()()
+    {
+        constexpr int kCalls = kTerminals * kRoundTrips;
+        int calls = kTerminals;
+        int answers = 0;
+        for (int i = 0; i < kTerminals; ++i)
+            m_clients.send(i, m_call);
+        m_clients.serve([this, &calls, &answers](int client, std::string_view) {
+            if (calls < kCalls) {
+                ++calls;
+                m_clients.send(client, m_call);
+            }
+            return ++answers == kCalls;
+        });
+    }
+
+private:
+    WireClients m_clients;
+    std::string m_call;
+};
+
+bool compare(const char *name, int calls, const std::function<void()> &ours, const std::function<void()> &bare)
+{
+    ours(); // whatever is made once
+    bare();
+    const std::vector<double> seconds = alternatingMedians({ours, bare}, kRounds);
+    const double ratio = seconds[1] / seconds[0];
+    std::printf("%s: %.0f calls/s, bare %.0f, ratio %.2f (target >= %.2f)\n", name, calls / seconds[0],
+                calls / seconds[1], ratio, kTarget);
+    return ratio >= kTarget;
+}
+
+void registerSide(const char *name, int calls, const std::function<void()> &side)
+{
+    const auto run = [calls, side](benchmark::State &state) {
+        for (auto _ : state)
+            side();
+        state.SetItemsProcessed(state.iterations() * calls);
+    };
+    benchmark::RegisterBenchmark(name, run)->UseRealTime();
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    raiseDescriptorLimit();
+    const ServerProcess oursPipelined(startOurs); // each with the connections of one measurement
+    const ServerProcess oursSingle(startOurs);
+    const ServerProcess bareReader([] { return startBare(reading); });
+    const ServerProcess bareEcho([] { return startBare(echoing); });
+    Pipeline pipeline(oursPipelined.port());
+    Pipeline pipelineBare(bareReader.port());
+    RoundTrips roundTrips(oursSingle.port());
+    RoundTrips roundTripsBare(bareEcho.port());
+
+    constexpr int kCalls = kTerminals * kRoundTrips;
+    const bool pipelined = compare("pipelined calls", kPipelined, std::ref(pipeline), std::ref(pipelineBare));
+    const bool single =
+        compare("100 connections, one call each", kCalls, std::ref(roundTrips), std::ref(roundTripsBare));
+    std::fflush(stdout);
+
+    registerSide("pipelined", kPipelined, std::ref(pipeline));
+    registerSide("pipelinedBare", kPipelined, std::ref(pipelineBare));
+    registerSide("roundTrips", kCalls, std::ref(roundTrips));
+    registerSide("roundTripsBare", kCalls, std::ref(roundTripsBare));
+    benchmark::Initialize(&argc, argv);
+    benchmark::RunSpecifiedBenchmarks();
+    return pipelined && single ? 0 : 1;
+}
+
+#include "bench_rpc.moc"
