@@ -1,0 +1,120 @@
+#include "keptwrites.h"
+
+#include <QDebug>
+#include <QElapsedTimer>
+#include <QPointer>
+
+#include <utility>
+
+using Failure = DataBase::Failure;
+
+namespace {
+
+Failure attempt(const KeptWrites::Write &write)
+{
+    if (!db())
+        return Failure::Passing;
+    Transaction transaction(*db());
+    const Failure failure = write.store(*db());
+    if (failure != Failure::None)
+        return failure;
+    return transaction.commit() ? Failure::None : db()->lastFailure();
+}
+
+} // namespace
+
+KeptWrites::KeptWrites(const QByteArray &owner, int capacity, QObject *parent)
+    : QObject(parent), m_owner(owner), m_capacity(capacity)
+{
+    m_timer.setSingleShot(true);
+    // Queued: who is told of an outcome may run the event loop.
+    connect(&m_timer, &QTimer::timeout, this, &KeptWrites::retry, Qt::QueuedConnection);
+}
+
+KeptWrites::Outcome KeptWrites::submit(Write write)
+{
+    if (m_kept.empty()) {
+        const Failure failure = attempt(write);
+        if (failure != Failure::Passing) {
+            if (failure != Failure::None)
+                warn("not stored:", write.name);
+            if (write.ended)
+                write.ended(failure);
+            return Outcome::Ended;
+        }
+        warn("not stored, kept for another attempt:", write.name);
+    } else if (count() >= m_capacity) {
+        warn("dropped, too many are kept:", write.name);
+        if (write.ended)
+            write.ended(Failure::Lasting);
+        return Outcome::Dropped;
+    }
+    m_kept.push_back(std::move(write));
+    if (!m_timer.isActive())
+        m_timer.start(m_interval);
+    return Outcome::Kept;
+}
+
+void KeptWrites::flush()
+{
+    m_timer.stop();
+    Outcomes outcomes;
+    while (!m_kept.empty() && storeTurn(&outcomes))
+        outcomes.clear();
+    if (!m_kept.empty())
+        qWarning().noquote() << m_owner << "lost at the end:" << count() << "from" << m_kept.front().name;
+    m_kept.clear();
+}
+
+void KeptWrites::retry()
+{
+    if (m_kept.empty())
+        return;
+    Outcomes outcomes;
+    const bool goesOn = storeTurn(&outcomes);
+    if (!m_kept.empty())
+        m_timer.start(goesOn ? 0 : m_interval);
+    const QPointer<KeptWrites> self(this);
+    for (const auto &[write, failure] : outcomes) {
+        if (self && write.ended)
+            write.ended(failure);
+    }
+}
+
+/// Attempts the oldest in one transaction, and takes those that need no further attempt. False after a failure that
+/// may pass.
+bool KeptWrites::storeTurn(Outcomes *outcomes)
+{
+    if (!db())
+        return false;
+    QElapsedTimer elapsed;
+    elapsed.start();
+    std::vector<Failure> failures;
+    bool goesOn = true;
+    Transaction turn(*db());
+    while (goesOn && failures.size() < kTurnWrites && failures.size() < m_kept.size() && elapsed.elapsed() < kTurnMs) {
+        const Failure failure = attempt(m_kept[failures.size()]);
+        goesOn = failure != Failure::Passing;
+        if (goesOn)
+            failures.push_back(failure);
+        else
+            warn("not stored again, kept:", m_kept[failures.size()].name);
+    }
+    if (!turn.commit()) {
+        if (goesOn)
+            warn("not stored again, kept:", m_kept.front().name);
+        return false;
+    }
+    for (const Failure failure : failures) {
+        if (failure != Failure::None)
+            warn("not stored:", m_kept.front().name);
+        outcomes->emplace_back(std::move(m_kept.front()), failure);
+        m_kept.pop_front();
+    }
+    return goesOn;
+}
+
+void KeptWrites::warn(const char *what, const QString &name) const
+{
+    qWarning().noquote() << m_owner << what << name;
+}

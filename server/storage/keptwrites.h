@@ -1,0 +1,64 @@
+#pragma once
+
+#include "database.h"
+
+#include <QByteArray>
+#include <QObject>
+#include <QString>
+#include <QTimer>
+
+#include <deque>
+#include <functional>
+
+/// Writes that must not get lost: one that fails for a passing reason (file locked, disk full, input or output error)
+/// is kept and attempted again, in the order of submission, until it is stored or fails for a lasting reason.
+///
+/// An attempt may block for DataBase::kBusyTimeoutMs. So while writes are kept, new ones queue behind them without an
+/// attempt of their own, and a failed attempt is the last one for the retry interval. Each failed attempt is one
+/// warning line. Lives on the main thread; writes to db().
+class KeptWrites : public QObject
+{
+public:
+    static constexpr int kRetryIntervalMs = 5000;
+    /// Kept writes that are stored at once, and for how long (in ms) no further one is begun: they share one flush of
+    /// the file, and the event loop gets its turn.
+    static constexpr int kTurnWrites = 1000;
+    static constexpr int kTurnMs = 50;
+
+    struct Write {
+        /// Runs inside a transaction. What it wrote is stored if it returns None, else undone.
+        std::function<DataBase::Failure(DataBase &database)> store;
+        /// Told once, after the commit: None or Lasting. Not told of what flush() does.
+        std::function<void(DataBase::Failure outcome)> ended;
+        /// For the warning lines.
+        QString name;
+    };
+
+    /// The owner begins the warning lines. No more writes than the capacity are kept.
+    KeptWrites(const QByteArray &owner, int capacity, QObject *parent = nullptr);
+
+    /// What became of a submitted write: it ended, or it waits, or it does neither because too many wait already.
+    enum class Outcome { Ended, Kept, Dropped };
+
+    /// Attempts the write, unless others wait. A dropped one is told Lasting.
+    Outcome submit(Write write);
+    int count() const { return static_cast<int>(m_kept.size()); }
+    /// In ms.
+    void setRetryInterval(int interval) { m_interval = interval; }
+
+    /// A last attempt for all, before the owner ends. What fails then is lost, with a warning line.
+    void flush();
+
+private:
+    using Outcomes = std::vector<std::pair<Write, DataBase::Failure>>;
+
+    void retry();
+    bool storeTurn(Outcomes *outcomes);
+    void warn(const char *what, const QString &name) const;
+
+    QByteArray m_owner;
+    int m_capacity;
+    int m_interval = kRetryIntervalMs;
+    QTimer m_timer; // single shot
+    std::deque<Write> m_kept;
+};
