@@ -18,6 +18,10 @@ public Q_SLOTS:
     QAny status(QString connectionId, QAny params);
     void onIncomingConnection(QString connectionId);
     void onDisconnectedConnection(QString connectionId);
+
+protected:
+    void tellConnected(int terminal) override;
+    void tellDisconnected(int terminal) override;
 };
 
 /// The process's service; null before start and after stop. Only ServicesStarter (or a test) sets it.

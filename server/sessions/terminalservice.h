@@ -1,8 +1,12 @@
 #pragma once
 
+#include "keptwrites.h"
 #include "qany.h"
+#include "terminalrole.h"
 
+#include <QEvent>
 #include <QHash>
+#include <QMap>
 #include <QObject>
 #include <QSet>
 #include <QString>
@@ -16,22 +20,30 @@ class RpcController;
 /// terminal. Without signals and slots of its own: the concrete services declare them, because remote methods are
 /// found in the concrete class alone, and hand over here.
 ///
-/// Lives on the controller's thread, which must outlive it. Errors are values: {"error": {"code", "message"}}.
+/// Lives on the controller's thread; controller and database must outlive it. Errors are values: {"error": {"code",
+/// "message"}}.
 class TerminalService : public QObject
 {
 public:
     /// How long a terminal may take to answer a call of the server's.
     static constexpr int kCallTimeoutMs = 15000;
+    /// Replies of the catch-up that are kept while the file refuses them; each is a terminal's.
+    static constexpr int kMaxKeptReplies = 10000;
 
+    /// What is still kept of catch-ups is stored now or lost.
     ~TerminalService() override;
 
     /// Number of the terminal that is logged in on the connection, or -1.
-    int terminalNumber(const QString &connectionId) const;
-    bool isConnected(int terminal) const;
+    int terminalNumber(const QString &connectionId) const { return m_terminalIds.value(connectionId, -1); }
+    bool isConnected(int terminal) const { return m_connectionIds.contains(terminal); }
+    /// Connection of the terminal; empty when it is not logged in.
+    QString connectionId(int terminal) const { return m_connectionIds.value(terminal); }
+
     /// Calls the terminal and runs the event loop until the answer is there; an error as of RpcCall, or 3300.
     QAny callTerminal(int terminal, const QString &method, const QAny &params, int timeoutMs);
     /// Returns at once: true, or the error 3300. The answer reaches the receiver's slot (QAny answer, QString
-    /// connectionId), named with SLOT(), as a queued call; without a receiver it is dropped.
+    /// connectionId), named with SLOT(), as a queued call; without a receiver it is dropped. False, with a warning
+    /// line, when the member is no slot.
     QAny callTerminalAsync(int terminal, const QString &method, const QAny &params, int timeoutMs,
                            QObject *receiver = nullptr, const char *member = nullptr);
     /// Aborts the terminal's connection; its session is over when this returns.
@@ -40,12 +52,40 @@ public:
     /// One {"KEY": terminal number, "VAL": connection id} for each that is logged in.
     QAny connections() const;
 
+    /// What was accepted of the terminal and could not be stored yet counts as known at its next login, so that it is
+    /// not fetched once more.
+    void noteAccepted(int terminal, const NewestTimes &times);
+    /// Replies of catch-ups that wait to be stored.
+    KeptWrites &keptReplies() { return m_keptReplies; }
+
 protected:
-    TerminalService(KNet::RpcController *controller, QObject *parent);
+    /// The role must outlive the service.
+    TerminalService(const TerminalRole &role, KNet::RpcController *controller, QObject *parent);
+
+    QAny logIn(const QString &connectionId, const QAny &params);
+    QAny sessionStatus(const QString &connectionId) const;
+    void addPending(const QString &connectionId);
+    void endSession(const QString &connectionId);
+
+    virtual void tellConnected(int terminal) = 0;
+    virtual void tellDisconnected(int terminal) = 0;
+
+    void customEvent(QEvent *event) override;
 
 private:
+    friend class TerminalCatchUp;
+
+    QByteArray line(const char *what) const;
+    NewestTimes newestTimes(int terminal) const;
+    void catchUp(int terminal);
+
+    const TerminalRole &m_role;
     KNet::RpcController *m_controller;
+    QEvent::Type m_updateTerminalLogs;
     QSet<QString> m_pendingConnections;
     QHash<QString, int> m_terminalIds;
-    QHash<int, QString> m_connectionIds;
+    QMap<int, QString> m_connectionIds;
+    QHash<int, NewestTimes> m_timesAtLogin; // of terminals whose catch-up has not begun
+    QHash<int, NewestTimes> m_accepted;
+    KeptWrites m_keptReplies;
 };

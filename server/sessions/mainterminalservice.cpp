@@ -1,0 +1,84 @@
+#include "mainterminalservice.h"
+
+#include "rpccontroller.h"
+
+namespace {
+
+MainTerminalService *theService = nullptr;
+
+const TerminalRole kAttendanceTerminal{
+    "MainTerminalService",
+    QStringLiteral("terminalcheck"),
+    {QStringLiteral("FTIMESTAMP"), QStringLiteral("ID"), QStringLiteral("LLEVEL"), QStringLiteral("LGROUP"),
+     QStringLiteral("FMESSAGE"), QStringLiteral("DATA")},
+    true,
+    true,
+};
+
+} // namespace
+
+MainTerminalService::MainTerminalService(KNet::RpcController *controller, QObject *parent)
+    : TerminalService(kAttendanceTerminal, controller, parent)
+{
+    connect(controller, &KNet::RpcController::incoming, this, &MainTerminalService::onIncomingConnection);
+    connect(controller, &KNet::RpcController::disconnected, this, &MainTerminalService::onDisconnectedConnection);
+}
+
+QAny MainTerminalService::ulkaCsvEvent(int terminal, const QAny &params)
+{
+    if (!isConnected(terminal))
+        return {{QStringLiteral("NOZUK"), true}};
+    return callTerminal(terminal, QStringLiteral("logger.ulkaCsvEvent"), params, kCallTimeoutMs);
+}
+
+QAny MainTerminalService::getPictures(int terminal, int pictureId, const QAny &options)
+{
+    if (!isConnected(terminal))
+        return QString();
+    const QString control = QStringLiteral("CTRL");
+    QAny params{{QStringLiteral("ID"), pictureId}};
+    if (options.isHash() && options.contains(control))
+        params.insert(control, options.lookup(control));
+    return callTerminal(terminal, QStringLiteral("logger.getPictures"), params, kCallTimeoutMs);
+}
+
+QAny MainTerminalService::login(QString connectionId, QAny params)
+{
+    return logIn(connectionId, params);
+}
+
+QAny MainTerminalService::status(QString connectionId, QAny params)
+{
+    Q_UNUSED(params)
+    return sessionStatus(connectionId);
+}
+
+void MainTerminalService::onIncomingConnection(QString connectionId)
+{
+    addPending(connectionId);
+}
+
+void MainTerminalService::onDisconnectedConnection(QString connectionId)
+{
+    endSession(connectionId);
+}
+
+void MainTerminalService::tellConnected(int terminal)
+{
+    Q_EMIT connected(terminal);
+}
+
+void MainTerminalService::tellDisconnected(int terminal)
+{
+    Q_EMIT disconnected(terminal);
+}
+
+MainTerminalService *mainTerminalService()
+{
+    return theService;
+}
+
+void setMainTerminalService(MainTerminalService *service)
+{
+    theService = service;
+}

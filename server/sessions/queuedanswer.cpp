@@ -1,0 +1,16 @@
+#include "queuedanswer.h"
+
+#include <QDebug>
+
+QueuedAnswer::QueuedAnswer(QObject *receiver, const QByteArray &method, QObject *parent)
+    : QObject(parent), m_receiver(receiver), m_method(method)
+{
+}
+
+void QueuedAnswer::onAnswer(QString connectionId, QAny answer)
+{
+    deleteLater();
+    if (m_receiver && !QMetaObject::invokeMethod(m_receiver, m_method.constData(), Qt::QueuedConnection,
+                                                 Q_ARG(QAny, answer), Q_ARG(QString, connectionId)))
+        qWarning() << "QueuedAnswer::onAnswer can't invoke" << m_method << "on" << m_receiver.data();
+}

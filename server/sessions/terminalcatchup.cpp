@@ -1,0 +1,169 @@
+#include "terminalcatchup.h"
+
+#include "eventjournal.h"
+#include "rpccall.h"
+#include "terminalservice.h"
+
+#include <QDebug>
+
+#include <algorithm>
+
+using EventJournal::UserText;
+using Failure = DataBase::Failure;
+
+namespace {
+
+const QString kFromTimestamp = QStringLiteral("fromTimestamp");
+const QString kTerminal = QStringLiteral("TERMINAL");
+const QString kTimestamp = QStringLiteral("TIMESTAMP");
+const QString kRemark = QStringLiteral("REMARK");
+const QString kTid = QStringLiteral("TID");
+
+/// Numbers may come as texts.
+qint64 number(const QAny &value)
+{
+    return value.toString().toLongLong();
+}
+
+void completeJournalRow(QAny &row, const QAny &stored)
+{
+    const QAny &terminal = stored.lookup(kTerminal);
+    row.insert(kTerminal, terminal);
+    row.insert(kRemark, QStringLiteral("ZUK%1 SERVER OFFLINE").arg(terminal.toString()));
+}
+
+} // namespace
+
+TerminalCatchUp::TerminalCatchUp(TerminalService *service, int terminal, const NewestTimes &timesAtLogin)
+    : QObject(service), m_service(*service), m_role(service->m_role), m_terminal(terminal),
+      m_connectionId(service->connectionId(terminal)), m_timesAtLogin(timesAtLogin)
+{
+}
+
+void TerminalCatchUp::start()
+{
+    ask(QStringLiteral("logger.getLogs"), {{kFromTimestamp, QString::number(m_timesAtLogin.log)}},
+        SLOT(onLogs(QString, QAny)));
+}
+
+void TerminalCatchUp::ask(const QString &method, const QAny &params, const char *member)
+{
+    KNet::RpcCall(m_service.m_controller)
+        .call(m_connectionId, method, params, this, member, TerminalService::kCallTimeoutMs);
+}
+
+void TerminalCatchUp::onLogs(QString connectionId, QAny answer)
+{
+    Q_UNUSED(connectionId)
+    if (!answer.isList()) {
+        if (m_role.tracesCatchUp)
+            qDebug() << m_service.line("!res.isList()").constData();
+        deleteLater();
+        return;
+    }
+    if (m_role.tracesCatchUp)
+        qDebug() << m_service.line("LogsToUpdate:").constData() << answer.count() << " ID:" << m_terminal;
+    const QAny rows = usableRows(answer, "log lines");
+    if (rows.count() == 0)
+        return endLogs();
+    const auto outcome =
+        m_service.keptReplies().submit({[this, rows](DataBase &database) { return storeLogs(database, rows); },
+                                        [this](Failure) { endLogs(); }, nameOf("log lines", rows)});
+    if (outcome == KeptWrites::Outcome::Kept)
+        noteKept(rows, m_role.logKeys.timestamp, &NewestTimes::log);
+}
+
+void TerminalCatchUp::endLogs()
+{
+    if (m_role.tracesCatchUp)
+        qDebug() << m_service.line("logsUpdated:").constData() << m_storedLogs;
+    // Another session of this terminal has its own catch-up.
+    if (m_role.hasEvents && m_service.connectionId(m_terminal) == m_connectionId)
+        askEvents();
+    else
+        deleteLater();
+}
+
+void TerminalCatchUp::askEvents()
+{
+    ask(QStringLiteral("logger.getEvents"),
+        {{kFromTimestamp, QString::number(m_timesAtLogin.event)}, {kTid, QString::number(m_terminal)}},
+        SLOT(onEvents(QString, QAny)));
+}
+
+void TerminalCatchUp::onEvents(QString connectionId, QAny answer)
+{
+    Q_UNUSED(connectionId)
+    const QAny rows = usableRows(answer, "events");
+    if (rows.count() == 0) {
+        deleteLater();
+        return;
+    }
+    const auto outcome =
+        m_service.keptReplies().submit({[this, rows](DataBase &database) { return storeEvents(database, rows); },
+                                        [this](Failure) { deleteLater(); }, nameOf("events", rows)});
+    if (outcome == KeptWrites::Outcome::Kept)
+        noteKept(rows, kTimestamp, &NewestTimes::event);
+}
+
+/// The elements that can be rows at all.
+QAny TerminalCatchUp::usableRows(const QAny &reply, const char *what) const
+{
+    QAny rows(QAny::List);
+    if (!reply.isList())
+        return rows;
+    rows.reserve(reply.count());
+    for (int i = 0; i < reply.count(); ++i) {
+        if (reply.at(i).isHash())
+            rows.append(reply.at(i));
+    }
+    if (rows.count() < reply.count())
+        qWarning() << m_service.line("catchUp").constData() << "terminal" << m_terminal << reply.count() - rows.count()
+                   << "unusable" << what;
+    return rows;
+}
+
+Failure TerminalCatchUp::storeLogs(DataBase &database, const QAny &rows)
+{
+    const LogKeys &keys = m_role.logKeys;
+    m_storedLogs = 0;
+    for (int i = 0; i < rows.count(); ++i) {
+        const QAny &row = rows.at(i);
+        if (database.insertLog(m_terminal, row.lookup(keys.id).toInt(), row.lookup(keys.level).toInt(),
+                               row.lookup(keys.group).toInt(), number(row.lookup(keys.timestamp)),
+                               row.lookup(keys.message).toString(), row.lookup(keys.data)))
+            ++m_storedLogs;
+        else if (database.lastFailure() == Failure::Passing)
+            return Failure::Passing;
+    }
+    return Failure::None;
+}
+
+Failure TerminalCatchUp::storeEvents(DataBase &database, const QAny &rows) const
+{
+    for (int i = 0; i < rows.count(); ++i) {
+        const QAny &event = rows.at(i);
+        // A failure that lasts ends neither this event's journal row nor the events behind it.
+        if (EventJournal::insert(database, event, UserText::Bare) == Failure::Passing)
+            return Failure::Passing;
+        if (EventJournal::addRow(database, event, UserText::Bare, completeJournalRow) == Failure::Passing)
+            return Failure::Passing;
+    }
+    return Failure::None;
+}
+
+void TerminalCatchUp::noteKept(const QAny &rows, const QString &timeKey, qint64 NewestTimes::*newest) const
+{
+    NewestTimes times;
+    for (int i = 0; i < rows.count(); ++i) {
+        const QAny &row = rows.at(i);
+        if (newest == &NewestTimes::log || number(row.lookup(kTid)) == m_terminal)
+            times.*newest = std::max(times.*newest, number(row.lookup(timeKey)));
+    }
+    m_service.noteAccepted(m_terminal, times);
+}
+
+QString TerminalCatchUp::nameOf(const char *what, const QAny &rows) const
+{
+    return QStringLiteral("terminal %1, %2 %3").arg(m_terminal).arg(rows.count()).arg(QLatin1String(what));
+}

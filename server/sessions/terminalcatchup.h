@@ -1,0 +1,46 @@
+#pragma once
+
+#include "database.h"
+#include "qany.h"
+#include "terminalrole.h"
+
+#include <QObject>
+#include <QString>
+
+class TerminalService;
+
+/// One catch-up: asks a terminal that has logged in for the log lines, then for the events, that are newer than what
+/// the server had at the login, and stores them. Each reply is stored as a whole, or kept by the service until it can
+/// be. Waits for nothing in an event loop of its own, so those of all terminals go on side by side.
+///
+/// A child of its service; deletes itself at its end. A session that ends meanwhile ends it: what has arrived is
+/// stored, nothing more is asked.
+class TerminalCatchUp : public QObject
+{
+    Q_OBJECT
+public:
+    TerminalCatchUp(TerminalService *service, int terminal, const NewestTimes &timesAtLogin);
+
+    void start();
+
+private Q_SLOTS:
+    void onLogs(QString connectionId, QAny answer);
+    void onEvents(QString connectionId, QAny answer);
+
+private:
+    void ask(const QString &method, const QAny &params, const char *member);
+    void askEvents();
+    QAny usableRows(const QAny &reply, const char *what) const;
+    DataBase::Failure storeLogs(DataBase &database, const QAny &rows);
+    DataBase::Failure storeEvents(DataBase &database, const QAny &rows) const;
+    void endLogs();
+    void noteKept(const QAny &rows, const QString &timeKey, qint64 NewestTimes::*newest) const;
+    QString nameOf(const char *what, const QAny &rows) const;
+
+    TerminalService &m_service;
+    const TerminalRole &m_role;
+    int m_terminal;
+    QString m_connectionId;
+    NewestTimes m_timesAtLogin;
+    int m_storedLogs = 0;
+};

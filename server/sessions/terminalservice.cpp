@@ -1,0 +1,209 @@
+#include "terminalservice.h"
+
+#include "queuedanswer.h"
+#include "rpccall.h"
+#include "rpccontroller.h"
+#include "terminalcatchup.h"
+#include "updateterminallogsevent.h"
+
+#include <QCoreApplication>
+#include <QDebug>
+#include <QPointer>
+
+#include <algorithm>
+#include <limits>
+
+namespace {
+
+const QString kIdKey = QStringLiteral("id");
+const QString kLoggerToken = QStringLiteral("logger");
+
+enum SessionError { WrongLogin = 3100, DuplicatedTerminal = 3200, TerminalNotConnected = 3300 };
+
+QAny wrongLogin()
+{
+    return KNet::rpcError(WrongLogin, QStringLiteral("Wrong login parameters"));
+}
+
+QAny duplicatedTerminal(int terminal)
+{
+    return KNet::rpcError(DuplicatedTerminal, QStringLiteral("Duplicated terminal %1 connection").arg(terminal));
+}
+
+/// Deliberate: administration clients have the same text.
+QAny notConnected(int terminal)
+{
+    return KNet::rpcError(TerminalNotConnected, QStringLiteral("main terminal %1 not connected").arg(terminal));
+}
+
+/// The name in a text of SLOT(); empty when it is none.
+QByteArray slotName(const char *member)
+{
+    constexpr char kSlotCode = '0' + QSLOT_CODE;
+    if (!member || *member != kSlotCode)
+        return {};
+    const QByteArray signature = QMetaObject::normalizedSignature(member + 1);
+    return signature.left(signature.indexOf('('));
+}
+
+} // namespace
+
+TerminalService::TerminalService(const TerminalRole &role, KNet::RpcController *controller, QObject *parent)
+    : QObject(parent), m_role(role), m_controller(controller),
+      m_updateTerminalLogs(static_cast<QEvent::Type>(QEvent::registerEventType())),
+      m_keptReplies(line("catchUp"), kMaxKeptReplies)
+{
+}
+
+TerminalService::~TerminalService()
+{
+    m_keptReplies.flush();
+}
+
+QByteArray TerminalService::line(const char *what) const
+{
+    return QByteArray(m_role.className) + "::" + what;
+}
+
+QAny TerminalService::logIn(const QString &connectionId, const QAny &params)
+{
+    if (!params.isHash() || !params.lookup(kIdKey).isInteger())
+        return wrongLogin();
+    const qint64 number = params.lookup(kIdKey).asInteger();
+    // To every user of terminalNumber() a negative number means "not logged in", and a longer one would be another
+    // terminal's when cut.
+    if (number < 0 || number > std::numeric_limits<int>::max())
+        return wrongLogin();
+    const int terminal = static_cast<int>(number);
+    if (!m_pendingConnections.contains(connectionId))
+        return false;
+    if (m_connectionIds.contains(terminal))
+        return duplicatedTerminal(terminal);
+
+    m_pendingConnections.remove(connectionId);
+    m_terminalIds.insert(connectionId, terminal);
+    m_connectionIds.insert(terminal, connectionId);
+    // Before anything of this connection is stored: live events must not hide the ones that the terminal still holds.
+    m_timesAtLogin.insert(terminal, newestTimes(terminal));
+    m_controller->addAuthorization(connectionId, kLoggerToken);
+    m_controller->addAuthorization(connectionId, m_role.workToken);
+    const QByteArray prefix = line("login");
+    const QPointer<TerminalService> self(this);
+    tellConnected(terminal);
+    if (self)
+        QCoreApplication::postEvent(this, new UpdateTerminalLogsEvent(m_updateTerminalLogs, terminal));
+    qDebug() << prefix.constData() << connectionId << params;
+    return true;
+}
+
+QAny TerminalService::sessionStatus(const QString &connectionId) const
+{
+    return {{QStringLiteral("loggedin"), m_terminalIds.contains(connectionId)}};
+}
+
+void TerminalService::addPending(const QString &connectionId)
+{
+    m_pendingConnections.insert(connectionId);
+}
+
+void TerminalService::endSession(const QString &connectionId)
+{
+    if (m_pendingConnections.remove(connectionId) || !m_terminalIds.contains(connectionId))
+        return;
+    const int terminal = m_terminalIds.take(connectionId);
+    m_connectionIds.remove(terminal);
+    m_timesAtLogin.remove(terminal);
+    const QByteArray prefix = line("onDisconnectedConnection");
+    tellDisconnected(terminal);
+    qDebug() << prefix.constData() << connectionId;
+}
+
+void TerminalService::customEvent(QEvent *event)
+{
+    if (event->type() == m_updateTerminalLogs)
+        catchUp(static_cast<UpdateTerminalLogsEvent *>(event)->terminal());
+    else
+        QObject::customEvent(event);
+}
+
+void TerminalService::catchUp(int terminal)
+{
+    if (!m_connectionIds.contains(terminal)) {
+        if (m_role.tracesCatchUp)
+            qDebug() << line("!connectionIds.contains(id)").constData();
+        return;
+    }
+    // After a quick second login there are two events, and the first has begun the catch-up of that session.
+    if (!m_timesAtLogin.contains(terminal))
+        return;
+    (new TerminalCatchUp(this, terminal, m_timesAtLogin.take(terminal)))->start();
+}
+
+NewestTimes TerminalService::newestTimes(int terminal) const
+{
+    NewestTimes times = m_accepted.value(terminal);
+    if (db()) {
+        times.log = std::max(times.log, db()->lastLogTime(terminal));
+        times.event = std::max(times.event, db()->lastEventTime(terminal));
+    }
+    return times;
+}
+
+void TerminalService::noteAccepted(int terminal, const NewestTimes &times)
+{
+    NewestTimes &known = m_accepted[terminal];
+    known.log = std::max(known.log, times.log);
+    known.event = std::max(known.event, times.event);
+}
+
+QAny TerminalService::callTerminal(int terminal, const QString &method, const QAny &params, int timeoutMs)
+{
+    if (!isConnected(terminal))
+        return notConnected(terminal);
+    KNet::RpcCall call(m_controller);
+    return call.call(connectionId(terminal), method, params, timeoutMs);
+}
+
+QAny TerminalService::callTerminalAsync(int terminal, const QString &method, const QAny &params, int timeoutMs,
+                                        QObject *receiver, const char *member)
+{
+    if (!isConnected(terminal))
+        return notConnected(terminal);
+    const QByteArray name = slotName(member);
+    if (receiver && name.isEmpty()) {
+        qWarning() << line("callTerminalAsync").constData() << "receiver member should be a SLOT";
+        return false;
+    }
+    // The controller's child: the answer reaches the receiver also when this service has gone.
+    auto *answer = new QueuedAnswer(receiver, name, m_controller);
+    KNet::RpcCall(m_controller)
+        .call(connectionId(terminal), method, params, answer, SLOT(onAnswer(QString, QAny)), timeoutMs);
+    return true;
+}
+
+void TerminalService::disconnectTerminal(int terminal)
+{
+    if (isConnected(terminal))
+        m_controller->abortConnection(connectionId(terminal));
+}
+
+void TerminalService::disconnectAll()
+{
+    // Each one that ends leaves the table, and who is told of it may end this service.
+    const QPointer<KNet::RpcController> controller(m_controller);
+    const QStringList ids = m_terminalIds.keys();
+    for (const QString &id : ids) {
+        if (controller)
+            controller->abortConnection(id);
+    }
+}
+
+QAny TerminalService::connections() const
+{
+    QAny list = QAny::sized(QAny::List, m_connectionIds.size());
+    for (auto it = m_connectionIds.constBegin(); it != m_connectionIds.constEnd(); ++it) {
+        qDebug() << it.key() << " : " << it.value();
+        list.append({{QStringLiteral("KEY"), it.key()}, {QStringLiteral("VAL"), it.value()}});
+    }
+    return list;
+}
