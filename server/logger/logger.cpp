@@ -1,6 +1,8 @@
 #include "logger.h"
 
-#include "database.h"
+#include "adminterminalservice.h"
+#include "eventjournal.h"
+#include "mainterminalservice.h"
 
 #include <QDateTime>
 #include <QNetworkInterface>
@@ -15,6 +17,22 @@ int cachedLine = 0;
 constexpr quint32 kSiteNetwork = 0xC0A80000; // 192.168.0.0
 constexpr quint32 kSiteMask = 0xFFFF0000;
 constexpr quint32 kLastOctet = 0xFF;
+
+/// Log lines with this entry id come from administration clients.
+constexpr qint64 kAdministrationLogId = 200;
+
+const QString kUser = QStringLiteral("USER");
+const QString kTimestamp = QStringLiteral("TIMESTAMP");
+
+int terminalOf(const QString &connectionId)
+{
+    return mainTerminalService() ? mainTerminalService()->terminalNumber(connectionId) : -1;
+}
+
+int administrationClientOf(const QString &connectionId)
+{
+    return adminTerminalService() ? adminTerminalService()->terminalNumber(connectionId) : -1;
+}
 
 /// Unlike QNetworkInterface::allAddresses() also those of interfaces that are down, so that a server which starts
 /// before its network still finds its line.
@@ -34,7 +52,60 @@ QList<QHostAddress> machineAddresses()
 
 Logger::Logger(QObject *parent) : Logger(machineAddresses, parent) {}
 
-Logger::Logger(AddressLister addresses, QObject *parent) : QObject(parent), m_addresses(std::move(addresses)) {}
+Logger::Logger(AddressLister addresses, QObject *parent)
+    : QObject(parent), m_addresses(std::move(addresses)), m_keptEvents("Logger::event", kMaxKeptEvents)
+{
+}
+
+Logger::~Logger()
+{
+    m_keptEvents.flush();
+}
+
+QAny Logger::log(QString connectionId, QAny params)
+{
+    const qint64 id = params.lookup(QStringLiteral("ID")).toInteger();
+    const int terminal = id == kAdministrationLogId ? administrationClientOf(connectionId) : terminalOf(connectionId);
+    if (terminal < 0 || !params.isHash() || !db())
+        return false;
+    return db()->insertLog(terminal, static_cast<int>(id), params.lookup(QStringLiteral("LLEVEL")).toInt(),
+                           params.lookup(QStringLiteral("LGROUP")).toInt(),
+                           params.lookup(QStringLiteral("FTIMESTAMP")).toString().toLongLong(),
+                           params.lookup(QStringLiteral("FMESSAGE")).toString(), params.lookup(QStringLiteral("DATA")));
+}
+
+QAny Logger::event(QString connectionId, QAny params)
+{
+    const int terminal = terminalOf(connectionId);
+    if (terminal < 0)
+        return false;
+    const auto outcome = m_keptEvents.submit(
+        {[this, params](DataBase &database) { return storeEvent(database, params); },
+         {},
+         QStringLiteral("user %1 time %2").arg(params.lookup(kUser).toString(), params.lookup(kTimestamp).toString())});
+    if (outcome == KeptWrites::Outcome::Kept && params.lookup(QStringLiteral("TID")).toInteger() == terminal)
+        mainTerminalService()->noteAccepted(terminal, {0, params.lookup(kTimestamp).toString().toLongLong()});
+    return true;
+}
+
+DataBase::Failure Logger::storeEvent(DataBase &database, const QAny &params)
+{
+    // Deliberate: where the event can never be stored, the journal step still runs.
+    const DataBase::Failure failure = EventJournal::insert(database, params, EventJournal::UserText::Quoted);
+    if (failure == DataBase::Failure::Passing || addAllEvent(params) == DataBase::Failure::Passing)
+        return DataBase::Failure::Passing;
+    return DataBase::Failure::None;
+}
+
+DataBase::Failure Logger::addAllEvent(const QAny &params)
+{
+    if (!db())
+        return DataBase::Failure::Passing;
+    return EventJournal::addRow(*db(), params, EventJournal::UserText::Quoted, [&params](QAny &row, const QAny &) {
+        row.insert(QStringLiteral("REMARK"), params.lookup(QStringLiteral("ALLEVREMARK")).toString());
+        row.insert(QStringLiteral("TAG"), 0);
+    });
+}
 
 void Logger::log(int level, int group, const QString &message, const QAny &data)
 {

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "database.h"
+#include "keptwrites.h"
 #include "qany.h"
 
 #include <QHostAddress>
@@ -8,7 +10,10 @@
 
 #include <functional>
 
-/// Writes the server's own rows of `logs`. Owned by ServicesStarter; called on the main thread.
+/// The service "logger": stores the attendance events and log lines that logged-in peers push, and writes the server's
+/// own rows of `logs`. Owned by ServicesStarter, ends before the database; called on the main thread.
+///
+/// An event that cannot be stored for a passing reason is kept and stored later, at the latest when the logger ends.
 class Logger : public QObject
 {
     Q_OBJECT
@@ -16,22 +21,42 @@ public:
     /// All addresses of this machine, in the order in which the system lists them.
     using AddressLister = std::function<QList<QHostAddress>()>;
 
+    /// Events that are kept; more are dropped, each with a warning line. Far more than a site has in a day.
+    static constexpr int kMaxKeptEvents = 100000;
+
     explicit Logger(QObject *parent = nullptr);
     /// With another source of the machine's addresses.
     explicit Logger(AddressLister addresses, QObject *parent = nullptr);
+    ~Logger() override;
 
     /// One row, stamped now, under the server's own line and entry id 0. Without a database nothing is written.
     void log(int level, int group, const QString &message, const QAny &data);
     /// The same with level 0, group 0 and Null data.
     void log(const QString &message);
 
+    /// Writes the journal row of an event that was just stored, as part of the caller's transaction. Passing when
+    /// another attempt is worth while.
+    DataBase::Failure addAllEvent(const QAny &params);
+
+    /// Events that wait to be stored.
+    KeptWrites &keptEvents() { return m_keptEvents; }
+
     /// Last octet of the first address in 192.168.0.0/16; 0 when there is none.
     static int lineNumber(const QList<QHostAddress> &addresses);
 
+public Q_SLOTS:
+    /// Stores a log line of the caller's. False when it is not logged in, or the line is not stored.
+    QAny log(QString connectionId, QAny params);
+    /// Stores an attendance event and its journal row. False when the caller is no logged-in terminal; otherwise true,
+    /// after the event was stored or kept, or when it can never be.
+    QAny event(QString connectionId, QAny params);
+
 private:
     int ownLine();
+    DataBase::Failure storeEvent(DataBase &database, const QAny &params);
 
     AddressLister m_addresses;
+    KeptWrites m_keptEvents;
 };
 
 /// The process's logger; null before start and after stop. Only ServicesStarter (or a test) sets it.
