@@ -1,0 +1,802 @@
+#include "idgenerator.h"
+#include "rpccall.h"
+#include "rpcpeer.h"
+
+#include <QCoreApplication>
+#include <QPointer>
+#include <QTest>
+#include <QThread>
+
+using KNet::RpcCall;
+using KNet::RpcController;
+using KNet::RpcLimits;
+
+namespace {
+
+const QByteArray kTimeout = R"({"error":{"code":10400,"message":"Timeout"}})";
+const QByteArray kClosed = R"({"error":{"code":10310,"message":"Connection closed"}})";
+const QByteArray kConnectionError = R"({"error":{"code":10300,"message":"Connection error"}})";
+const QByteArray kRun = callText("test.run", "0");
+
+/// Members sorted where it has members.
+QByteArray sorted(const QByteArray &json)
+{
+    const QByteArray text = canonical(json);
+    return text.isEmpty() ? json : text;
+}
+
+QByteArray text(const QAny &value)
+{
+    return sorted(value.toJsonUtf8());
+}
+
+QByteArray idOf(const QAny &message)
+{
+    return message.lookup(QStringLiteral("id")).toJsonUtf8();
+}
+
+/// What befalls a server whose service waits for the peer's answer.
+struct Wait {
+    RpcSite &site;
+    RpcPeer &peer;
+    QPointer<RpcCall> call;
+    QByteArray id; // of the call that the peer has not answered
+
+    void answer() { peer.write(resultText("5", id)); }
+};
+using Deed = std::function<void(Wait &)>;
+
+} // namespace
+
+Q_DECLARE_METATYPE(Deed)
+
+/// Notes what it gets, and then does what the test says.
+class Receiver : public QObject
+{
+    Q_OBJECT
+public:
+    QList<QByteArray> answers;
+    QStringList from;
+    std::function<void()> then; // this object may end in it
+
+public Q_SLOTS:
+    void onAnswer(QString connectionId, QAny response)
+    {
+        from.append(connectionId);
+        answers.append(text(response));
+        const auto deed = then;
+        if (deed)
+            deed();
+    }
+};
+
+/// Calls that the server makes, and what may happen while it waits.
+class TestRpcCalls : public QObject
+{
+    Q_OBJECT
+private Q_SLOTS:
+    void ids();
+    void answers_data();
+    void answers();
+    void unknownConnection();
+    void timeouts();
+    void answerOnAnotherConnection();
+    void lostConnection();
+    void asynchronous();
+    void memberIsNoSlot();
+    void receiverGone();
+    void connectToHost();
+    void connectToHostFails_data();
+    void connectToHostFails();
+    void whileWaiting_data();
+    void whileWaiting();
+    void quitWhileWaiting();
+    void furtherMessagesWhileWaiting();
+    void boundOfNestedCalls();
+    void stopRefusesToWait();
+    void activityWhileWaiting();
+    void severalTimeOutTogether();
+    void waitInsideACompletion();
+    void receiverEndsAnother();
+    void insideItsOwnSlot_data();
+    void insideItsOwnSlot();
+    void insideDisconnected();
+};
+
+void TestRpcCalls::ids()
+{
+    KNet::IdGenerator fresh;
+    QCOMPARE(fresh.next(), QStringLiteral("1"));
+    QCOMPARE(fresh.next(), QStringLiteral("2"));
+    KNet::IdGenerator zero(0);
+    QCOMPARE(zero.next(), QStringLiteral("1"));
+    KNet::IdGenerator last(~quint64(0));
+    QCOMPARE(last.next(), QStringLiteral("18446744073709551615"));
+    QCOMPARE(last.next(), QStringLiteral("1"));
+
+    constexpr int kEach = 5000;
+    KNet::IdGenerator shared;
+    QStringList taken[4];
+    std::vector<std::unique_ptr<QThread>> threads;
+    for (QStringList &list : taken) {
+        threads.emplace_back(QThread::create([&shared, &list] {
+            for (int i = 0; i < kEach; ++i)
+                list.append(shared.next());
+        }));
+        threads.back()->start();
+    }
+    QSet<QString> all;
+    for (int i = 0; i < 4; ++i) {
+        QVERIFY(threads[static_cast<size_t>(i)]->wait());
+        all.unite(QSet<QString>(taken[i].begin(), taken[i].end()));
+    }
+    QCOMPARE(all.size(), 4 * kEach);
+    QVERIFY(all.contains(QString::number(4 * kEach)));
+}
+
+void TestRpcCalls::answers_data()
+{
+    QTest::addColumn<QByteArray>("answer"); // %1 is the call's id
+    QTest::addColumn<QByteArray>("response");
+    QTest::newRow("number") << QByteArray(R"("id":"%1","result":5)") << QByteArray("5");
+    QTest::newRow("null") << QByteArray(R"("id":"%1","result":null)") << QByteArray("null");
+    QTest::newRow("hash") << QByteArray(R"("id":"%1","result":{"a":[1,"x"]})") << QByteArray(R"({"a":[1,"x"]})");
+    QTest::newRow("id as number") << QByteArray(R"("id":%1,"result":5)") << QByteArray("5");
+    QTest::newRow("result goes before error")
+        << QByteArray(R"("id":"%1","error":{"code":1},"result":5)") << QByteArray("5");
+    QTest::newRow("the peer's error as it is")
+        << QByteArray(R"("id":"%1","error":{"code":77,"message":"no","more":[1]})")
+        << QByteArray(R"({"error":{"code":77,"message":"no","more":[1]}})");
+    QTest::newRow("error without text") << QByteArray(R"("id":"%1","error":{"code":1})")
+                                        << QByteArray(R"({"error":{"code":1}})");
+    QTest::newRow("the first answer counts")
+        << QByteArray(R"("id":"%1","result":5}{"knetrpc":"1.0","id":"%1","result":6)") << QByteArray("5");
+    QTest::newRow("answers to others are not ours")
+        << QByteArray(R"("id":"0%1","result":6}{"knetrpc":"1.0","id":"%1","result":5)") << QByteArray("5");
+    QTest::newRow("a broken answer closes") << QByteArray(R"("id":"%1","error":{"code":"1"})") << kClosed;
+}
+
+void TestRpcCalls::answers()
+{
+    QFETCH(QByteArray, answer);
+    QFETCH(QByteArray, response);
+    RpcSite site;
+    for (const bool dialled : {false, true}) {
+        const auto peer = dialled ? site.dial() : site.peer();
+        QByteArray id;
+        peer->onCall = [&](const QAny &call) {
+            id = call.lookup("id").toString().toLatin1();
+            QCOMPARE(text(call), canonical(callText("far.ask", "[1]", idOf(call))));
+            QVERIFY(call.lookup("id").isString() && id.toULongLong() > 0);
+            peer->write(R"({"knetrpc":"1.0",)" + QByteArray(answer).replace("%1", id) + '}');
+        };
+        RpcCall call(site.controller.get());
+        QCOMPARE(text(call.call(peer->connectionId, "far.ask", QAny::list({1}), 5000)), sorted(response));
+        QVERIFY(!call.isWaiting());
+        if (response == kClosed)
+            continue;
+        // The handle is free again, and so is the connection; ids go on by one.
+        const quint64 former = id.toULongLong();
+        QCOMPARE(text(call.call(peer->connectionId, "far.ask", QAny::list({1}), 5000)).isEmpty(), false);
+        QCOMPARE(id.toULongLong(), former + 1);
+        QCOMPARE(peer->ask(kPing), canonical(kPong));
+    }
+}
+
+void TestRpcCalls::unknownConnection()
+{
+    RpcSite site;
+    RpcCall call(site.controller.get());
+    QCOMPARE(text(call.call("nobody", "far.ask", 1, 0)), kConnectionError);
+    Receiver receiver;
+    call.call("nobody", "far.ask", 1, &receiver, SLOT(onAnswer(QString, QAny)), 0);
+    QCOMPARE(receiver.answers, QList<QByteArray>{kConnectionError});
+    QCOMPARE(receiver.from, QStringList("nobody"));
+    QString callId;
+    QVERIFY(!site.controller->sendCall("nobody", "far.ask", 1, &receiver, "onAnswer", 0, &callId));
+    QTest::qWait(2 * RpcController::kSweepIntervalMs);
+    QCOMPARE(receiver.answers.size(), 1);
+}
+
+void TestRpcCalls::timeouts()
+{
+    RpcSite site;
+    const auto peer = site.peer();
+    QByteArray id;
+    peer->onCall = [&](const QAny &call) { id = idOf(call); };
+    RpcCall call(site.controller.get());
+    QElapsedTimer elapsed;
+    elapsed.start();
+    QCOMPARE(text(call.call(peer->connectionId, "far.ask", 1, 150)), kTimeout);
+    QVERIFY2(elapsed.elapsed() > 150 && elapsed.elapsed() < 600, QByteArray::number(elapsed.elapsed()));
+    // The late answer counts for nothing, but is no offence.
+    QCOMPARE(peer->ask(resultText("5", id) + kPing), canonical(kPong));
+
+    // Without a time-out, and with the default one, the wait is longer.
+    Receiver receiver;
+    for (const int timeout : {0, -1})
+        call.call(peer->connectionId, "far.ask", timeout, &receiver, SLOT(onAnswer(QString, QAny)), timeout);
+    QTest::qWait(500);
+    QVERIFY(receiver.answers.isEmpty());
+    peer->write(resultText("5", id));
+    QTRY_COMPARE(receiver.answers, QList<QByteArray>{"5"});
+    peer->socket->abort();
+    QTRY_COMPARE(receiver.answers, (QList<QByteArray>{"5", kClosed}));
+}
+
+void TestRpcCalls::answerOnAnotherConnection()
+{
+    RpcSite site;
+    const auto peer = site.peer();
+    const auto stranger = site.peer();
+    bool refused = false;
+    peer->onCall = [&](const QAny &call) {
+        // Two guesses of a stranger, then a question that shows that they were taken.
+        stranger->write(resultText("6", idOf(call)) + errorText(1, "x", idOf(call)) + kPing);
+        QTimer::singleShot(0, this, [&, id = idOf(call)] {
+            refused = stranger->next() == canonical(kPong);
+            peer->write(resultText("5", id));
+        });
+    };
+    QCOMPARE(text(RpcCall(site.controller.get()).call(peer->connectionId, "far.ask", 1, 5000)), QByteArray("5"));
+    QVERIFY(refused);
+}
+
+void TestRpcCalls::lostConnection()
+{
+    RpcSite site;
+    const auto peer = site.peer();
+    const auto other = site.peer();
+    Receiver lost;
+    Receiver kept;
+    RpcCall call(site.controller.get());
+    // The callers know before the world does.
+    QStringList order;
+    lost.then = [&] { order.append("answer"); };
+    connect(site.controller.get(), &RpcController::disconnected, this, [&] { order.append("disconnected"); });
+    for (int i = 0; i < 3; ++i)
+        call.call(peer->connectionId, "far.ask", i, &lost, SLOT(onAnswer(QString, QAny)), 0);
+    call.call(other->connectionId, "far.ask", 1, &kept, SLOT(onAnswer(QString, QAny)), 0);
+    peer->socket->disconnectFromHost();
+    QTRY_COMPARE(order.join(' '), QStringLiteral("answer answer answer disconnected"));
+    QCOMPARE(lost.answers, (QList<QByteArray>{kClosed, kClosed, kClosed}));
+    QCOMPARE(lost.from.count(peer->connectionId), 3);
+    QVERIFY(kept.answers.isEmpty());
+    QVERIFY(site.controller->abortConnection(other->connectionId));
+    QCOMPARE(kept.answers, QList<QByteArray>{kClosed});
+    // No call goes out on a connection that is closing.
+    QCOMPARE(text(call.call(other->connectionId, "far.ask", 1, 0)), kConnectionError);
+}
+
+void TestRpcCalls::asynchronous()
+{
+    RpcSite site;
+    const auto peer = site.peer();
+    QList<QAny> calls;
+    peer->onCall = [&](const QAny &call) { calls.prepend(call); };
+    Receiver receiver;
+    {
+        RpcCall handle(site.controller.get()); // need not live on, and takes several calls
+        for (int i = 0; i < 3; ++i)
+            handle.call(peer->connectionId, "far.ask", i, &receiver, SLOT(onAnswer(QString, QAny)), 5000);
+        QVERIFY(!handle.isWaiting());
+    }
+    QVERIFY(receiver.answers.isEmpty());
+    QTRY_COMPARE(calls.size(), 3);
+    for (const QAny &call : qAsConst(calls)) // in any order
+        peer->write(resultText(call.lookup("params").toJsonUtf8(), idOf(call)));
+    QTRY_COMPARE(receiver.answers, (QList<QByteArray>{"2", "1", "0"}));
+    QCOMPARE(receiver.from.count(peer->connectionId), 3);
+}
+
+void TestRpcCalls::memberIsNoSlot()
+{
+    const Warnings warnings;
+    RpcSite site;
+    const auto peer = site.peer();
+    peer->onCall = [&](const QAny &call) { peer->write(resultText("5", idOf(call))); };
+    RpcCall call(site.controller.get());
+    Receiver receiver;
+    call.call(peer->connectionId, "far.ask", 1, &receiver, SIGNAL(destroyed(QObject *)), 0);
+    QCOMPARE(Warnings::lines.join('|'), QStringLiteral("KNet::RpcCall::call() receiver member should be a SLOT"));
+    QCOMPARE(peer->ask(kPing), canonical(kPong));
+    QVERIFY(receiver.answers.isEmpty());
+    // A slot that is not there shows when the answer comes; blanks do not matter.
+    Warnings::lines.clear();
+    call.call(peer->connectionId, "far.ask", 1, &receiver, SLOT(onAnswer(QString, QAny)), 0);
+    QTRY_COMPARE(receiver.answers, QList<QByteArray>{"5"});
+    call.call(peer->connectionId, "far.ask", 1, &receiver, SLOT(notThere(QString, QAny)), 0);
+    const QString warning =
+        QStringLiteral("KNet::RpcPendingCall::sendResponse() can't invoke \"notThere\" on Receiver(");
+    QTRY_COMPARE(Warnings::lines.filter(warning).size(), 1); // beside Qt's own
+    QCOMPARE(peer->ask(kPing), canonical(kPong));
+}
+
+void TestRpcCalls::receiverGone()
+{
+    RpcSite site;
+    const auto peer = site.peer();
+    QByteArray id;
+    peer->onCall = [&](const QAny &call) { id = idOf(call); };
+    RpcCall call(site.controller.get());
+    auto receiver = std::make_unique<Receiver>();
+    for (const int timeout : {0, 50})
+        call.call(peer->connectionId, "far.ask", 1, receiver.get(), SLOT(onAnswer(QString, QAny)), timeout);
+    QTRY_VERIFY(!id.isEmpty());
+    receiver.reset();
+    QCOMPARE(peer->ask(resultText("5", id) + kPing), canonical(kPong));
+    QTest::qWait(2 * RpcController::kSweepIntervalMs);
+    peer->socket->abort();
+    QTRY_COMPARE(site.gone.size(), 1);
+    QVERIFY(site.isServing());
+}
+
+void TestRpcCalls::connectToHost()
+{
+    RpcSite site;
+    QTcpServer far;
+    QVERIFY(far.listen(QHostAddress::LocalHost));
+    QString id;
+    // Blocking: nothing else has happened when it returns.
+    QVERIFY(site.controller->connectToHost("127.0.0.1", far.serverPort(), id, 3000));
+    QVERIFY(site.events.isEmpty());
+    QVERIFY(!id.isEmpty());
+    QTRY_COMPARE(site.events, QStringList("connected " + id));
+    // Not blocking; a call may be made at once and goes out with the connection.
+    QString second;
+    QVERIFY(site.controller->connectToHost("127.0.0.1", far.serverPort(), second, 0));
+    QVERIFY(second != id);
+    Receiver receiver;
+    RpcCall(site.controller.get()).call(second, "far.ask", 1, &receiver, SLOT(onAnswer(QString, QAny)), 3000);
+    QVERIFY(!site.connected.contains(second));
+    QTRY_VERIFY(site.connected.contains(second));
+    delete far.nextPendingConnection();
+    RpcPeer peer(far.nextPendingConnection());
+    peer.socket->setParent(nullptr);
+    peer.onCall = [&](const QAny &call) { peer.write(resultText("5", idOf(call))); };
+    QTRY_COMPARE(receiver.answers, QList<QByteArray>{"5"});
+    // Services are there for the other direction, too.
+    QCOMPARE(peer.ask(callText("test.echo", "1")), resultText("1"));
+    QCOMPARE(site.service->callers, QStringList(second));
+    QVERIFY(site.incoming.isEmpty());
+}
+
+void TestRpcCalls::connectToHostFails_data()
+{
+    QTest::addColumn<QString>("host");
+    QTest::addColumn<int>("timeout");
+    QTest::newRow("refused, blocking") << "127.0.0.1" << 2000;
+    QTest::newRow("refused, later") << "127.0.0.1" << 0;
+    QTest::newRow("no such host, blocking") << "no.such.host.invalid" << 3000;
+    QTest::newRow("nobody answers, blocking") << "192.0.2.1" << 200;
+}
+
+void TestRpcCalls::connectToHostFails()
+{
+    QFETCH(QString, host);
+    QFETCH(int, timeout);
+    RpcSite site;
+    QTcpServer closed;
+    QVERIFY(closed.listen(QHostAddress::LocalHost));
+    const quint16 port = closed.serverPort();
+    closed.close();
+    QString id;
+    QElapsedTimer elapsed;
+    elapsed.start();
+    QCOMPARE(site.controller->connectToHost(host, port, id, timeout), timeout == 0);
+    if (!host.endsWith(".invalid")) // a look-up takes the time it takes
+        QVERIFY(elapsed.elapsed() < 4000);
+    QVERIFY(!id.isEmpty());
+    QTRY_COMPARE(site.gone, QStringList(id));
+    settle();
+    QCOMPARE(site.gone.size(), 1);
+    QVERIFY(site.connected.isEmpty());
+    QVERIFY(!site.controller->closeConnection(id));
+    if (host == "127.0.0.1")
+        QCOMPARE(site.events, (QStringList{"error " + id, "disconnected " + id}));
+}
+
+void TestRpcCalls::whileWaiting_data()
+{
+    QTest::addColumn<Deed>("deed");
+    QTest::addColumn<QByteArray>("response"); // of the call that the service makes
+    QTest::addColumn<bool>("answered");       // whether the peer gets the service's answer
+    const auto row = [](const char *name, const Deed &deed, const QByteArray &response, bool answered) {
+        QTest::newRow(name) << deed << response << answered;
+    };
+    row(
+        "peer closes", [](Wait &w) { w.peer.socket->disconnectFromHost(); }, kClosed, false);
+    row(
+        "peer vanishes", [](Wait &w) { w.peer.socket->abort(); }, kClosed, false);
+    row(
+        "peer answers and closes",
+        [](Wait &w) {
+            w.answer();
+            w.peer.socket->disconnectFromHost();
+        },
+        "5", false);
+    row(
+        "peer sends nonsense", [](Wait &w) { w.peer.write("nonsense"); }, kClosed, false);
+    row(
+        "server closes", [](Wait &w) { w.site.controller->closeConnection(w.peer.connectionId); }, kClosed, false);
+    row(
+        "server aborts", [](Wait &w) { w.site.controller->abortConnection(w.peer.connectionId); }, kClosed, false);
+    row(
+        "server ends", [](Wait &w) { w.site.controller.reset(); }, "null", false);
+    row(
+        "waits end", [](Wait &w) { w.site.controller->endWaitingCalls(); }, "null", true);
+    row(
+        "wait is cancelled", [](Wait &w) { w.call->cancel(); }, "null", true);
+    row(
+        "handle ends", [](Wait &w) { delete w.call; }, "null", true);
+    row(
+        "service is unregistered",
+        [](Wait &w) {
+            w.site.controller->unregisterService("test");
+            w.answer();
+        },
+        "5", true);
+    row(
+        "service ends",
+        [](Wait &w) {
+            w.site.service.reset();
+            w.answer();
+        },
+        "5", true);
+    row(
+        "peer calls back", [](Wait &w) { w.peer.write(callText("test.echo", "1", "2") + resultText("5", w.id)); }, "5",
+        true);
+    row(
+        "another peer is served",
+        [](Wait &w) {
+            QTimer::singleShot(0, w.call, [w]() mutable {
+                if (w.site.isServing())
+                    w.answer();
+            });
+        },
+        "5", true);
+    row(
+        "handle is asked again",
+        [](Wait &w) {
+            QVERIFY(w.call->isWaiting() && w.site.controller->hasWaitingCalls());
+            QCOMPARE(text(w.call->call(w.peer.connectionId, "far.ask", 1, 0)), QByteArray("null"));
+            QCOMPARE(Warnings::lines.join('|'), QStringLiteral("KNet:RpcCall::call(): Recursive call detected"));
+            w.answer();
+        },
+        "5", true);
+}
+
+void TestRpcCalls::whileWaiting()
+{
+    QFETCH(Deed, deed);
+    QFETCH(QByteArray, response);
+    QFETCH(bool, answered);
+    const Warnings warnings;
+    RpcSite site;
+    const auto peer = site.peer();
+    Wait wait{site, *peer, nullptr, {}};
+    QByteArray got;
+    site.service->action = [&](const QString &id, const QAny &) {
+        wait.call = new RpcCall(site.controller.get());
+        const QAny value = wait.call->call(id, "far.ask", 1, 0);
+        delete wait.call;
+        got = text(value);
+        return value;
+    };
+    peer->onCall = [&](const QAny &call) {
+        wait.id = idOf(call);
+        deed(wait);
+    };
+    peer->write(kRun);
+    QTRY_COMPARE(got, sorted(response));
+    if (answered) {
+        QTRY_VERIFY(peer->messages.contains(resultText(response)));
+        QCOMPARE(peer->ask(kPing).isEmpty(), false);
+        QVERIFY(!site.gone.contains(peer->connectionId));
+    } else {
+        QVERIFY(peer->waitClosed());
+        QVERIFY(peer->messages.isEmpty());
+    }
+    if (!site.controller)
+        return;
+    QTRY_COMPARE(site.gone.count(peer->connectionId), answered ? 0 : 1);
+    QVERIFY(!site.controller->hasWaitingCalls());
+    if (site.service)
+        site.controller->registerService("test", site.service.get());
+    else
+        return;
+    QVERIFY(site.isServing());
+}
+
+void TestRpcCalls::quitWhileWaiting()
+{
+    RpcSite site;
+    const auto peer = site.peer();
+    QByteArray got;
+    site.service->action = [&](const QString &id, const QAny &) {
+        const QAny value = RpcCall(site.controller.get()).call(id, "far.ask", 1, 0);
+        got = text(value);
+        return value;
+    };
+    peer->onCall = [](const QAny &) { QCoreApplication::exit(3); };
+    QTimer::singleShot(0, this, [&] { peer->write(kRun); });
+    QTimer::singleShot(5000, peer->socket.get(), [] { QCoreApplication::exit(4); });
+    QCOMPARE(QCoreApplication::exec(), 3);
+    QCOMPARE(got, QByteArray("null"));
+    QVERIFY(site.isServing());
+}
+
+void TestRpcCalls::furtherMessagesWhileWaiting()
+{
+    // Of the same segment, before and behind the answer that the first one waits for.
+    RpcSite site;
+    const auto peer = site.peer();
+    site.service->action = [&](const QString &id, const QAny &) {
+        return RpcCall(site.controller.get()).call(id, "far.ask", 1, 3000);
+    };
+    peer->onCall = [&](const QAny &call) {
+        peer->write(callText("test.echo", "3", "3") + resultText("5", idOf(call)) + callText("test.echo", "4", "4"));
+    };
+    // More of them than one turn takes, so that the rest of the turn has to come within the wait.
+    QByteArray burst = kRun;
+    for (int i = 0; i < 200; ++i)
+        burst += callText("test.echo", "2", "2");
+    peer->write(burst);
+    QTRY_COMPARE(peer->messages.size(), 203);
+    QCOMPARE(peer->messages.count(resultText("2", "\"2\"")), 200);
+    QVERIFY(peer->messages.contains(resultText("5")));
+    QCOMPARE(site.service->calls.mid(0, 200), (QList<QAny>::fromVector(QVector<QAny>(200, 2))));
+}
+
+void TestRpcCalls::boundOfNestedCalls()
+{
+    constexpr int kMore = 50;
+    constexpr int kAll = RpcCall::kMaxNestedCalls + kMore;
+    const Warnings warnings;
+    RpcSite site;
+    const auto peer = site.peer();
+    site.service->action = [&](const QString &id, const QAny &) {
+        return RpcCall(site.controller.get()).call(id, "far.ask", 1, 0);
+    };
+    QList<QByteArray> ids;
+    peer->onCall = [&](const QAny &call) { ids.prepend(idOf(call)); };
+    QByteArray burst;
+    for (int i = 0; i < kAll; ++i)
+        burst += kRun;
+    peer->write(burst);
+    QTimer::singleShot(10000, peer->socket.get(), [&] { peer->socket->abort(); });
+    // The test's own loop is on the stack below all of them.
+    connect(peer->socket.get(), &QTcpSocket::readyRead, this, [&] {
+        if (peer->messages.size() < kMore || ids.size() < RpcCall::kMaxNestedCalls)
+            return;
+        const QList<QByteArray> waiting = ids;
+        ids.clear();
+        for (const QByteArray &id : waiting)
+            peer->write(resultText("5", id));
+    });
+    QTRY_COMPARE_WITH_TIMEOUT(peer->messages.size(), kAll, 12000);
+    QCOMPARE(peer->messages.count(resultText(kConnectionError)), kMore);
+    QCOMPARE(peer->messages.count(resultText("5")), kAll - kMore);
+    QVERIFY(!site.controller->hasWaitingCalls());
+}
+
+void TestRpcCalls::stopRefusesToWait()
+{
+    // Three waits, one within the other, end together; none begins any more.
+    RpcSite site;
+    const auto peer = site.peer();
+    QList<QByteArray> got;
+    site.service->action = [&](const QString &id, const QAny &) {
+        got.append(text(RpcCall(site.controller.get()).call(id, "far.ask", 1, 0)));
+        got.append(text(RpcCall(site.controller.get()).call(id, "far.ask", 2, 0)));
+        return QAny();
+    };
+    int calls = 0;
+    peer->onCall = [&](const QAny &) {
+        if (++calls == 3)
+            site.controller->endWaitingCalls();
+    };
+    peer->write(kRun + kRun + kRun);
+    QTRY_COMPARE(got.size(), 6);
+    for (const QByteArray &response : qAsConst(got))
+        QVERIFY2(response == "null" || response == kConnectionError, response);
+    QCOMPARE(calls, 3);
+    QVERIFY(!site.controller->hasWaitingCalls());
+}
+
+void TestRpcCalls::activityWhileWaiting()
+{
+    // The time that a service takes is not the peer's idleness.
+    RpcLimits limits;
+    limits.activityTimeoutMs = 200;
+    RpcSite site(limits);
+    const auto busy = site.peer();
+    site.controller->setLimits(RpcLimits());
+    const auto slow = site.peer();
+    site.service->action = [&](const QString &, const QAny &) {
+        return RpcCall(site.controller.get()).call(slow->connectionId, "far.ask", 1, 500);
+    };
+    busy->write(kRun);
+    QCOMPARE(busy->next(), resultText(kTimeout));
+    QVERIFY(busy->waitClosed(1000));
+}
+
+void TestRpcCalls::severalTimeOutTogether()
+{
+    RpcSite site;
+    const auto peer = site.peer();
+    QList<QByteArray> got;
+    site.service->action = [&](const QString &id, const QAny &) {
+        const QAny value = RpcCall(site.controller.get()).call(id, "far.ask", 1, 120);
+        got.append(text(value));
+        return value;
+    };
+    Receiver receiver;
+    for (int i = 0; i < 2; ++i)
+        RpcCall(site.controller.get())
+            .call(peer->connectionId, "far.ask", 1, &receiver, SLOT(onAnswer(QString, QAny)), 120);
+    peer->onCall = [](const QAny &) {};
+    peer->write(kRun + kRun + kRun);
+    QTRY_COMPARE(got, (QList<QByteArray>{kTimeout, kTimeout, kTimeout}));
+    QCOMPARE(receiver.answers, (QList<QByteArray>{kTimeout, kTimeout}));
+    for (int i = 0; i < 3; ++i)
+        QCOMPARE(peer->next(), resultText(kTimeout));
+}
+
+void TestRpcCalls::waitInsideACompletion()
+{
+    RpcSite site;
+    const auto peer = site.peer();
+    const auto silent = site.peer();
+    RpcCall call(site.controller.get());
+    for (const bool closed : {false, true}) {
+        Receiver first;
+        Receiver second;
+        QByteArray got;
+        int atThatTime = -1;
+        first.then = [&] {
+            const QAny value = RpcCall(site.controller.get()).call(silent->connectionId, "far.ask", 1, 150);
+            got = text(value);
+            atThatTime = second.answers.size();
+        };
+        const int timeout = closed ? 0 : 100;
+        call.call(peer->connectionId, "far.ask", 1, &first, SLOT(onAnswer(QString, QAny)), timeout);
+        call.call(peer->connectionId, "far.ask", 2, &second, SLOT(onAnswer(QString, QAny)), timeout);
+        if (closed)
+            peer->socket->disconnectFromHost();
+        QTRY_COMPARE(got, kTimeout);
+        // One receiver that waits does not keep the next waiting.
+        QCOMPARE(atThatTime, 1);
+        QCOMPARE(second.answers, QList<QByteArray>{closed ? kClosed : kTimeout});
+        QCOMPARE(first.answers, second.answers);
+    }
+    QTRY_COMPARE(site.gone, QStringList(peer->connectionId));
+    QVERIFY(site.isServing());
+}
+
+void TestRpcCalls::receiverEndsAnother()
+{
+    RpcSite site;
+    RpcCall call(site.controller.get());
+    for (const bool closed : {false, true}) {
+        const auto peer = site.peer();
+        // Whichever comes first deletes the other, and then itself.
+        QPointer<Receiver> receivers[2] = {new Receiver, new Receiver};
+        int answered = 0;
+        for (int i = 0; i < 2; ++i) {
+            receivers[i]->then = [&, i] {
+                ++answered;
+                delete receivers[1 - i];
+                delete receivers[i];
+            };
+            call.call(peer->connectionId, "far.ask", i, receivers[i], SLOT(onAnswer(QString, QAny)), closed ? 0 : 100);
+        }
+        if (closed)
+            peer->socket->abort();
+        QTRY_COMPARE(answered, 1);
+        QTest::qWait(2 * RpcController::kSweepIntervalMs);
+        QCOMPARE(answered, 1);
+        QVERIFY(!receivers[0] && !receivers[1]);
+    }
+    QVERIFY(site.isServing());
+}
+
+void TestRpcCalls::insideItsOwnSlot_data()
+{
+    QTest::addColumn<Deed>("deed");
+    QTest::addColumn<bool>("answered");
+    const auto row = [](const char *name, const Deed &deed, bool answered) { QTest::newRow(name) << deed << answered; };
+    row(
+        "unregister", [](Wait &w) { w.site.controller->unregisterService("test"); }, true);
+    row(
+        "delete the service", [](Wait &w) { w.site.service.reset(); }, true);
+    row(
+        "register another",
+        [](Wait &w) {
+            w.site.controller->unregisterService("test");
+            w.site.controller->registerService("test", w.site.controller.get());
+        },
+        true);
+    row(
+        "close", [](Wait &w) { w.site.controller->closeConnection(w.peer.connectionId); }, false);
+    row(
+        "abort", [](Wait &w) { w.site.controller->abortConnection(w.peer.connectionId); }, false);
+    row(
+        "abort and let it be deleted",
+        [](Wait &w) {
+            w.site.controller->abortConnection(w.peer.connectionId);
+            QEventLoop loop;
+            QTimer::singleShot(20, &loop, &QEventLoop::quit);
+            loop.exec();
+        },
+        false);
+    row(
+        "delete the server", [](Wait &w) { w.site.controller.reset(); }, false);
+}
+
+void TestRpcCalls::insideItsOwnSlot()
+{
+    QFETCH(Deed, deed);
+    QFETCH(bool, answered);
+    RpcSite site;
+    const auto peer = site.peer();
+    const auto other = site.peer();
+    Wait wait{site, *peer, nullptr, {}};
+    int runs = 0;
+    site.service->action = [&](const QString &, const QAny &) {
+        if (++runs == 1)
+            deed(wait);
+        return QAny(5);
+    };
+    peer->write(kRun + kRun);
+    if (answered) {
+        QCOMPARE(peer->next(), resultText("5"));
+        QVERIFY(peer->next().contains("\"error\""));
+    } else {
+        QVERIFY(peer->waitClosed());
+        QTRY_COMPARE(site.gone, site.controller ? QStringList(peer->connectionId) : QStringList());
+    }
+    QCOMPARE(runs, 1);
+    if (site.controller)
+        QCOMPARE(other->ask(kPing), canonical(kPong));
+    else
+        QVERIFY(other->waitClosed());
+}
+
+void TestRpcCalls::insideDisconnected()
+{
+    RpcSite site;
+    const auto first = site.peer();
+    const auto second = site.peer();
+    const auto third = site.peer();
+    auto receiver = std::make_unique<Receiver>();
+    RpcCall call(site.controller.get());
+    for (const auto *peer : {&first, &second})
+        call.call((*peer)->connectionId, "far.ask", 1, receiver.get(), SLOT(onAnswer(QString, QAny)), 0);
+    QByteArray got;
+    connect(site.controller.get(), &RpcController::disconnected, this, [&](const QString &id) {
+        if (id != first->connectionId)
+            return;
+        QVERIFY(!site.controller->abortConnection(id));
+        QCOMPARE(receiver->answers.size(), 1);
+        receiver.reset();
+        site.service.reset();
+        site.controller->unregisterService("test");
+        QVERIFY(site.controller->abortConnection(second->connectionId));
+        got = text(RpcCall(site.controller.get()).call(third->connectionId, "far.ask", 1, 100));
+    });
+    third->onCall = [](const QAny &) {};
+    first->socket->disconnectFromHost();
+    QTRY_COMPARE(got, kTimeout);
+    QCOMPARE(site.gone, (QStringList{first->connectionId, second->connectionId}));
+    // The last of them takes the server along.
+    connect(site.controller.get(), &RpcController::disconnected, this, [&](const QString &id) {
+        if (id == third->connectionId)
+            QTimer::singleShot(0, this, [&] { site.controller.reset(); });
+    });
+    third->socket->abort();
+    QTRY_VERIFY(!site.controller);
+}
+
+QTEST_GUILESS_MAIN(TestRpcCalls)
+#include "tst_rpc_calls.moc"

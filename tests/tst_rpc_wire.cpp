@@ -1,0 +1,747 @@
+#include "rpcadaptor.h"
+#include "rpcconnection.h"
+#include "rpcpeer.h"
+
+#include <QMetaMethod>
+#include <QRandomGenerator>
+#include <QTest>
+
+#ifdef Q_OS_LINUX
+#include <sys/resource.h>
+#include <unistd.h>
+#endif
+
+using KNet::RpcController;
+using KNet::RpcLimits;
+
+namespace {
+
+const char *const kClose = "close";
+const QByteArray kEchoes = callText("test.echo", "1") + callText("test.echo", "2", "2");
+
+QByteArray methodsOf(const QMetaObject &meta)
+{
+    QByteArray found;
+    for (int i = meta.methodOffset(); i < meta.methodCount(); ++i)
+        found += meta.method(i).methodSignature() + ' ';
+    return found;
+}
+
+/// What a stranger might send: streams of right messages with a few bytes changed, or anything at all.
+QByteArray strangeStream(QRandomGenerator &random)
+{
+    static const QList<QByteArray> kRight = {
+        callText("test.echo", R"({"a":[1,2.5,null,true,"\u010d\"\\"],"b":{}})"),
+        callText("test.echo", "7", "7"),
+        callText("nobody.home", "[]", "null"),
+        callText("test.hidden", "[]"),
+        kPing,
+        kPong,
+        R"({"knetrpc":"1.0","id":"3","result":{"error":1}})",
+        R"({"knetrpc":"1.0","id":"4","error":{"code":10100,"message":"x"}})",
+        " \r\n/* */ ",
+    };
+    const auto below = [&random](int bound) { return static_cast<int>(random.bounded(bound)); };
+    const auto byte = [&] { return static_cast<char>(below(256)); };
+    QByteArray bytes;
+    for (int i = 1 + below(4); i > 0; --i)
+        bytes += kRight.at(below(kRight.size()));
+    if (below(10) == 0)
+        std::generate(bytes.begin(), bytes.end(), byte);
+    for (int i = below(4); i > 0; --i) {
+        const int at = below(bytes.size());
+        const int length = below(8);
+        switch (below(5)) {
+        case 0:
+            bytes[at] = byte();
+            break;
+        case 1:
+            bytes.remove(at, length);
+            break;
+        case 2:
+            bytes.insert(at, bytes.mid(below(bytes.size()), length));
+            break;
+        case 3:
+            bytes.insert(at, QByteArray(length, "{}[]\",:0\\"[below(9)]));
+            break;
+        default:
+            bytes.truncate(at);
+        }
+        if (bytes.isEmpty())
+            bytes = "{";
+    }
+    return bytes;
+}
+
+} // namespace
+
+/// The protocol as a peer sees it that writes its own bytes.
+class TestRpcWire : public QObject
+{
+    Q_OBJECT
+private Q_SLOTS:
+    void signalsAndSlotsInOrder();
+    void framing();
+    void brokenStream_data();
+    void brokenStream();
+    void classification_data();
+    void classification();
+    void compactText();
+    void callableSlots_data();
+    void callableSlots();
+    void notificationReachesNobody();
+    void registration();
+    void serviceGone();
+    void authorization();
+    void namesAndAddresses();
+    void listening();
+    void outOfDescriptors();
+    void signalsOfAConnection();
+    void silentPeerIsDropped();
+    void pingsGoToThoseThatCame();
+    void gracefulClose();
+    void closeBeforeConnected();
+    void closeOfAPeerThatNeverReads();
+    void messageBound_data();
+    void messageBound();
+    void unreadBound();
+    void busyPeerKeepsNobodyWaiting();
+    void lastWordsAreHeard();
+    void strangers();
+};
+
+void TestRpcWire::signalsAndSlotsInOrder()
+{
+    QCOMPARE(methodsOf(RpcController::staticMetaObject),
+             QByteArray("incoming(QString) connected(QString) disconnected(QString) error(QString,QString) "
+                        "timeoutPendingCalls() pingRemoteConnections() "));
+    QCOMPARE(methodsOf(KNet::RpcConnection::staticMetaObject),
+             QByteArray("onConnected() onDisconnected() onError(QAbstractSocket::SocketError) onReadyRead() "
+                        "onBytesWritten(qlonglong) onActivityTimeout() "));
+}
+
+void TestRpcWire::framing()
+{
+    RpcSite site;
+    const auto peer = site.peer();
+    const QByteArray params = "[\"\u010de\u0161nja } \\\" ]\",{\"a\":{}}]";
+    const QByteArray stream =
+        callText("test.echo", params) + "\r\n\t " + kPing + "/* , */" + callText("test.echo", "2");
+    const auto answered = [&] {
+        return peer->next() == resultText(params) && peer->next() == canonical(kPong) &&
+               peer->next() == resultText("2");
+    };
+    for (const int piece : {0, 1, 2, 7, 64}) {
+        peer->write(stream, piece);
+        QVERIFY2(answered(), QByteArray::number(piece));
+    }
+    for (int cut = 1; cut < stream.size(); ++cut) {
+        peer->write(stream.left(cut));
+        settle();
+        peer->write(stream.mid(cut));
+        QVERIFY2(answered(), stream.left(cut));
+    }
+    // Not before its last byte, but then at once.
+    site.service->calls.clear();
+    peer->write(stream.chopped(1));
+    QVERIFY(!peer->next().isEmpty() && !peer->next().isEmpty());
+    settle();
+    QCOMPARE(site.service->calls.size(), 1);
+    QCOMPARE(peer->ask(stream.right(1)), resultText("2"));
+}
+
+void TestRpcWire::brokenStream_data()
+{
+    QTest::addColumn<QByteArray>("bytes");
+    QTest::newRow("number") << QByteArray("1");
+    QTest::newRow("text") << QByteArray("\"a\"");
+    QTest::newRow("bracket too many") << QByteArray("}");
+    QTest::newRow("separator between messages") << "," + kPing;
+    QTest::newRow("trailing comma") << QByteArray(R"({"knetrpc":"1.0","id":"1",})");
+    QTest::newRow("empty key") << QByteArray(R"({"knetrpc":"1.0","id":"1","":1})");
+    QTest::newRow("zero byte") << QByteArray(1, '\0');
+    QTest::newRow("nested too deep") << QByteArray(129, '[');
+    QTest::newRow("another protocol") << QByteArray("GET / HTTP/1.1\r\n\r\n");
+}
+
+void TestRpcWire::brokenStream()
+{
+    QFETCH(QByteArray, bytes);
+    RpcSite site;
+    const auto peer = site.peer();
+    peer->write(callText("test.echo", "1") + bytes + callText("test.echo", "2"));
+    QCOMPARE(peer->next(), resultText("1"));
+    QVERIFY(peer->waitClosed());
+    QVERIFY(peer->messages.isEmpty());
+    QTRY_COMPARE(site.gone, QStringList(peer->connectionId));
+    QCOMPARE(site.service->calls.size(), 1);
+    QVERIFY(site.isServing());
+}
+
+void TestRpcWire::classification_data()
+{
+    QTest::addColumn<QByteArray>("message");
+    QTest::addColumn<QByteArray>("answer"); // kClose, empty for none
+    const auto row = [](const char *name, const QByteArray &message, const QByteArray &answer) {
+        QTest::newRow(name) << message << answer;
+    };
+    const auto with = [](const QByteArray &members) { return R"({"knetrpc":"1.0",)" + members + '}'; };
+    const auto call = [](const QByteArray &id) { return callText("test.echo", "1", id); };
+
+    row("list", "[\"knetrpc\",\"id\"]", kClose);
+    row("no tag", R"({"id":"1","method":"test.echo","params":1})", kClose);
+    row("no id", with(R"("method":"test.echo","params":1)"), kClose);
+    row("version 2.0", R"({"knetrpc":"2.0","id":"1","method":"test.echo","params":1})", kClose);
+    row("version as number", R"({"knetrpc":1.0,"id":"1","method":"test.echo","params":1})", kClose);
+
+    row("id text", call("\"a\\\"\u010d\""), resultText("1", "\"a\\\"\u010d\""));
+    row("id empty text", call("\"\""), resultText("1", "\"\""));
+    row("id with zeros", call("\"007\""), resultText("1", "\"007\""));
+    row("id integer", call("7"), resultText("1", "\"7\""));
+    row("id negative", call("-3"), resultText("1", "\"-3\""));
+    row("id largest", call("9223372036854775807"), resultText("1", "\"9223372036854775807\""));
+    row("id boolean", call("true"), kClose);
+    row("id double", call("7.0"), kClose);
+    row("id list", call("[1]"), kClose);
+    row("id hash", call("{}"), kClose);
+
+    row("ping", kPing, kPong);
+    row("ping before method", callText("test.echo", "1", "\"<PING>\""), kPong);
+    row("ping in small letters", with(R"("id":"<ping>")"), kClose);
+    row("pong", kPong, "");
+    row("pong before method", callText("test.echo", "1", "\"<PONG>\""), "");
+
+    row("call without params", with(R"("id":"1","method":"test.echo")"), resultText("null"));
+    row("call with more members",
+        with(R"("id":"1","method":"test.echo","params":[],"result":1,"error":0,"x":{}})").chopped(1), resultText("[]"));
+    row("no dot", callText("testecho", "1"), errorText(10100, "No such service"));
+    row("no method text", callText("", "1"), errorText(10100, "No such service"));
+    row("unknown service", callText("nobody.echo", "1"), errorText(10100, "No such service"));
+    row("service in capitals", callText("Test.echo", "1"), errorText(10100, "No such service"));
+    row("no service name", callText(".echo", "1"), errorText(10100, "No such service"));
+    row("unknown method", callText("test.nothere", "1", "8"), errorText(10110, "No such method", "\"8\""));
+    row("no method name", callText("test.", "1"), errorText(10110, "No such method"));
+    row("split at the first dot", callText("test.echo.more", "1"), errorText(10110, "No such method"));
+
+    row("method is no text", with(R"("id":"1","method":5)"), kClose);
+    row("method is no text, but a result", with(R"("id":"1","method":5,"result":1)"), "");
+    row("result nobody waits for", with(R"("id":"1","result":{"a":1})"), "");
+    row("null result", with(R"("id":"1","result":null)"), "");
+    row("result without id", with(R"("id":null,"result":1)"), "");
+    row("result before error", with(R"("id":"1","result":1,"error":5)"), "");
+    row("error nobody waits for", with(R"("id":5,"error":{"code":1,"message":"x"})"), "");
+    row("error without text", with(R"("id":"1","error":{"code":1})"), "");
+    row("error with text code", with(R"("id":"1","error":{"code":"10100","message":"x"})"), kClose);
+    row("error with double code", with(R"("id":"1","error":{"code":10100.0,"message":"x"})"), kClose);
+    row("error without code", with(R"("id":"1","error":{"message":"x"})"), kClose);
+    row("error is a text", with(R"("id":"1","error":"x")"), kClose);
+    row("neither call nor answer", with(R"("id":"1","params":1)"), kClose);
+
+    row("notification", call("null"), "");
+    row("notification to nobody", callText("nobody.echo", "1", "null"), "");
+    row("notification without dot", callText("test", "1", "null"), "");
+}
+
+void TestRpcWire::classification()
+{
+    QFETCH(QByteArray, message);
+    QFETCH(QByteArray, answer);
+    const Warnings warnings;
+    RpcSite site;
+    const auto peer = site.peer();
+    peer->write(message + kPing);
+    if (answer == kClose) {
+        QVERIFY(peer->waitClosed());
+        QCOMPARE(peer->raw, QByteArray());
+    } else {
+        if (!answer.isEmpty())
+            QCOMPARE(peer->next(), canonical(answer));
+        QCOMPARE(peer->next(), canonical(kPong));
+        QVERIFY(peer->messages.isEmpty());
+    }
+    QCOMPARE(site.service->calls.size(), answer.contains("\"result\"") ? 1 : 0);
+}
+
+void TestRpcWire::compactText()
+{
+    RpcSite site;
+    const auto peer = site.peer();
+    peer->write(callText("test.echo", "\"a\\tb\u010d\"") + callText("nobody.x", "[]") + kPing);
+    const QByteArray texts = peer->next() + peer->next() + peer->next();
+    // Nothing between the messages and no whitespace in them; the order of members is free.
+    QCOMPARE(peer->raw.size(), texts.size());
+    QVERIFY(peer->raw.contains("\"a\\tb\u010d\""));
+}
+
+void TestRpcWire::callableSlots_data()
+{
+    QTest::addColumn<QByteArray>("method");
+    QTest::addColumn<QByteArray>("result"); // empty: no such method
+    QTest::newRow("declared again") << QByteArray("redeclared") << QByteArray("4");
+    QTest::newRow("overloaded") << QByteArray("overloaded") << QByteArray("5");
+    QTest::newRow("by reference") << QByteArray("byReference") << QByteArray("8");
+    QTest::newRow("default argument") << QByteArray("withDefault") << QByteArray("9");
+    for (const char *method : {"inherited", "invokable", "text", "nothing", "threeParameters", "hidden", "secret",
+                               "signal", "deleteLater", "echo(QString,QAny)", "overloaded(QString)"})
+        QTest::newRow(method) << QByteArray(method) << QByteArray();
+}
+
+void TestRpcWire::callableSlots()
+{
+    QFETCH(QByteArray, method);
+    QFETCH(QByteArray, result);
+    const Warnings warnings;
+    RpcSite site;
+    const auto peer = site.peer();
+    const QByteArray answer = peer->ask(callText("test." + method, "[]"));
+    if (!result.isEmpty()) {
+        QCOMPARE(answer, resultText(result));
+        QVERIFY(Warnings::lines.isEmpty());
+        return;
+    }
+    QCOMPARE(answer, errorText(10110, "No such method"));
+    QCOMPARE(Warnings::lines.join('|'),
+             QStringLiteral("KNet::RpcAdaptor::invokeMethod() no such method name \"%1\"").arg(QLatin1String(method)));
+}
+
+void TestRpcWire::notificationReachesNobody()
+{
+    // Deliberate: the name that is looked up begins with the dot.
+    const Warnings warnings;
+    RpcSite site;
+    const auto peer = site.peer();
+    QCOMPARE(peer->ask(callText("test.echo", "1", "null") + kPing), canonical(kPong));
+    QVERIFY(site.service->calls.isEmpty());
+    QCOMPARE(Warnings::lines.join('|'),
+             QStringLiteral("KNet::RpcAdaptor::invokeMethod() no such method name \".echo\""));
+    // Without the right to the service it does not even come that far.
+    site.controller->addServiceRequirement("test", "token");
+    QCOMPARE(peer->ask(callText("test.echo", "1", "null") + kPing), canonical(kPong));
+    QCOMPARE(Warnings::lines.size(), 1);
+}
+
+void TestRpcWire::registration()
+{
+    RpcSite site;
+    RpcTestService second;
+    QVERIFY(!site.controller->registerService("test", &second));
+    const auto peer = site.peer();
+    QCOMPARE(peer->ask(callText("test.echo", "1")), resultText("1"));
+    QCOMPARE(site.service->callers, QStringList(peer->connectionId));
+    QVERIFY(site.controller->registerService("second", &second));
+    QCOMPARE(peer->ask(callText("second.echo", "1")), resultText("1"));
+    QCOMPARE(second.calls.size(), 1);
+
+    QVERIFY(!site.controller->unregisterService("third"));
+    QVERIFY(site.controller->unregisterService("test"));
+    QVERIFY(!site.controller->unregisterService("test"));
+    QCOMPARE(peer->ask(callText("test.echo", "1")), errorText(10100, "No such service"));
+    QVERIFY(site.controller->registerService("test", &second));
+    QCOMPARE(peer->ask(callText("test.echo", "1")), resultText("1"));
+    QCOMPARE(second.calls.size(), 2);
+}
+
+void TestRpcWire::serviceGone()
+{
+    const Warnings warnings;
+    RpcSite site;
+    const auto peer = site.peer();
+    site.service.reset();
+    QCOMPARE(peer->ask(callText("test.echo", "1")), errorText(10120, "Remote invoke error"));
+    QCOMPARE(Warnings::lines.join('|'), QStringLiteral("KNet::RpcAdaptor::invokeMethod() error on invoke"));
+    QVERIFY(site.controller->unregisterService("test"));
+}
+
+void TestRpcWire::authorization()
+{
+    RpcSite site;
+    RpcController &controller = *site.controller;
+    const auto peer = site.peer();
+    const auto other = site.peer();
+    const QString id = peer->connectionId;
+    const QByteArray call = callText("test.echo", "1", "5");
+    const QByteArray granted = resultText("1", "\"5\"");
+    const QByteArray refused = errorText(10200, "Not authorized", "\"5\"");
+
+    controller.addServiceRequirement("nobody", "a");
+    controller.removeServiceRequirement("nobody", "a");
+    controller.addAuthorization("nobody", "a");
+    controller.removeAuthorization("nobody", "a");
+    QVERIFY(controller.authorizations("nobody").isEmpty());
+
+    controller.addServiceRequirement("test", "a");
+    controller.addServiceRequirement("test", "b");
+    QCOMPARE(peer->ask(call), refused);
+    QCOMPARE(peer->ask(callText("test.nothere", "1", "5")), refused);
+    QCOMPARE(peer->ask(callText("nobody.echo", "1", "5")), errorText(10100, "No such service", "\"5\""));
+    controller.addAuthorization(id, "a");
+    controller.addAuthorization(id, "c");
+    QCOMPARE(peer->ask(call), refused);
+    controller.addAuthorization(id, "b");
+    QCOMPARE(controller.authorizations(id), (QSet<QString>{"a", "b", "c"}));
+    QCOMPARE(peer->ask(call), granted);
+    QCOMPARE(other->ask(call), refused);
+    controller.removeAuthorization(id, "b");
+    QCOMPARE(peer->ask(call), refused);
+    controller.removeServiceRequirement("test", "b");
+    QCOMPARE(peer->ask(call), granted);
+    controller.removeServiceRequirement("test", "a");
+    QCOMPARE(other->ask(call), granted);
+    QCOMPARE(site.service->calls.size(), 3);
+}
+
+void TestRpcWire::namesAndAddresses()
+{
+    RpcSite site;
+    RpcController &controller = *site.controller;
+    const auto one = site.peer();
+    const auto two = site.peer();
+    QVERIFY(one->connectionId.toULongLong() > 0);
+    QCOMPARE(two->connectionId, QString::number(one->connectionId.toULongLong() + 1));
+    QCOMPARE(controller.connectionName(one->connectionId), QString());
+    controller.setConnectionName("nobody", "12");
+    QCOMPARE(controller.connectionIdByName("12"), QString());
+    controller.setConnectionName(one->connectionId, "12");
+    controller.setConnectionName(two->connectionId, "13");
+    QCOMPARE(controller.connectionName(one->connectionId), QStringLiteral("12"));
+    QCOMPARE(controller.connectionName("nobody"), QString());
+    QCOMPARE(controller.connectionIdByName("12"), one->connectionId);
+    QCOMPARE(controller.connectionIdByName("13"), two->connectionId);
+    QCOMPARE(controller.peerAddress(one->connectionId), QHostAddress(QHostAddress::LocalHost));
+    QVERIFY(controller.peerAddress("nobody").isNull());
+    one->socket->disconnectFromHost();
+    QTRY_COMPARE(site.gone, QStringList(one->connectionId));
+    QCOMPARE(controller.connectionIdByName("12"), QString());
+    QVERIFY(controller.peerAddress(one->connectionId).isNull());
+}
+
+void TestRpcWire::listening()
+{
+    RpcSite site;
+    RpcController &controller = *site.controller;
+    const auto peer = site.peer();
+    const quint16 former = controller.serverPort();
+    RpcController second;
+    QVERIFY(!second.isListening());
+    QCOMPARE(second.serverPort(), quint16(0));
+    QVERIFY(!second.listen(QHostAddress::LocalHost, former));
+    QVERIFY(!second.errorString().isEmpty());
+    QVERIFY(!second.isListening());
+
+    QVERIFY(controller.listen(0));
+    QVERIFY(controller.serverPort() != 0 && controller.serverPort() != former);
+    QVERIFY(site.isServing());
+    QVERIFY2(second.listen(QHostAddress::LocalHost, former), "the former server still holds its port");
+    controller.close();
+    QVERIFY(!controller.isListening());
+    QCOMPARE(controller.serverPort(), quint16(0));
+    QCOMPARE(peer->ask(kPing), canonical(kPong));
+}
+
+void TestRpcWire::outOfDescriptors()
+{
+#ifdef Q_OS_LINUX
+    const Warnings warnings;
+    RpcSite site;
+    // The system has taken both connections; there is no descriptor left to accept them.
+    RpcPeer one(site.controller->serverPort());
+    RpcPeer two(site.controller->serverPort());
+    rlimit limit{};
+    QCOMPARE(getrlimit(RLIMIT_NOFILE, &limit), 0);
+    rlimit few = limit;
+    few.rlim_cur = static_cast<rlim_t>(openDescriptors()) + 20;
+    QCOMPARE(setrlimit(RLIMIT_NOFILE, &few), 0);
+    std::vector<int> taken;
+    for (int copy = dup(0); copy >= 0; copy = dup(0))
+        taken.push_back(copy);
+    one.write(kPing);
+    const bool told = waitFor([] { return !Warnings::lines.isEmpty(); });
+    std::for_each(taken.begin(), taken.end(), close);
+    setrlimit(RLIMIT_NOFILE, &limit);
+    QVERIFY(told);
+    QVERIFY2(Warnings::lines.first().startsWith("KNet::RpcServer::"), qPrintable(Warnings::lines.first()));
+    QVERIFY(site.incoming.isEmpty());
+    QCOMPARE(one.next(), canonical(kPong));
+    QCOMPARE(two.ask(kPing), canonical(kPong));
+    QVERIFY2(Warnings::lines.size() < 5, "the server does not pause");
+#else
+    QSKIP("needs the limits of a Unix process");
+#endif
+}
+
+void TestRpcWire::signalsOfAConnection()
+{
+    RpcSite site;
+    const auto came = site.peer();
+    const auto dialled = site.dial();
+    const QString in = came->connectionId;
+    const QString out = dialled->connectionId;
+    came->socket->disconnectFromHost();
+    QTRY_VERIFY(site.gone.contains(in));
+    dialled->socket->abort();
+    QTRY_VERIFY(site.gone.contains(out));
+    settle();
+    // A peer that goes is an error of the socket.
+    const QStringList expected = {"incoming " + in,     "connected " + out, "error " + in,
+                                  "disconnected " + in, "error " + out,     "disconnected " + out};
+    QCOMPARE(site.events, expected);
+}
+
+void TestRpcWire::silentPeerIsDropped()
+{
+    RpcLimits limits;
+    limits.activityTimeoutMs = 400;
+    RpcSite site(limits);
+    const auto silent = site.peer();
+    const auto dialled = site.dial();
+    const auto halting = site.peer();
+    const auto alive = site.peer();
+    site.controller->setLimits(RpcLimits());
+    const auto patient = site.peer();
+    QElapsedTimer elapsed;
+    elapsed.start();
+    // Bytes that make no message do not count.
+    QTimer drip;
+    connect(&drip, &QTimer::timeout, this, [&] {
+        if (!halting->isClosed())
+            halting->write(" ");
+        alive->write(kPong);
+    });
+    drip.start(50);
+    QTRY_COMPARE(site.gone.size(), 3);
+    QVERIFY(elapsed.elapsed() > 350 && elapsed.elapsed() < 2000);
+    QVERIFY(silent->waitClosed() && dialled->waitClosed() && halting->waitClosed());
+    waitFor([&] { return elapsed.hasExpired(1200); });
+    QVERIFY(!alive->isClosed() && !patient->isClosed());
+    drip.stop();
+    QTRY_VERIFY(alive->isClosed());
+    QVERIFY(!patient->isClosed());
+}
+
+void TestRpcWire::pingsGoToThoseThatCame()
+{
+    RpcSite site;
+    QElapsedTimer sinceStart;
+    sinceStart.start();
+    const auto came = site.peer();
+    const auto dialled = site.dial();
+    QCOMPARE(came->next(6000), canonical(kPing));
+    QVERIFY2(sinceStart.elapsed() > 4500, "pinged too early");
+    site.controller->pingRemoteConnections();
+    QCOMPARE(came->next(), canonical(kPing));
+    QVERIFY(came->messages.isEmpty());
+    // An answer of its own shows that nothing went before it.
+    QCOMPARE(dialled->ask(kPing), canonical(kPong));
+}
+
+void TestRpcWire::gracefulClose()
+{
+    RpcSite site;
+    RpcController &controller = *site.controller;
+    QVERIFY(!controller.closeConnection("nobody"));
+    QVERIFY(!controller.abortConnection("nobody"));
+    const auto peer = site.peer();
+    const QByteArray large = '"' + QByteArray(8'000'000, 'x') + '"';
+    // More than the system takes at once: the rest goes out before the connection closes.
+    site.service->action = [&](const QString &id, const QAny &) {
+        QTimer::singleShot(0, &controller, [&controller, id] { controller.closeConnection(id); });
+        return QAny(QString(8'000'000, 'x'));
+    };
+    peer->write(callText("test.run", "1"));
+    QCOMPARE(peer->next() == resultText(large), true);
+    QVERIFY(peer->waitClosed());
+    QTRY_COMPARE(site.gone, QStringList(peer->connectionId));
+    QVERIFY(!controller.closeConnection(peer->connectionId));
+
+    // Without grace the signal has come when the call returns.
+    const auto other = site.peer();
+    QVERIFY(controller.abortConnection(other->connectionId));
+    QCOMPARE(site.gone.last(), other->connectionId);
+    QVERIFY(other->waitClosed());
+    settle();
+    QCOMPARE(site.gone.size(), 2);
+}
+
+void TestRpcWire::closeBeforeConnected()
+{
+    RpcSite site;
+    QString id;
+    QVERIFY(site.controller->connectToHost("127.0.0.1", site.controller->serverPort(), id, 0));
+    QVERIFY(site.gone.isEmpty());
+    QVERIFY(site.controller->closeConnection(id));
+    QCOMPARE(site.gone, QStringList(id));
+    settle();
+    QCOMPARE(site.gone.count(id), 1);
+    QVERIFY(!site.connected.contains(id));
+}
+
+void TestRpcWire::closeOfAPeerThatNeverReads()
+{
+    RpcLimits limits;
+    limits.closeGraceMs = 300;
+    RpcSite site(limits);
+    const auto peer = site.peer();
+    peer->stopReading();
+    bool answered = false;
+    site.service->action = [&](const QString &, const QAny &) {
+        answered = true;
+        return QAny(QString(30'000'000, 'x'));
+    };
+    peer->write(callText("test.run", "1"));
+    QTRY_VERIFY(answered);
+    settle();
+    QElapsedTimer elapsed;
+    elapsed.start();
+    QVERIFY(site.controller->closeConnection(peer->connectionId));
+    QTRY_COMPARE(site.gone, QStringList(peer->connectionId));
+    QVERIFY2(elapsed.elapsed() >= 290 && elapsed.elapsed() < 2000, QByteArray::number(elapsed.elapsed()));
+    QVERIFY(site.isServing());
+}
+
+void TestRpcWire::messageBound_data()
+{
+    QTest::addColumn<QByteArray>("message");
+    QTest::addColumn<bool>("tooLong");
+    const int rest = 1000 - callText("test.echo", "\"\"").size();
+    QTest::newRow("just within") << callText("test.echo", '"' + QByteArray(rest, 'x') + '"') << false;
+    QTest::newRow("one byte more") << callText("test.echo", '"' + QByteArray(rest + 1, 'x') + '"') << true;
+    QTest::newRow("never ends") << "{\"a\":\"" + QByteArray(1000, 'x') << true;
+    QTest::newRow("whitespace in it") << callText("test.echo", QByteArray(1000, ' ') + '1') << true;
+}
+
+void TestRpcWire::messageBound()
+{
+    QFETCH(QByteArray, message);
+    QFETCH(bool, tooLong);
+    const Warnings warnings;
+    RpcLimits limits;
+    limits.maxMessageBytes = 1000;
+    for (const int piece : {0, 100}) {
+        Warnings::lines.clear();
+        RpcSite site(limits);
+        const auto peer = site.peer();
+        const auto other = site.peer();
+        peer->write(message, piece);
+        if (tooLong) {
+            QVERIFY(peer->waitClosed());
+            QVERIFY(peer->messages.isEmpty() && site.service->calls.isEmpty());
+            QCOMPARE(Warnings::lines.size(), 1);
+            QVERIFY2(Warnings::lines.first().startsWith("KNet::RpcConnection::"), qPrintable(Warnings::lines.first()));
+        } else {
+            // The bound is on each message, not on what comes together.
+            peer->write(message + message);
+            for (int i = 0; i < 3; ++i)
+                QVERIFY(peer->next().contains("\"result\""));
+            QVERIFY(Warnings::lines.isEmpty());
+        }
+        QCOMPARE(other->ask(callText("test.echo", "1")), resultText("1"));
+    }
+}
+
+void TestRpcWire::unreadBound()
+{
+    const Warnings warnings;
+    RpcLimits limits;
+    limits.maxUnreadBytes = 1'000'000;
+    RpcSite site(limits);
+    const auto deaf = site.peer();
+    const auto reader = site.peer();
+    int answered = 0;
+    site.service->action = [&](const QString &, const QAny &) {
+        ++answered;
+        return QAny(QString(30'000'000, 'x'));
+    };
+    // A single answer may be larger.
+    deaf->stopReading();
+    deaf->write(callText("test.run", "1"));
+    QTRY_COMPARE(answered, 1);
+    settle();
+    QVERIFY(site.gone.isEmpty());
+    deaf->write(kPing);
+    QTRY_COMPARE(site.gone, QStringList(deaf->connectionId));
+    QCOMPARE(Warnings::lines.size(), 1);
+    QVERIFY2(Warnings::lines.first().startsWith("KNet::RpcConnection::"), qPrintable(Warnings::lines.first()));
+    for (int i = 0; i < 2; ++i)
+        QVERIFY(reader->ask(callText("test.run", "1")).size() > 30'000'000);
+    QCOMPARE(reader->ask(kPing), canonical(kPong));
+    QCOMPARE(Warnings::lines.size(), 1);
+}
+
+void TestRpcWire::busyPeerKeepsNobodyWaiting()
+{
+    constexpr int kCalls = 3000;
+    RpcSite site;
+    const auto busy = site.peer();
+    const auto other = site.peer();
+    QByteArray burst;
+    for (int i = 0; i < kCalls; ++i)
+        burst += callText("test.echo", QByteArray::number(i), QByteArray::number(i));
+    busy->write(burst);
+    other->write(callText("test.echo", "-1"));
+    QCOMPARE(other->next(), resultText("-1"));
+    const int turn = site.service->calls.indexOf(QAny(-1));
+    QVERIFY2(turn >= 0 && turn <= 4 * RpcLimits().maxMessagesPerTurn, QByteArray::number(turn));
+    for (int i = 0; i < kCalls; ++i) {
+        const QByteArray number = QByteArray::number(i);
+        QCOMPARE(busy->next(), resultText(number, '"' + number + '"'));
+    }
+}
+
+void TestRpcWire::lastWordsAreHeard()
+{
+    constexpr int kCalls = 300; // more than one turn's
+    RpcSite site;
+    int heard = -1;
+    connect(site.controller.get(), &RpcController::disconnected, this, [&] { heard = site.service->calls.size(); });
+    const auto peer = site.peer();
+    QByteArray words;
+    QList<QAny> expected;
+    for (int i = 0; i < kCalls; ++i) {
+        words += callText("test.echo", QByteArray::number(i));
+        expected.append(i);
+    }
+    peer->write(words);
+    peer->socket->disconnectFromHost();
+    QTRY_COMPARE(site.gone.size(), 1);
+    QCOMPARE(heard, kCalls);
+    QVERIFY(site.service->calls == expected);
+}
+
+void TestRpcWire::strangers()
+{
+    constexpr quint32 kSeed = 20240229;
+    constexpr int kStreams = 10000;
+    constexpr int kAtOnce = 50;
+    qDebug("seed %u", kSeed);
+    const Warnings warnings; // thousands of unknown methods
+    QRandomGenerator random(kSeed);
+    RpcSite site;
+    const auto friendly = site.peer();
+    QCOMPARE(friendly->ask(kPing), canonical(kPong));
+    settle();
+    const int descriptors = openDescriptors();
+    for (int i = 0; i < kStreams; i += kAtOnce) {
+        std::vector<std::unique_ptr<RpcPeer>> peers;
+        for (int j = 0; j < kAtOnce; ++j) {
+            peers.push_back(std::make_unique<RpcPeer>(site.controller->serverPort()));
+            if (j == 0) // says nothing
+                continue;
+            peers.back()->write(strangeStream(random));
+            if (j % 10 == 1)
+                peers.back()->socket->abort();
+            else if (j % 10 < 5)
+                peers.back()->socket->disconnectFromHost();
+        }
+        QCOMPARE(friendly->ask(kEchoes), resultText("1"));
+        QCOMPARE(friendly->next(), resultText("2", "\"2\""));
+        peers.clear();
+        QTRY_COMPARE(site.gone.size(), i + kAtOnce);
+    }
+    QCOMPARE(site.incoming.size(), kStreams + 1);
+    QCOMPARE(QSet<QString>(site.gone.begin(), site.gone.end()).size(), kStreams);
+    QTRY_COMPARE(openDescriptors(), descriptors);
+    QVERIFY(site.isServing());
+}
+
+QTEST_GUILESS_MAIN(TestRpcWire)
+#include "tst_rpc_wire.moc"
