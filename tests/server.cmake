@@ -7,16 +7,20 @@ zuk_test(tst_echoserver zuk_web)
 zuk_test(tst_servicesstarter zuk_host)
 zuk_test(tst_zuk3server zuk_storage Qt5::WebSockets)
 zuk_test(tst_zukweb zuk_web)
+zuk_test(tst_protocol zuk_storage Qt5::Network)
 
-foreach(name tst_webmetods tst_zuk3server tst_zukweb)
+foreach(name tst_protocol tst_webmetods tst_zuk3server tst_zukweb)
     target_compile_definitions(${name} PRIVATE ZUK_SCHEMA_FILE="${ZUK_SCHEMA_FILE}")
 endforeach()
 target_compile_definitions(tst_zuk3server PRIVATE ZUK_SERVER="$<TARGET_FILE:zuk3server>")
+target_compile_definitions(tst_protocol PRIVATE ZUK_SERVER="$<TARGET_FILE:zuk3server>"
+    ZUK_PROTOCOL_REFERENCE="${CMAKE_SOURCE_DIR}/docs/protocol.md")
 target_compile_definitions(tst_zukweb PRIVATE ZUK_WEB_CLIENT="$<TARGET_FILE:zukweb>")
 add_dependencies(tst_zuk3server zuk3server)
+add_dependencies(tst_protocol zuk3server)
 add_dependencies(tst_zukweb zukweb)
 
 # The server's database lies beside the executable: these two need a folder of their own, and use fixed ports.
 set_target_properties(tst_servicesstarter PROPERTIES
     RUNTIME_OUTPUT_DIRECTORY ${CMAKE_RUNTIME_OUTPUT_DIRECTORY}/servicesstarter)
-set_tests_properties(tst_servicesstarter tst_zuk3server PROPERTIES RESOURCE_LOCK zuk_server_ports)
+set_tests_properties(tst_servicesstarter tst_zuk3server tst_protocol PROPERTIES RESOURCE_LOCK zuk_server_ports)

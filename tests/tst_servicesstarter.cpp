@@ -1,16 +1,23 @@
+#include "adminterminalservice.h"
 #include "configuration.h"
 #include "database.h"
 #include "echoserver.h"
+#include "jsonparser.h"
 #include "logger.h"
+#include "mainterminalservice.h"
+#include "rpccontroller.h"
 #include "servicesstarter.h"
 
 #include <QDir>
+#include <QElapsedTimer>
 #include <QFile>
+#include <QPointer>
 #include <QRegularExpression>
 #include <QTcpServer>
 #include <QTcpSocket>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QTimer>
 
 /// Start and stop of the whole server within one process. The database lies beside this executable, in a folder of
 /// its own.
@@ -25,10 +32,15 @@ private Q_SLOTS:
     void startAndStopOnce();
     void startsAgainAfterStop();
     void busyWebPort();
+    void busyRpcPort();
+    void rpcServices();
+    void stopsBehindWaitingCalls_data();
+    void stopsBehindWaitingCalls();
 
 private:
     void writePort(const QString &port);
     static QStringList journal();
+    static QString ask(QTcpSocket &socket, const char *method, const char *params);
 
     std::unique_ptr<QTemporaryDir> m_folder;
 };
@@ -62,6 +74,27 @@ QStringList TestServicesStarter::journal()
     for (int i = 0; i < rows.count(); ++i)
         messages.append(rows.at(i).lookup(QStringLiteral("M")).toString());
     return messages;
+}
+
+/// The answer's result or error, as text; the server's calls and pings are passed over.
+QString TestServicesStarter::ask(QTcpSocket &socket, const char *method, const char *params)
+{
+    socket.write(R"({"knetrpc":"1.0","id":"q","method":")" + QByteArray(method) + R"(","params":)" + params + "}");
+    Json::Parser reader;
+    QString answer;
+    const auto isAnswered = [&] {
+        char byte = 0;
+        while (answer.isEmpty() && socket.getChar(&byte)) {
+            if (!reader.feed(&byte, 1) || !reader.isComplete() || !reader.finish())
+                continue;
+            const QAny message = reader.result();
+            if (message.lookup("id").toString() == QLatin1String("q"))
+                answer = message.contains("result") ? message.lookup("result").toJson()
+                                                    : message.lookup("error").lookup("message").toString();
+        }
+        return !answer.isEmpty();
+    };
+    return QTest::qWaitFor(isAnswered, 10000) ? answer : QStringLiteral("no answer");
 }
 
 void TestServicesStarter::webPort_data()
@@ -115,6 +148,7 @@ void TestServicesStarter::startAndStopOnce()
     first.stop();
     QVERIFY(!ServicesStarter::isStarted());
     QVERIFY(!db() && !logger() && !ServicesStarter::webServer());
+    QVERIFY(!rpcController() && !mainTerminalService() && !adminTerminalService());
     QCOMPARE(journal(), (QStringList{"Started", "Finished"}));
     QTcpSocket client;
     client.connectToHost(QHostAddress::LocalHost, port);
@@ -151,6 +185,87 @@ void TestServicesStarter::busyWebPort()
     QVERIFY(!ServicesStarter::webServer()->isListening());
     starter.stop();
     QCOMPARE(journal(), (QStringList{"Started", "Finished"}));
+}
+
+void TestServicesStarter::busyRpcPort()
+{
+    QTcpServer other;
+    QVERIFY(other.listen(QHostAddress::Any, ServicesStarter::kRpcPort));
+    writePort(QStringLiteral("any"));
+    QTest::ignoreMessage(QtWarningMsg, QRegularExpression("^ServicesStarter::start can't listen on TCP port 3501 "));
+    ServicesStarter starter;
+    starter.start();
+    QVERIFY(ServicesStarter::webServer()->isListening());
+    QVERIFY(!rpcController()->isListening());
+    starter.stop();
+    QCOMPARE(journal(), (QStringList{"Started", "Finished"}));
+}
+
+/// Each start serves on the fixed port anew, and requires a login for what is behind it.
+void TestServicesStarter::rpcServices()
+{
+    writePort(QStringLiteral("any"));
+    ServicesStarter starter;
+    for (int run = 0; run < 2; ++run) {
+        starter.start();
+        QTcpSocket terminal;
+        terminal.connectToHost(QHostAddress::LocalHost, 3501);
+        QCOMPARE(ask(terminal, "logger.event", "{}"), QStringLiteral("Not authorized"));
+        QCOMPARE(ask(terminal, "adminterminal.status", "null"), QStringLiteral(R"({"loggedin":false})"));
+        QCOMPARE(ask(terminal, "mainterminal.login", R"({"id":5})"), QStringLiteral("true"));
+        QCOMPARE(ask(terminal, "logger.event", R"({"USER":"7","TIMESTAMP":1792044060,"TID":5})"),
+                 QStringLiteral("true"));
+        starter.stop();
+        QTRY_COMPARE(terminal.state(), QAbstractSocket::UnconnectedState);
+    }
+    DataBase database;
+    QCOMPARE(database.select(QStringLiteral("select ID from events")).count(), 2);
+}
+
+void TestServicesStarter::stopsBehindWaitingCalls_data()
+{
+    QTest::addColumn<QStringList>("requests");
+    QTest::addColumn<bool>("isStartedAfter");
+    QTest::newRow("stop") << QStringList{"stop"} << false;
+    QTest::newRow("stop twice") << QStringList{"stop", "stop"} << false;
+    QTest::newRow("a start behind the stop") << QStringList{"stop", "start"} << true;
+    QTest::newRow("taken back again") << QStringList{"stop", "start", "stop"} << false;
+}
+
+/// Two callers, one within the other, wait for a silent terminal when the server is asked to stop.
+void TestServicesStarter::stopsBehindWaitingCalls()
+{
+    QFETCH(QStringList, requests);
+    writePort(QStringLiteral("any"));
+    ServicesStarter starter;
+    starter.start();
+    const QPointer<KNet::RpcController> firstController(rpcController());
+    QTcpSocket terminal;
+    terminal.connectToHost(QHostAddress::LocalHost, 3501);
+    QCOMPARE(ask(terminal, "mainterminal.login", R"({"id":5})"), QStringLiteral("true"));
+
+    const auto call = [] { return mainTerminalService()->callTerminal(5, QStringLiteral("logger.x"), {}, 60000); };
+    QAny inner(true);
+    bool wasStarted = false;
+    QTimer::singleShot(0, this, [&] {
+        QTimer::singleShot(0, this, [&] {
+            for (const QString &request : requests)
+                QMetaObject::invokeMethod(&starter, request.toLatin1().constData());
+            wasStarted = ServicesStarter::isStarted();
+        });
+        inner = call();
+    });
+    QElapsedTimer elapsed;
+    elapsed.start();
+    const QAny outer = call();
+    QVERIFY(inner.isNull() && outer.isNull());
+    QVERIFY(elapsed.elapsed() < 30000);
+    QVERIFY(wasStarted);
+    QTRY_VERIFY(!firstController);
+    QTRY_COMPARE(terminal.state(), QAbstractSocket::UnconnectedState);
+    QFETCH(bool, isStartedAfter);
+    QCOMPARE(ServicesStarter::isStarted(), isStartedAfter);
+    QVERIFY(!isStartedAfter || (rpcController()->isListening() && db()->isOpen()));
 }
 
 QTEST_GUILESS_MAIN(TestServicesStarter)

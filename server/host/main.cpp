@@ -1,5 +1,6 @@
 #include "commandline.h"
 #include "consolerun.h"
+#include "descriptorlimit.h"
 
 #include <QCoreApplication>
 
@@ -12,6 +13,7 @@ int main(int argc, char *argv[])
     QCoreApplication::setOrganizationDomain(QStringLiteral("zuk.local"));
     QCoreApplication::setApplicationName(QStringLiteral("ZUK3 server"));
 
+    raiseDescriptorLimit();
     switch (runMode(argc, argv)) {
     case RunMode::Console:
         return runConsole();

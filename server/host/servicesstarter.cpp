@@ -1,15 +1,30 @@
 #include "servicesstarter.h"
 
+#include "adminterminalservice.h"
 #include "configuration.h"
 #include "database.h"
 #include "echoserver.h"
 #include "logger.h"
+#include "mainterminalservice.h"
+#include "rpccontroller.h"
+
+#include <QCoreApplication>
+#include <QDebug>
+#include <QTimer>
 
 #include <utility>
 
 namespace {
 
 EchoServer *theWebServer = nullptr;
+
+/// A stop waits until the callers of synchronous calls have left the stack; a start may come meanwhile.
+enum class Pending { Nothing, Stop, StopAndStart };
+Pending pending = Pending::Nothing;
+
+const char *const kLoggerName = "logger";
+const char *const kMainTerminalName = "mainterminal";
+const char *const kAdminTerminalName = "adminterminal";
 
 /// Deletes an object whose accessor is cleared first, so that nothing reaches it while it goes.
 template <typename T> void destroy(T *(*accessor)(), void (*setAccessor)(T *))
@@ -19,11 +34,35 @@ template <typename T> void destroy(T *(*accessor)(), void (*setAccessor)(T *))
     delete object;
 }
 
+KNet::RpcController *createController()
+{
+    auto *controller = new KNet::RpcController;
+    if (!controller->listen(ServicesStarter::kRpcPort))
+        qWarning() << "ServicesStarter::start can't listen on TCP port" << ServicesStarter::kRpcPort
+                   << controller->errorString();
+    return controller;
+}
+
+/// In the order of their registration; only those who log in reach the rest.
+void registerServices(KNet::RpcController &controller)
+{
+    controller.registerService(kLoggerName, logger());
+    controller.registerService(kMainTerminalName, mainTerminalService());
+    controller.registerService(kAdminTerminalName, adminTerminalService());
+    controller.addServiceRequirement(kLoggerName, kLoggerName);
+}
+
+void unregisterServices(KNet::RpcController &controller)
+{
+    for (const char *name : {kAdminTerminalName, kMainTerminalName, kLoggerName})
+        controller.unregisterService(name);
+}
+
 } // namespace
 
 bool ServicesStarter::isStarted()
 {
-    return db() != nullptr;
+    return rpcController() != nullptr;
 }
 
 EchoServer *ServicesStarter::webServer()
@@ -33,11 +72,17 @@ EchoServer *ServicesStarter::webServer()
 
 void ServicesStarter::start()
 {
+    if (pending != Pending::Nothing)
+        pending = Pending::StopAndStart;
     if (isStarted())
         return;
+    setRpcController(createController());
     setDb(new DataBase);
     setLogger(new Logger);
+    setMainTerminalService(new MainTerminalService(rpcController()));
+    setAdminTerminalService(new AdminTerminalService(rpcController()));
     theWebServer = new EchoServer(Configuration::webPort());
+    registerServices(*rpcController());
     logger()->log(QStringLiteral("Started"));
 }
 
@@ -45,8 +90,40 @@ void ServicesStarter::stop()
 {
     if (!isStarted())
         return;
+    if (rpcController()->hasWaitingCalls()) {
+        rpcController()->endWaitingCalls();
+        if (pending == Pending::Nothing)
+            QTimer::singleShot(0, qApp, resume);
+        pending = Pending::Stop;
+        return;
+    }
+    tearDown();
+}
+
+/// Goes on with a stop that had to wait.
+void ServicesStarter::resume()
+{
+    if (isStarted() && rpcController()->hasWaitingCalls()) {
+        QTimer::singleShot(0, qApp, resume);
+        return;
+    }
+    const Pending waiting = std::exchange(pending, Pending::Nothing);
+    if (isStarted())
+        tearDown();
+    if (waiting == Pending::StopAndStart)
+        ServicesStarter().start();
+}
+
+void ServicesStarter::tearDown()
+{
     logger()->log(QStringLiteral("Finished"));
+    rpcController()->close();
+    mainTerminalService()->disconnectAll();
+    unregisterServices(*rpcController());
+    destroy(mainTerminalService, setMainTerminalService);
+    destroy(adminTerminalService, setAdminTerminalService);
     destroy(logger, setLogger);
     destroy(db, setDb);
+    destroy(rpcController, setRpcController);
     delete std::exchange(theWebServer, nullptr);
 }

@@ -10,6 +10,9 @@ class ServicesStarter : public QObject
 {
     Q_OBJECT
 public:
+    /// On all addresses; not configurable. When it is taken, a warning names it and the rest of the server runs.
+    static constexpr quint16 kRpcPort = 3501;
+
     using QObject::QObject;
 
     static bool isStarted();
@@ -19,6 +22,12 @@ public:
 public Q_SLOTS:
     /// Does nothing while started. The settings file is read from the current directory.
     void start();
-    /// Does nothing while stopped.
+    /// Does nothing while stopped. While synchronous calls to terminals wait, it ends those waits and returns; the
+    /// server is then taken down when the last of the callers has left the stack. A start() that comes in between
+    /// follows behind.
     void stop();
+
+private:
+    static void resume();
+    static void tearDown();
 };

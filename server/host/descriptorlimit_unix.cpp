@@ -1,0 +1,12 @@
+#include "descriptorlimit.h"
+
+#include <sys/resource.h>
+
+void raiseDescriptorLimit()
+{
+    struct rlimit limit = {};
+    if (getrlimit(RLIMIT_NOFILE, &limit) != 0 || limit.rlim_cur == limit.rlim_max)
+        return;
+    limit.rlim_cur = limit.rlim_max;
+    setrlimit(RLIMIT_NOFILE, &limit);
+}
