@@ -14,6 +14,11 @@ WebSocketServer::WebSocketServer(const QString &name, QWebSocketServer::SslMode 
     m_turn.setSingleShot(true);
     m_turn.setInterval(0);
     connect(&m_turn, &QTimer::timeout, this, [this] { takeTurn(); });
+    connect(&m_server, &QWebSocketServer::acceptError, this, [this](QAbstractSocket::SocketError error) {
+        // The server stops accepting for good after such an error.
+        qWarning() << "WebSocketServer::WebSocketServer can't accept:" << error;
+        QTimer::singleShot(kAcceptPauseMs, this, [this] { m_server.resumeAccepting(); });
+    });
 }
 
 WebSocketServer::~WebSocketServer()

@@ -32,6 +32,8 @@ public:
     static constexpr qint64 kMaxUnreadBytes = 256 * 1024 * 1024;
     /// A closing socket that has not gone by then is aborted.
     static constexpr int kCloseGraceMs = 5000;
+    /// Pause after an accept that failed, for want of descriptors for example.
+    static constexpr int kAcceptPauseMs = 1000;
 
     ~WebSocketServer() override;
 
