@@ -1,7 +1,6 @@
-# Tests of the server: journal, web front and host.
+# Tests of the server: web front and host.
 set(ZUK_SCHEMA_FILE ${CMAKE_SOURCE_DIR}/packaging/attendance-schema.sql)
 
-zuk_test(tst_logger zuk_logger)
 zuk_test(tst_webmetods zuk_web)
 zuk_test(tst_echoserver zuk_web)
 zuk_test(tst_servicesstarter zuk_host)
