@@ -1,0 +1,33 @@
+#include "rpcquestion.h"
+
+#include "rpccall.h"
+
+#include <utility>
+
+RpcQuestion::RpcQuestion(QObject *parent, Handler handler) : QObject(parent), m_handler(std::move(handler)) {}
+
+void RpcQuestion::ask(KNet::RpcController *controller, const QString &connectionId, const QString &method,
+                      const QAny &params, int timeoutMs, QObject *parent, Handler handler)
+{
+    auto *question = new RpcQuestion(parent, std::move(handler));
+    KNet::RpcCall(controller).call(connectionId, method, params, question, SLOT(onAnswer(QString, QAny)), timeoutMs);
+}
+
+int RpcQuestion::errorCode(const QAny &answer)
+{
+    return answer.lookup(QStringLiteral("error")).lookup(QStringLiteral("code")).toInt();
+}
+
+QString RpcQuestion::errorText(const QAny &answer)
+{
+    const QAny &error = answer.lookup(QStringLiteral("error"));
+    return error.lookup(QStringLiteral("code")).toString() + QLatin1Char(' ') +
+           error.lookup(QStringLiteral("message")).toString();
+}
+
+void RpcQuestion::onAnswer(QString, QAny answer)
+{
+    deleteLater();
+    const Handler handler = std::exchange(m_handler, nullptr);
+    handler(answer);
+}

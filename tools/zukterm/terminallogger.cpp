@@ -1,0 +1,38 @@
+#include "terminallogger.h"
+
+#include "fleetcontext.h"
+#include "terminal.h"
+
+TerminalLogger::TerminalLogger(FleetContext &context, QObject *parent) : QObject(parent), m_context(context) {}
+
+QAny TerminalLogger::getLogs(QString connectionId, QAny params)
+{
+    return handOver(connectionId, params, &Terminal::getLogs);
+}
+
+QAny TerminalLogger::getEvents(QString connectionId, QAny params)
+{
+    return handOver(connectionId, params, &Terminal::getEvents);
+}
+
+QAny TerminalLogger::getPictures(QString connectionId, QAny params)
+{
+    return handOver(connectionId, params, &Terminal::getPictures);
+}
+
+QAny TerminalLogger::ulkaCsvEvent(QString connectionId, QAny params)
+{
+    return handOver(connectionId, params, &Terminal::ulkaCsvEvent);
+}
+
+QAny TerminalLogger::zukCmd(QString connectionId, QAny params)
+{
+    return handOver(connectionId, params, &Terminal::zukCmd);
+}
+
+QAny TerminalLogger::handOver(const QString &connectionId, const QAny &params,
+                              QAny (Terminal::*method)(const QAny &params))
+{
+    Terminal *terminal = m_context.byConnection.value(connectionId);
+    return terminal ? (terminal->*method)(params) : QAny();
+}

@@ -1,0 +1,16 @@
+#pragma once
+
+#include "rowfile.h"
+#include "termoptions.h"
+
+#include <QVector>
+
+/// The rows of the files that the options name.
+struct TermInput {
+    QVector<QAny> logs;   ///< recorded while offline
+    QVector<QAny> events; ///< recorded while offline
+    QVector<QAny> toSend;
+};
+
+/// The fault names file and line; it is empty when all is well.
+QString readTermInput(const TermOptions &options, TermInput *input);

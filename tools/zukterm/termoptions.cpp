@@ -1,0 +1,253 @@
+#include "termoptions.h"
+
+#include "terminalrows.h"
+
+#include <QCommandLineParser>
+#include <QDateTime>
+
+namespace {
+
+const char kExamples[] = R"(
+Examples:
+  zukterm --number 5 --event 12 --once
+  zukterm --number 5 --event "12,102:Odhod,2026-03-31 16:00,late entry" --once
+  zukterm --number 5 --offline-events 200 --users 1-40 --once
+  zukterm --terminals 1000 --rate 500 --duration 60 --users 1-2000 --quiet
+  zukterm --terminals 1000 --silent 20 --offline-logs 1000 --quiet --once
+  zukterm --number 5 --call terminalcheck.timeSync --once
+  zukterm --admin --number 9 --call admincheck.zukConnected "{}" --once
+
+A row given once is one row at the server: --event and the rows of --send, --events and --logs go to the terminals in
+turn, except that a row with TID belongs to that terminal. Generated offline rows, --log and --call are made for or by
+every terminal.
+
+Files are UTF-8 JSON: an array of rows, or one object per line. An event has USER, TIMESTAMP (Unix seconds) and
+ACCESS_CODE; a log row FTIMESTAMP (ms), FMESSAGE, LLEVEL, LGROUP, ID and DATA. A picture is a file named by its
+number, as in 17.jpg. As on a real terminal, offline rows reach the server only when they are newer than the newest it
+has of this terminal.
+
+An event whose answer is lost with the connection is kept. After the next login the terminal asks the server
+(terminalcheck.query) whether it has the event, and sends it again only if not.
+
+Silent terminals log in and keep their connection alive, but answer no call and send nothing.
+
+Exit code: 0 done, 1 something was refused or not answered, 2 wrong usage.
+)";
+
+/// The options as the command line names them, and their reading into TermOptions. The first fault is kept.
+class TermArguments
+{
+public:
+    explicit TermArguments(TermOptions &options) : m_options(options)
+    {
+        m_parser.setApplicationDescription(
+            QStringLiteral("Simulates attendance terminals (or administration clients) at a ZUK3 server."));
+        m_parser.addOptions({m_help,          m_host,        m_port,         m_admin,  m_number,   m_terminals,
+                             m_silent,        m_event,       m_send,         m_rate,   m_count,    m_users,
+                             m_inFlight,      m_log,         m_call,         m_events, m_logs,     m_pictures,
+                             m_offlineEvents, m_offlineLogs, m_offlineHours, m_once,   m_duration, m_reconnect,
+                             m_timeout,       m_quiet});
+    }
+
+    QString read(const QStringList &arguments, QString *help)
+    {
+        if (!m_parser.parse(withJoinedCalls(arguments)))
+            return m_parser.errorText();
+        if (m_parser.isSet(m_help)) {
+            *help = m_parser.helpText() + QString::fromUtf8(kExamples);
+            return {};
+        }
+        if (!m_parser.positionalArguments().isEmpty())
+            blame(QStringLiteral("unknown argument \"%1\"").arg(m_parser.positionalArguments().constFirst()));
+        readTerminals();
+        readRecorded();
+        readSent();
+        readRun();
+        checkTogether();
+        return m_fault;
+    }
+
+private:
+    /// --call takes two words; the parser knows only options with one.
+    static QStringList withJoinedCalls(QStringList arguments)
+    {
+        for (int i = 1; i + 2 < arguments.size(); ++i) {
+            if (arguments.at(i) == QLatin1String("--call") && !arguments.at(i + 2).startsWith(QLatin1String("--"))) {
+                arguments[i + 1] += QLatin1Char(' ') + arguments.takeAt(i + 2);
+                ++i;
+            }
+        }
+        return arguments;
+    }
+
+    void readTerminals()
+    {
+        m_options.host = m_parser.value(m_host);
+        m_options.port = static_cast<quint16>(number(m_port, 1, 65535));
+        m_options.admin = m_parser.isSet(m_admin);
+        m_options.firstNumber = static_cast<int>(number(m_number, 0, INT_MAX - TermOptions::kMaxTerminals));
+        m_options.terminals = static_cast<int>(number(m_terminals, 1, TermOptions::kMaxTerminals));
+        m_options.silent = static_cast<int>(number(m_silent, 0, m_options.terminals));
+    }
+
+    void readRecorded()
+    {
+        m_options.logsFile = m_parser.value(m_logs);
+        m_options.eventsFile = m_parser.value(m_events);
+        m_options.picturesFolder = m_parser.value(m_pictures);
+        m_options.offlineEvents = static_cast<int>(number(m_offlineEvents, 0, TermOptions::kMaxRows));
+        m_options.offlineLogs = static_cast<int>(number(m_offlineLogs, 0, TermOptions::kMaxRows));
+        m_options.offlineHours = static_cast<int>(number(m_offlineHours, 1, 100000));
+    }
+
+    void readSent()
+    {
+        for (const QString &text : m_parser.values(m_event))
+            addEvent(text);
+        m_options.sendFile = m_parser.value(m_send);
+        if (!readUsers(m_parser.value(m_users), &m_options.users))
+            blame(QStringLiteral("--users \"%1\" is not a list like 1-40,57").arg(m_parser.value(m_users)));
+        if (m_parser.isSet(m_rate)) {
+            bool ok = false;
+            m_options.ratePerS = m_parser.value(m_rate).toDouble(&ok);
+            if (!ok || !(m_options.ratePerS > 0 && m_options.ratePerS <= TermOptions::kMaxRatePerS))
+                blame(QStringLiteral("--rate \"%1\" is not a fitting number").arg(m_parser.value(m_rate)));
+        }
+        m_options.count = number(m_count, 0, LLONG_MAX);
+        m_options.inFlight = static_cast<int>(number(m_inFlight, 1, 1000000));
+        m_options.logTexts = m_parser.values(m_log);
+        for (const QString &text : m_parser.values(m_call))
+            addCall(text);
+    }
+
+    void readRun()
+    {
+        m_options.once = m_parser.isSet(m_once);
+        m_options.durationMs = seconds(m_duration);
+        m_options.reconnectMs = seconds(m_reconnect);
+        m_options.timeoutMs = seconds(m_timeout);
+        if (m_options.timeoutMs == 0)
+            blame(QStringLiteral("--timeout must be more than 0"));
+        m_options.quiet = m_parser.isSet(m_quiet);
+    }
+
+    void checkTogether()
+    {
+        const bool sendsEvents = !m_options.events.isEmpty() || m_parser.isSet(m_send) || m_parser.isSet(m_rate);
+        const bool hasRows = sendsEvents || m_parser.isSet(m_events) || m_parser.isSet(m_logs);
+        if (m_options.admin && (sendsEvents || m_parser.isSet(m_events) || m_options.offlineEvents > 0))
+            blame(QStringLiteral("administration clients have no events"));
+        if (m_options.activeTerminals() == 0 && hasRows)
+            blame(QStringLiteral("all terminals are silent"));
+        if (m_parser.isSet(m_count) && !m_parser.isSet(m_rate))
+            blame(QStringLiteral("--count needs --rate"));
+        if (m_options.once && m_parser.isSet(m_rate) && m_options.count == 0 && m_options.durationMs == 0)
+            blame(QStringLiteral("--once with --rate needs --count or --duration"));
+    }
+
+    void addEvent(const QString &text)
+    {
+        const QString wrong = QStringLiteral("--event \"%1\": ").arg(text);
+        const QString user = text.section(QLatin1Char(','), 0, 0).trimmed();
+        const QString code = text.section(QLatin1Char(','), 1, 1).trimmed();
+        const QString time = text.section(QLatin1Char(','), 2, 2).trimmed();
+        const QString remark = text.section(QLatin1Char(','), 3);
+        if (user.isEmpty())
+            return blame(wrong + QStringLiteral("no user"));
+        const qint64 timestamp = time.isEmpty() ? QDateTime::currentSecsSinceEpoch() : readEventTime(time);
+        if (timestamp <= 0)
+            return blame(wrong + QStringLiteral("\"%1\" is no time like 2026-03-31 16:00").arg(time));
+        m_options.events.append(eventRow(user, code.isEmpty() ? arrivalCode() : code, timestamp, remark));
+    }
+
+    void addCall(const QString &text)
+    {
+        TermOptions::Call call;
+        call.method = text.section(QLatin1Char(' '), 0, 0);
+        const QString params = text.section(QLatin1Char(' '), 1).trimmed();
+        // The reader takes arrays and objects alone, a parameter may be any value.
+        const QAny wrapped = QAny::fromJson(QLatin1Char('[') + params + QLatin1Char(']'));
+        if (!call.method.contains(QLatin1Char('.')))
+            return blame(QStringLiteral("--call \"%1\": not of the form service.method").arg(text));
+        if (!wrapped.isList() || wrapped.count() > 1)
+            return blame(QStringLiteral("--call \"%1\": the parameter is not JSON").arg(text));
+        call.params = wrapped.value(0);
+        m_options.calls.append(call);
+    }
+
+    qint64 number(const QCommandLineOption &option, qint64 least, qint64 most)
+    {
+        bool ok = false;
+        const qint64 value = m_parser.value(option).toLongLong(&ok);
+        if (ok && value >= least && value <= most)
+            return value;
+        blameValue(option, QStringLiteral("is not a fitting number"));
+        return least;
+    }
+
+    int seconds(const QCommandLineOption &option)
+    {
+        bool ok = false;
+        const double value = m_parser.value(option).toDouble(&ok);
+        if (ok && value >= 0 && value < INT_MAX / 1000)
+            return static_cast<int>(value * 1000);
+        blameValue(option, QStringLiteral("is not a number of seconds"));
+        return 1;
+    }
+
+    void blameValue(const QCommandLineOption &option, const QString &why)
+    {
+        blame(QStringLiteral("--%1 \"%2\" ").arg(option.names().constLast(), m_parser.value(option)) + why);
+    }
+    void blame(const QString &fault)
+    {
+        if (m_fault.isEmpty())
+            m_fault = fault;
+    }
+
+    TermOptions &m_options;
+    QString m_fault;
+    QCommandLineParser m_parser;
+    const QCommandLineOption m_help{{"h", "help"}, "Shows this help."};
+    const QCommandLineOption m_host{"host", "The server's name or address (127.0.0.1).", "name", "127.0.0.1"};
+    const QCommandLineOption m_port{"port", "The server's port (3501).", "port", "3501"};
+    const QCommandLineOption m_admin{"admin", "Log in as administration clients."};
+    const QCommandLineOption m_number{{"n", "number"}, "Number of the (first) terminal (1).", "N", "1"};
+    const QCommandLineOption m_terminals{"terminals", "So many terminals, numbered from --number on (1).", "count",
+                                         "1"};
+    const QCommandLineOption m_silent{"silent", "The last so many of them answer nothing (0).", "count", "0"};
+    const QCommandLineOption m_event{
+        "event", "Sends an event: \"USER[,CODE[,TIME[,REMARK]]]\"; 101:Prihod and now by default.", "event"};
+    const QCommandLineOption m_send{"send", "Sends the events of this file.", "file"};
+    const QCommandLineOption m_rate{"rate", "Sends so many generated events per second, over all terminals.", "N"};
+    const QCommandLineOption m_count{"count", "Generates so many events with --rate, then no more.", "count", "0"};
+    const QCommandLineOption m_users{"users", "Users of generated events (1-50).", "list", "1-50"};
+    const QCommandLineOption m_inFlight{"in-flight", "Events that one terminal has unanswered at a time (1).", "count",
+                                        "1"};
+    const QCommandLineOption m_log{"log", "Sends a log line.", "text"};
+    const QCommandLineOption m_call{"call", "Calls any method, with JSON parameters behind it, and prints the answer.",
+                                    "method [json]"};
+    const QCommandLineOption m_events{"events", "Events recorded while offline.", "file"};
+    const QCommandLineOption m_logs{"logs", "Log rows recorded while offline.", "file"};
+    const QCommandLineOption m_pictures{"pictures", "Pictures of the terminals.", "folder"};
+    const QCommandLineOption m_offlineEvents{"offline-events", "So many generated offline events per terminal.",
+                                             "count", "0"};
+    const QCommandLineOption m_offlineLogs{"offline-logs", "So many generated offline log rows per terminal.", "count",
+                                           "0"};
+    const QCommandLineOption m_offlineHours{"offline-hours", "The time before now over which they are spread (8).",
+                                            "hours", "8"};
+    const QCommandLineOption m_once{
+        "once", "Ends when everything was sent and answered and the server has asked for the offline rows."};
+    const QCommandLineOption m_duration{"duration", "Ends after so many seconds.", "seconds", "0"};
+    const QCommandLineOption m_reconnect{"reconnect", "Connects again so many seconds after a loss (2); 0 never.",
+                                         "seconds", "2"};
+    const QCommandLineOption m_timeout{"timeout", "Seconds to wait for an answer (30).", "seconds", "30"};
+    const QCommandLineOption m_quiet{{"q", "quiet"}, "Prints only the summary."};
+};
+
+} // namespace
+
+QString readTermOptions(const QStringList &arguments, TermOptions &options, QString *help)
+{
+    return TermArguments(options).read(arguments, help);
+}
