@@ -11,6 +11,7 @@
 #include <QEventLoop>
 
 #include <algorithm>
+#include <limits>
 
 namespace {
 
@@ -224,6 +225,7 @@ template <typename Condition> void Fleet::waitFor(Condition condition, int limit
 
 void Fleet::finish()
 {
+    blockSignals(true); // to quit the application now would end the waits below
     m_opening.stop();
     m_patience.stop();
     if (m_pacer)

@@ -11,6 +11,7 @@
 
 #include <QDateTime>
 
+#include <type_traits>
 #include <utility>
 
 namespace {

@@ -26,9 +26,9 @@ class Terminal : public QObject
 public:
     enum class State {
         Idle,       ///< not begun
-        Connecting, ///
+        Connecting, ///< not answered by the system
         LoggingIn,  ///< asked, or to be asked again on the same connection
-        Working,    ///
+        Working,    ///< logged in
         Lost,       ///< will connect again
         Ended,      ///< will not
     };

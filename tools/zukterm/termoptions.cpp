@@ -5,6 +5,8 @@
 #include <QCommandLineParser>
 #include <QDateTime>
 
+#include <climits>
+
 namespace {
 
 const char kExamples[] = R"(
