@@ -85,7 +85,7 @@ void TestKeptWrites::waitingWritesAreNotAttempted()
     expect("Owner::do not stored, kept for another attempt: 1");
     QCOMPARE(writes.submit(row(1)), KeptWrites::Outcome::Kept);
     QCOMPARE(writes.submit(row(2)), KeptWrites::Outcome::Kept);
-    expect("Owner::do not stored again, kept: 1");
+    expect("Owner::do not stored, kept for another attempt: 1");
     while (m_log.size() < 2)
         QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
     QCOMPARE(m_log, (QStringList{"try 1", "try 1"}));

@@ -79,12 +79,12 @@ QAny Logger::event(QString connectionId, QAny params)
     const int terminal = terminalOf(connectionId);
     if (terminal < 0)
         return false;
-    const auto outcome = m_keptEvents.submit(
-        {[this, params](DataBase &database) { return storeEvent(database, params); },
-         {},
-         QStringLiteral("user %1 time %2").arg(params.lookup(kUser).toString(), params.lookup(kTimestamp).toString())});
-    if (outcome == KeptWrites::Outcome::Kept && params.lookup(QStringLiteral("TID")).toInteger() == terminal)
-        mainTerminalService()->noteAccepted(terminal, {0, params.lookup(kTimestamp).toString().toLongLong()});
+    const QString time = params.lookup(kTimestamp).toString();
+    const bool isOwn = params.lookup(QStringLiteral("TID")).toInteger() == terminal;
+    const auto known = mainTerminalService()->noteAccepted(terminal, {0, isOwn ? time.toLongLong() : 0});
+    m_keptEvents.submit({[this, params, known](DataBase &database) { return storeEvent(database, params); },
+                         {},
+                         QStringLiteral("user %1 time %2").arg(params.lookup(kUser).toString(), time)});
     return true;
 }
 

@@ -66,11 +66,12 @@ void TerminalCatchUp::onLogs(QString connectionId, QAny answer)
     const QAny rows = usableRows(answer, "log lines");
     if (rows.count() == 0)
         return endLogs();
-    const auto outcome =
-        m_service.keptReplies().submit({[this, rows](DataBase &database) { return storeLogs(database, rows); },
-                                        [this](Failure) { endLogs(); }, nameOf("log lines", rows)});
-    if (outcome == KeptWrites::Outcome::Kept)
-        noteKept(rows, m_role.logKeys.timestamp, &NewestTimes::log);
+    NewestTimes accepted;
+    for (int i = 0; i < rows.count(); ++i)
+        accepted.log = std::max(accepted.log, number(rows.at(i).lookup(m_role.logKeys.timestamp)));
+    m_service.keptReplies().enqueue({[this, rows, known = m_service.noteAccepted(m_terminal, accepted)](
+                                         DataBase &database) { return storeLogs(database, rows); },
+                                     [this](Failure) { endLogs(); }, nameOf("log lines", rows)});
 }
 
 void TerminalCatchUp::endLogs()
@@ -99,11 +100,15 @@ void TerminalCatchUp::onEvents(QString connectionId, QAny answer)
         deleteLater();
         return;
     }
-    const auto outcome =
-        m_service.keptReplies().submit({[this, rows](DataBase &database) { return storeEvents(database, rows); },
-                                        [this](Failure) { deleteLater(); }, nameOf("events", rows)});
-    if (outcome == KeptWrites::Outcome::Kept)
-        noteKept(rows, kTimestamp, &NewestTimes::event);
+    NewestTimes accepted;
+    for (int i = 0; i < rows.count(); ++i) {
+        const QAny &event = rows.at(i);
+        if (number(event.lookup(kTid)) == m_terminal) // what lastEventTime() finds
+            accepted.event = std::max(accepted.event, number(event.lookup(kTimestamp)));
+    }
+    m_service.keptReplies().enqueue({[this, rows, known = m_service.noteAccepted(m_terminal, accepted)](
+                                         DataBase &database) { return storeEvents(database, rows); },
+                                     [this](Failure) { deleteLater(); }, nameOf("events", rows)});
 }
 
 /// The elements that can be rows at all.
@@ -150,17 +155,6 @@ Failure TerminalCatchUp::storeEvents(DataBase &database, const QAny &rows) const
             return Failure::Passing;
     }
     return Failure::None;
-}
-
-void TerminalCatchUp::noteKept(const QAny &rows, const QString &timeKey, qint64 NewestTimes::*newest) const
-{
-    NewestTimes times;
-    for (int i = 0; i < rows.count(); ++i) {
-        const QAny &row = rows.at(i);
-        if (newest == &NewestTimes::log || number(row.lookup(kTid)) == m_terminal)
-            times.*newest = std::max(times.*newest, number(row.lookup(timeKey)));
-    }
-    m_service.noteAccepted(m_terminal, times);
 }
 
 QString TerminalCatchUp::nameOf(const char *what, const QAny &rows) const

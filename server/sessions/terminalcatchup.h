@@ -10,8 +10,9 @@
 class TerminalService;
 
 /// One catch-up: asks a terminal that has logged in for the log lines, then for the events, that are newer than what
-/// the server had at the login, and stores them. Each reply is stored as a whole, or kept by the service until it can
-/// be. Waits for nothing in an event loop of its own, so those of all terminals go on side by side.
+/// the server had at the login, and stores them. Each reply is stored as a whole, together with those of other
+/// terminals that have come in the meantime, or kept by the service until it can be. Waits for nothing in an event loop
+/// of its own, so those of all terminals go on side by side.
 ///
 /// A child of its service; deletes itself at its end. A session that ends meanwhile ends it: what has arrived is
 /// stored, nothing more is asked.
@@ -34,7 +35,6 @@ private:
     DataBase::Failure storeLogs(DataBase &database, const QAny &rows);
     DataBase::Failure storeEvents(DataBase &database, const QAny &rows) const;
     void endLogs();
-    void noteKept(const QAny &rows, const QString &timeKey, qint64 NewestTimes::*newest) const;
     QString nameOf(const char *what, const QAny &rows) const;
 
     TerminalService &m_service;

@@ -141,7 +141,8 @@ void TerminalService::catchUp(int terminal)
 
 NewestTimes TerminalService::newestTimes(int terminal) const
 {
-    NewestTimes times = m_accepted.value(terminal);
+    const auto accepted = m_accepted.value(terminal).lock();
+    NewestTimes times = accepted ? *accepted : NewestTimes();
     if (db()) {
         times.log = std::max(times.log, db()->lastLogTime(terminal));
         times.event = std::max(times.event, db()->lastEventTime(terminal));
@@ -149,11 +150,15 @@ NewestTimes TerminalService::newestTimes(int terminal) const
     return times;
 }
 
-void TerminalService::noteAccepted(int terminal, const NewestTimes &times)
+std::shared_ptr<const NewestTimes> TerminalService::noteAccepted(int terminal, const NewestTimes &times)
 {
-    NewestTimes &known = m_accepted[terminal];
-    known.log = std::max(known.log, times.log);
-    known.event = std::max(known.event, times.event);
+    std::weak_ptr<NewestTimes> &known = m_accepted[terminal];
+    auto accepted = known.lock();
+    if (!accepted)
+        known = accepted = std::make_shared<NewestTimes>();
+    accepted->log = std::max(accepted->log, times.log);
+    accepted->event = std::max(accepted->event, times.event);
+    return accepted;
 }
 
 QAny TerminalService::callTerminal(int terminal, const QString &method, const QAny &params, int timeoutMs)

@@ -11,6 +11,8 @@
 #include <QSet>
 #include <QString>
 
+#include <memory>
+
 namespace KNet {
 class RpcController;
 }
@@ -52,9 +54,9 @@ public:
     /// One {"KEY": terminal number, "VAL": connection id} for each that is logged in.
     QAny connections() const;
 
-    /// What was accepted of the terminal and could not be stored yet counts as known at its next login, so that it is
-    /// not fetched once more.
-    void noteAccepted(int terminal, const NewestTimes &times);
+    /// What was accepted of the terminal and is not stored yet counts as known at its next login, so that it is not
+    /// fetched once more: as long as somebody holds what this returns.
+    std::shared_ptr<const NewestTimes> noteAccepted(int terminal, const NewestTimes &times);
     /// Replies of catch-ups that wait to be stored.
     KeptWrites &keptReplies() { return m_keptReplies; }
 
@@ -86,6 +88,6 @@ private:
     QHash<QString, int> m_terminalIds;
     QMap<int, QString> m_connectionIds;
     QHash<int, NewestTimes> m_timesAtLogin; // of terminals whose catch-up has not begun
-    QHash<int, NewestTimes> m_accepted;
+    QHash<int, std::weak_ptr<NewestTimes>> m_accepted;
     KeptWrites m_keptReplies;
 };

@@ -10,6 +10,8 @@ using Failure = DataBase::Failure;
 
 namespace {
 
+const char *const kKept = "not stored, kept for another attempt:";
+
 Failure attempt(const KeptWrites::Write &write)
 {
     if (!db())
@@ -28,7 +30,7 @@ KeptWrites::KeptWrites(const QByteArray &owner, int capacity, QObject *parent)
 {
     m_timer.setSingleShot(true);
     // Queued: who is told of an outcome may run the event loop.
-    connect(&m_timer, &QTimer::timeout, this, &KeptWrites::retry, Qt::QueuedConnection);
+    connect(&m_timer, &QTimer::timeout, this, &KeptWrites::takeTurn, Qt::QueuedConnection);
 }
 
 KeptWrites::Outcome KeptWrites::submit(Write write)
@@ -42,8 +44,20 @@ KeptWrites::Outcome KeptWrites::submit(Write write)
                 write.ended(failure);
             return Outcome::Ended;
         }
-        warn("not stored, kept for another attempt:", write.name);
-    } else if (count() >= m_capacity) {
+        m_refused = true;
+        warn(kKept, write.name);
+    }
+    return keep(std::move(write), m_interval);
+}
+
+KeptWrites::Outcome KeptWrites::enqueue(Write write)
+{
+    return keep(std::move(write), kPauseMs);
+}
+
+KeptWrites::Outcome KeptWrites::keep(Write write, int interval)
+{
+    if (count() >= m_capacity) {
         warn("dropped, too many are kept:", write.name);
         if (write.ended)
             write.ended(Failure::Lasting);
@@ -51,7 +65,7 @@ KeptWrites::Outcome KeptWrites::submit(Write write)
     }
     m_kept.push_back(std::move(write));
     if (!m_timer.isActive())
-        m_timer.start(m_interval);
+        m_timer.start(interval);
     return Outcome::Kept;
 }
 
@@ -64,16 +78,18 @@ void KeptWrites::flush()
     if (!m_kept.empty())
         qWarning().noquote() << m_owner << "lost at the end:" << count() << "from" << m_kept.front().name;
     m_kept.clear();
+    m_refused = false;
 }
 
-void KeptWrites::retry()
+void KeptWrites::takeTurn()
 {
     if (m_kept.empty())
         return;
     Outcomes outcomes;
     const bool goesOn = storeTurn(&outcomes);
+    m_refused = !goesOn;
     if (!m_kept.empty())
-        m_timer.start(goesOn ? 0 : m_interval);
+        m_timer.start(goesOn ? kPauseMs : m_interval);
     const QPointer<KeptWrites> self(this);
     for (const auto &[write, failure] : outcomes) {
         if (self && write.ended)
@@ -87,22 +103,22 @@ bool KeptWrites::storeTurn(Outcomes *outcomes)
 {
     if (!db())
         return false;
-    QElapsedTimer elapsed;
-    elapsed.start();
     std::vector<Failure> failures;
     bool goesOn = true;
-    Transaction turn(*db());
+    Transaction turn(*db()); // may wait for another program's
+    QElapsedTimer elapsed;
+    elapsed.start();
     while (goesOn && failures.size() < kTurnWrites && failures.size() < m_kept.size() && elapsed.elapsed() < kTurnMs) {
         const Failure failure = attempt(m_kept[failures.size()]);
         goesOn = failure != Failure::Passing;
         if (goesOn)
             failures.push_back(failure);
         else
-            warn("not stored again, kept:", m_kept[failures.size()].name);
+            warn(kKept, m_kept[failures.size()].name);
     }
     if (!turn.commit()) {
         if (goesOn)
-            warn("not stored again, kept:", m_kept.front().name);
+            warn(kKept, m_kept.front().name);
         return false;
     }
     for (const Failure failure : failures) {

@@ -20,10 +20,12 @@ class KeptWrites : public QObject
 {
 public:
     static constexpr int kRetryIntervalMs = 5000;
-    /// Kept writes that are stored at once, and for how long (in ms) no further one is begun: they share one flush of
-    /// the file, and the event loop gets its turn.
+    /// Waiting writes that are stored at once, and for how long (in ms) another one is begun: they share one flush of
+    /// the file.
     static constexpr int kTurnWrites = 1000;
     static constexpr int kTurnMs = 50;
+    /// Before each turn, in ms: for more to gather, and for the event loop.
+    static constexpr int kPauseMs = 10;
 
     struct Write {
         /// Runs inside a transaction. What it wrote is stored if it returns None, else undone.
@@ -34,7 +36,7 @@ public:
         QString name;
     };
 
-    /// The owner begins the warning lines. No more writes than the capacity are kept.
+    /// The owner begins the warning lines. No more writes than the capacity wait.
     KeptWrites(const QByteArray &owner, int capacity, QObject *parent = nullptr);
 
     /// What became of a submitted write: it ended, or it waits, or it does neither because too many wait already.
@@ -42,7 +44,13 @@ public:
 
     /// Attempts the write, unless others wait. A dropped one is told Lasting.
     Outcome submit(Write write);
+    /// The same, but the attempt is made with others after the pause. Where many writes come at once and nobody waits
+    /// for them, the flushes would take most of the time.
+    Outcome enqueue(Write write);
+    /// That wait.
     int count() const { return static_cast<int>(m_kept.size()); }
+    /// Whether the oldest of them has failed already.
+    bool isRefused() const { return m_refused; }
     /// In ms.
     void setRetryInterval(int interval) { m_interval = interval; }
 
@@ -52,13 +60,15 @@ public:
 private:
     using Outcomes = std::vector<std::pair<Write, DataBase::Failure>>;
 
-    void retry();
+    Outcome keep(Write write, int interval);
+    void takeTurn();
     bool storeTurn(Outcomes *outcomes);
     void warn(const char *what, const QString &name) const;
 
     QByteArray m_owner;
     int m_capacity;
     int m_interval = kRetryIntervalMs;
-    QTimer m_timer; // single shot
+    QTimer m_timer; // single shot: the next attempt
     std::deque<Write> m_kept;
+    bool m_refused = false;
 };
