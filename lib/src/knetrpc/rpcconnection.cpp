@@ -47,11 +47,6 @@ RpcConnection::RpcConnection(RpcController *controller, bool incoming, const Rpc
     connect(this, &QTcpSocket::disconnected, this, &RpcConnection::onDisconnected);
     connect(this, &QTcpSocket::errorOccurred, this, &RpcConnection::onError);
     connect(&m_activityTimer, &QTimer::timeout, this, &RpcConnection::onActivityTimeout);
-    m_turn.setSingleShot(true);
-    m_turn.setInterval(0);
-    // Queued: while a timer's handler is on the stack, the timer would not serve the event loops below it.
-    connect(&m_turn, &QTimer::timeout, this, &RpcConnection::onReadyRead, Qt::QueuedConnection);
-
     m_activityTimer.setSingleShot(true);
     m_activityTimer.setTimerType(Qt::PreciseTimer);
     noteActivity();
@@ -129,7 +124,6 @@ bool RpcConnection::detach()
     m_ended = true;
     disconnect(this, nullptr, this, nullptr);
     m_activityTimer.stop();
-    m_turn.stop();
     m_retired = true;
     if (m_socketScopes > 0)
         return false;
@@ -173,6 +167,39 @@ void RpcConnection::onError(QAbstractSocket::SocketError socketError)
 void RpcConnection::onReadyRead()
 {
     const QPointer<RpcConnection> self(this);
+    handleInput();
+    if (self)
+        flushNow();
+}
+
+/// What is left for the next turn of the event loop. Posted rather than timed: a timer would not serve the event loops
+/// that run below its own handler.
+void RpcConnection::scheduleTurn()
+{
+    if (m_turnDue)
+        return;
+    m_turnDue = true;
+    QMetaObject::invokeMethod(this, &RpcConnection::takeTurn, Qt::QueuedConnection);
+}
+
+void RpcConnection::takeTurn()
+{
+    m_turnDue = false;
+    onReadyRead();
+}
+
+/// Spares the event loop a round of waiting until the socket can be written.
+void RpcConnection::flushNow()
+{
+    if (m_ended || m_socketScopes > 0 || state() != ConnectedState || bytesToWrite() == 0)
+        return;
+    const SocketScope scope(this);
+    flush();
+}
+
+void RpcConnection::handleInput()
+{
+    const QPointer<RpcConnection> self(this);
     for (int handled = 0; handled < m_limits.maxMessagesPerTurn; ++handled) {
         if (m_ended)
             return;
@@ -185,15 +212,14 @@ void RpcConnection::onReadyRead()
         case Input::Message:
             break;
         case Input::Exhausted:
-            m_turn.stop();
             if (m_peerGone)
                 end();
             return;
         case Input::Broken:
             return closeConnection();
         }
-        if ((hasInput() || m_peerGone) && !m_turn.isActive())
-            m_turn.start(); // for what is over after this turn, and for an event loop in the handler
+        if (hasInput() || m_peerGone)
+            scheduleTurn(); // for what is over after this turn, and for an event loop in the handler
         const bool accepted = handle(message);
         if (!self)
             return;
@@ -244,7 +270,6 @@ bool RpcConnection::hasInput() const
 void RpcConnection::dropInput()
 {
     m_closing = true;
-    m_turn.stop();
     m_input = QByteArray();
     m_inputFed = 0;
     m_reader.reset();
@@ -290,7 +315,7 @@ void RpcConnection::endBehindInput()
     if (m_closing || !hasInput())
         return end();
     m_peerGone = true;
-    m_turn.start();
+    scheduleTurn();
 }
 
 void RpcConnection::end()

@@ -72,6 +72,10 @@ private:
     Input readMessage(QAny *message);
     bool fillInput();
     bool hasInput() const;
+    void handleInput();
+    void scheduleTurn();
+    void takeTurn();
+    void flushNow();
     bool handle(const QAny &message);
     void dropInput();
     void noteActivity();
@@ -95,7 +99,7 @@ private:
     QByteArray m_input;        // read from the socket, not yet fed
     int m_inputFed = 0;        // bytes of it that the reader has
     qint64 m_messageBytes = 0; // that the reader has of the message in progress
-    QTimer m_turn;             // single shot: input is left for the next turn of the event loop
+    bool m_turnDue = false;    // takeTurn() is posted
     int m_socketScopes = 0;    // functions of the socket that are on the stack
     bool m_closing = false;    // by us: further input is dropped
     bool m_peerGone = false;   // the disconnect handling follows the last message
