@@ -36,7 +36,10 @@ QAny RpcAdaptor::invokeMethod(const QString &connectionId, const QString &method
                    << "error on invoke";
         return rpcError(InvokeError);
     }
-    return {{QStringLiteral("result"), std::move(result)}};
+    static const QAny::KeySet keys{QStringLiteral("result")};
+    QAny body = QAny::record(keys);
+    body.slot(0) = std::move(result);
+    return body;
 }
 
 } // namespace KNet

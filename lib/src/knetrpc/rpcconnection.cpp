@@ -279,7 +279,7 @@ bool RpcConnection::handle(const QAny &message)
 {
     const QPointer<RpcConnection> self(this);
     ++m_handling;
-    const bool accepted = m_controller->handleMessage(m_connectionId, message);
+    const bool accepted = m_controller->handleMessage(this, message);
     if (!self)
         return false;
     --m_handling;

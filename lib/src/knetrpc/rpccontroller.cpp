@@ -270,56 +270,58 @@ void RpcController::forgetCall(const QString &callId)
     delete m_pendingCalls.take(callId);
 }
 
-bool RpcController::handleMessage(const QString &connectionId, const QAny &message)
+bool RpcController::handleMessage(RpcConnection *connection, const QAny &message)
 {
-    if (!message.isHash() || !message.contains(kProtocolKey) || !message.contains(kIdKey))
+    if (!message.isHash())
         return false;
-    if (message.lookup(kProtocolKey).toString() != kProtocolVersion)
+    const QAny &protocol = message.lookup(kProtocolKey);
+    if (!protocol.isString() || protocol.asString() != kProtocolVersion) // nothing else has this text
         return false;
     const QAny &id = message.lookup(kIdKey);
+    if (&id == &QAny::sharedNull()) // there is none
+        return false;
     const bool isNotification = id.isNull() || !id.isValid();
     if (!isNotification && !id.isString() && !id.isInteger())
         return false;
     const QString idText = id.toString();
     if (idText == kPing) {
         static const QByteArray pong = bareMessage(kPong);
-        RpcConnection *connection = m_connections.value(connectionId);
-        return connection && connection->sendText(pong);
+        return connection->sendText(pong);
     }
     if (idText == kPong) {
-        m_pinged.remove(connectionId);
+        m_pinged.remove(connection->connectionId());
         return true;
     }
     const QAny &method = message.lookup(kMethodKey);
     if (method.isString()) {
         if (!isNotification)
-            return handleCall(connectionId, idText, method.asString(), message.lookup(kParamsKey));
-        handleNotification(connectionId, method.asString(), message.lookup(kParamsKey));
+            return handleCall(*connection, idText, method.asString(), message.lookup(kParamsKey));
+        handleNotification(*connection, method.asString(), message.lookup(kParamsKey));
         return true;
     }
-    if (message.contains(kResultKey) && message.lookup(kResultKey).isValid()) {
-        handleAnswer(connectionId, idText, message.lookup(kResultKey));
+    const QAny &result = message.lookup(kResultKey);
+    if (&result != &QAny::sharedNull() && result.isValid()) {
+        handleAnswer(*connection, idText, result);
         return true;
     }
     const QAny &error = message.lookup(kErrorKey);
     if (!error.isHash() || !error.lookup(kCodeKey).isInteger())
         return false;
-    handleAnswer(connectionId, idText, {{kErrorKey, error}});
+    handleAnswer(*connection, idText, {{kErrorKey, error}});
     return true;
 }
 
 /// Null, with the reason, when the service is unknown or the connection lacks a token that it requires.
-RpcAdaptor *RpcController::authorizedAdaptor(const QString &connectionId, const QString &service,
+RpcAdaptor *RpcController::authorizedAdaptor(const RpcConnection &connection, const QString &service,
                                              RpcErrorCode *refusal) const
 {
     RpcAdaptor *adaptor = m_services.value(service);
-    const RpcConnection *connection = m_connections.value(connectionId);
-    if (!adaptor || !connection) {
+    if (!adaptor) {
         *refusal = NoSuchService;
         return nullptr;
     }
     for (const QString &token : qAsConst(*adaptor).requirements()) {
-        if (!connection->authorizations().contains(token)) {
+        if (!connection.authorizations().contains(token)) {
             *refusal = NotAuthorized;
             return nullptr;
         }
@@ -327,43 +329,48 @@ RpcAdaptor *RpcController::authorizedAdaptor(const QString &connectionId, const 
     return adaptor;
 }
 
-bool RpcController::handleCall(const QString &connectionId, const QString &id, const QString &method,
+bool RpcController::handleCall(const RpcConnection &connection, const QString &id, const QString &method,
                                const QAny &params)
 {
-    if (!m_connections.contains(connectionId))
-        return false;
+    const QString connectionId = connection.connectionId(); // the connection may end while the service runs
     const int dot = method.indexOf(QLatin1Char('.'));
     RpcErrorCode refusal = NoSuchService;
-    RpcAdaptor *adaptor = dot < 0 ? nullptr : authorizedAdaptor(connectionId, method.left(dot), &refusal);
+    RpcAdaptor *adaptor = dot < 0 ? nullptr : authorizedAdaptor(connection, method.left(dot), &refusal);
     if (!adaptor)
         return respond(connectionId, id, rpcError(refusal));
     const QPointer<RpcController> self(this);
-    QAny body = adaptor->invokeMethod(connectionId, method.mid(dot + 1), params);
-    return self && respond(connectionId, id, std::move(body));
+    const QAny body = adaptor->invokeMethod(connectionId, method.mid(dot + 1), params);
+    return self && respond(connectionId, id, body);
 }
 
-void RpcController::handleNotification(const QString &connectionId, const QString &method, const QAny &params)
+void RpcController::handleNotification(const RpcConnection &connection, const QString &method, const QAny &params)
 {
     const int dot = method.indexOf(QLatin1Char('.'));
     RpcErrorCode refusal = NoSuchService;
-    RpcAdaptor *adaptor = dot < 0 ? nullptr : authorizedAdaptor(connectionId, method.left(dot), &refusal);
+    RpcAdaptor *adaptor = dot < 0 ? nullptr : authorizedAdaptor(connection, method.left(dot), &refusal);
     // Deliberate: the name begins with the dot, so notifications reach no service method.
     if (adaptor)
-        adaptor->invokeMethod(connectionId, method.mid(dot), params);
+        adaptor->invokeMethod(connection.connectionId(), method.mid(dot), params);
 }
 
-bool RpcController::respond(const QString &connectionId, const QString &id, QAny body)
+/// The body has one member, the result or the error.
+bool RpcController::respond(const QString &connectionId, const QString &id, const QAny &body)
 {
+    static const QAny::KeySet resultKeys{kProtocolKey, kIdKey, kResultKey};
+    static const QAny::KeySet errorKeys{kProtocolKey, kIdKey, kErrorKey};
     RpcConnection *connection = m_connections.value(connectionId);
     if (!connection)
         return false;
-    body.insert(kProtocolKey, kProtocolVersion);
-    body.insert(kIdKey, id);
-    return connection->send(body);
+    QAny message = QAny::record(body.contains(kResultKey) ? resultKeys : errorKeys);
+    message.slot(0) = kProtocolVersion;
+    message.slot(1) = id;
+    message.slot(2) = body.at(0);
+    return connection->send(message);
 }
 
-void RpcController::handleAnswer(const QString &connectionId, const QString &id, const QAny &response)
+void RpcController::handleAnswer(const RpcConnection &connection, const QString &id, const QAny &response)
 {
+    const QString connectionId = connection.connectionId(); // the connection may end in the receiver
     const auto found = m_pendingCalls.find(id);
     if (found == m_pendingCalls.end() || (*found)->connectionId() != connectionId)
         return;

@@ -119,7 +119,7 @@ private:
 
     // For RpcConnection.
     /// False when the connection is to be closed. Neither it nor this object need exist afterwards.
-    bool handleMessage(const QString &connectionId, const QAny &message);
+    bool handleMessage(RpcConnection *connection, const QAny &message);
     void completeLostCalls(const QString &connectionId);
     void removeConnection(RpcConnection *connection);
 
@@ -128,11 +128,11 @@ private:
     void endWait(RpcCall *call);
     void forgetCall(const QString &callId);
 
-    bool handleCall(const QString &connectionId, const QString &id, const QString &method, const QAny &params);
-    void handleNotification(const QString &connectionId, const QString &method, const QAny &params);
-    void handleAnswer(const QString &connectionId, const QString &id, const QAny &response);
-    bool respond(const QString &connectionId, const QString &id, QAny body);
-    RpcAdaptor *authorizedAdaptor(const QString &connectionId, const QString &service, RpcErrorCode *refusal) const;
+    bool handleCall(const RpcConnection &connection, const QString &id, const QString &method, const QAny &params);
+    void handleNotification(const RpcConnection &connection, const QString &method, const QAny &params);
+    void handleAnswer(const RpcConnection &connection, const QString &id, const QAny &response);
+    bool respond(const QString &connectionId, const QString &id, const QAny &body);
+    RpcAdaptor *authorizedAdaptor(const RpcConnection &connection, const QString &service, RpcErrorCode *refusal) const;
     RpcConnection *addConnection(bool incoming);
     void complete();
 
