@@ -151,14 +151,19 @@ private:
     std::string m_call;
 };
 
-bool compare(const char *name, int calls, const std::function<void()> &ours, const std::function<void()> &bare)
+bool compare(const char *name, int calls, const ServerProcess &ours, const std::function<void()> &callOurs,
+             const ServerProcess &bare, const std::function<void()> &callBare)
 {
-    ours(); // whatever is made once
-    bare();
-    const std::vector<double> seconds = alternatingMedians({ours, bare}, kRounds);
+    callOurs(); // whatever is made once
+    callBare();
+    const double oursBefore = ours.cpuSeconds();
+    const double bareBefore = bare.cpuSeconds();
+    const std::vector<double> seconds = alternatingMedians({callOurs, callBare}, kRounds);
+    const double microseconds = 1e6 / kRounds / calls;
     const double ratio = seconds[1] / seconds[0];
-    std::printf("%s: %.0f calls/s, bare %.0f, ratio %.2f (target >= %.2f)\n", name, calls / seconds[0],
-                calls / seconds[1], ratio, kTarget);
+    std::printf("%s: %.0f calls/s of %.2f us processor time, bare %.0f of %.2f us, ratio %.2f (target >= %.2f)\n", name,
+                calls / seconds[0], (ours.cpuSeconds() - oursBefore) * microseconds, calls / seconds[1],
+                (bare.cpuSeconds() - bareBefore) * microseconds, ratio, kTarget);
     return ratio >= kTarget;
 }
 
@@ -187,9 +192,10 @@ int main(int argc, char **argv)
     RoundTrips roundTripsBare(bareEcho.port());
 
     constexpr int kCalls = kTerminals * kRoundTrips;
-    const bool pipelined = compare("pipelined calls", kPipelined, std::ref(pipeline), std::ref(pipelineBare));
-    const bool single =
-        compare("100 connections, one call each", kCalls, std::ref(roundTrips), std::ref(roundTripsBare));
+    const bool pipelined =
+        compare("pipelined calls", kPipelined, oursPipelined, std::ref(pipeline), bareReader, std::ref(pipelineBare));
+    const bool single = compare("100 connections, one call each", kCalls, oursSingle, std::ref(roundTrips), bareEcho,
+                                std::ref(roundTripsBare));
     std::fflush(stdout);
 
     registerSide("pipelined", kPipelined, std::ref(pipeline));

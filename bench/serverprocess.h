@@ -6,6 +6,7 @@
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
+#include <ctime>
 #include <functional>
 #include <sys/prctl.h>
 #include <sys/resource.h>
@@ -40,6 +41,15 @@ public:
     }
 
     quint16 port() const { return m_port; }
+    /// That the process has used so far.
+    double cpuSeconds() const
+    {
+        clockid_t clock = 0;
+        timespec used = {};
+        clock_getcpuclockid(m_process, &clock);
+        clock_gettime(clock, &used);
+        return static_cast<double>(used.tv_sec) + static_cast<double>(used.tv_nsec) / 1e9;
+    }
 
 private:
     Q_DISABLE_COPY(ServerProcess)

@@ -94,19 +94,6 @@ public:
         }
     }
 
-    /// Sends a message and waits for the next one that the client gets.
-    std::string ask(int index, std::string_view bytes)
-    {
-        std::string answer;
-        send(index, bytes);
-        serve([&answer, index](int client, std::string_view message) {
-            if (client == index)
-                answer = message;
-            return client == index;
-        });
-        return answer;
-    }
-
 private:
     Q_DISABLE_COPY(WireClients)
 

@@ -1,0 +1,486 @@
+// A site's terminals on the server: what a connection and its keep-alive cost, events that are safe on the disk against
+// a bare loop over the driver, a whole site that comes back at once with and without silent terminals, and a login on a
+// full file of log rows against an empty one. Prints each against its target, then the usual table; ends with 1 when a
+// target is missed.
+
+#include "alternating.h"
+#include "attendancefile.h"
+#include "logger.h"
+#include "mainterminalservice.h"
+#include "rpccontroller.h"
+#include "serverprocess.h"
+#include "wireclient.h"
+
+#include <QFile>
+#include <QTemporaryDir>
+#include <QVariant>
+
+#include <benchmark/benchmark.h>
+
+#include <memory>
+
+namespace {
+
+constexpr int kSite = 1000;   ///< terminals
+constexpr int kSilent = 10;   ///< of them, where some never answer
+constexpr int kSweeps = 50;   ///< forced ones
+constexpr int kCallers = 100; ///< terminals that send events
+constexpr int kEvents = 1000; ///< of all of them in one round
+constexpr int kLogins = 20;   ///< in one round
+constexpr int kFullFile = 5000000;
+
+/// What the measurements ask of the server and tell it.
+class BenchService : public QObject
+{
+    Q_OBJECT
+public:
+    using QObject::QObject;
+
+public Q_SLOTS:
+    QAny sweep(QString, QAny)
+    {
+        rpcController()->pingRemoteConnections();
+        return 0;
+    }
+    /// Resident memory in KiB.
+    QAny memory(QString, QAny)
+    {
+        QFile file(QStringLiteral("/proc/self/statm"));
+        if (!file.open(QIODevice::ReadOnly))
+            return 0;
+        return file.readAll().split(' ').value(1).toLongLong() * sysconf(_SC_PAGESIZE) / 1024;
+    }
+    /// Journal rows.
+    QAny stored(QString, QAny)
+    {
+        return db()
+            ->select(QStringLiteral("select max(ID) as N from allevents"))
+            .lookup(QStringLiteral("0"))[QStringLiteral("N")]
+            .toInteger();
+    }
+    QAny sessions(QString, QAny) { return mainTerminalService()->connections().count(); }
+};
+
+quint16 startServer(const QString &file)
+{
+    auto *controller = new KNet::RpcController(qApp);
+    setRpcController(controller);
+    setDb(new DataBase(file, qApp));
+    setMainTerminalService(new MainTerminalService(controller, qApp));
+    setLogger(new Logger(qApp));
+    controller->registerService(QStringLiteral("logger"), logger());
+    controller->registerService(QStringLiteral("mainterminal"), mainTerminalService());
+    controller->addServiceRequirement(QStringLiteral("logger"), QStringLiteral("logger"));
+    controller->registerService(QStringLiteral("bench"), new BenchService(controller));
+    controller->listen(QHostAddress::LocalHost, 0);
+    return controller->serverPort();
+}
+
+QSqlDatabase openBare(const QString &file, const QStringList &pragmas)
+{
+    QSqlDatabase connection = QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), QStringLiteral("bare"));
+    connection.setDatabaseName(file);
+    connection.open();
+    for (const QString &pragma : pragmas)
+        QSqlQuery(connection).exec(QStringLiteral("PRAGMA ") + pragma);
+    return connection;
+}
+
+/// A file as the server makes it, with the attendance tables.
+void makeFile(const QString &file)
+{
+    DataBase database(file);
+    fillAttendance(database, {});
+}
+
+/// Puts log rows of fifty lines into the file, quickest: the indexes come last.
+void fillLogs(const QString &file, int rows)
+{
+    QSqlDatabase connection = openBare(file, {"journal_mode=OFF", "synchronous=OFF"});
+    QSqlQuery query(connection);
+    QStringList indexes;
+    query.exec("SELECT name, sql FROM sqlite_master WHERE tbl_name='logs' AND type='index' AND sql IS NOT NULL");
+    QStringList names;
+    while (query.next()) {
+        names << query.value(0).toString();
+        indexes << query.value(1).toString();
+    }
+    connection.transaction();
+    for (const QString &name : names)
+        query.exec("DROP INDEX " + name);
+    query.exec(QString("WITH RECURSIVE n(i) AS (SELECT 0 UNION ALL SELECT i+1 FROM n WHERE i<%1) "
+                       "INSERT INTO logs SELECT i, i%50, 0, 1600000000000+i*1000, 0, 0, 'Terminal connected', "
+                       "'{\"DATA\":null}' FROM n")
+                   .arg(rows - 1));
+    for (const QString &index : indexes)
+        query.exec(index);
+    query.exec(QString("INSERT INTO config (KEY,VALUE) VALUES('LastLogIdx','%1')").arg(rows));
+    connection.commit();
+    query.clear();
+    connection = QSqlDatabase();
+    QSqlDatabase::removeDatabase(QStringLiteral("bare"));
+}
+
+/// A connection by which the measurements ask the server's BenchService.
+class Control
+{
+public:
+    explicit Control(quint16 port) : m_client(port, 1) {}
+
+    qint64 ask(const char *method)
+    {
+        qint64 answer = 0;
+        m_client.send(0, wireCall(1, std::string("bench.") + method, "null"));
+        m_client.serve([&answer](int, std::string_view message) {
+            constexpr std::string_view key = "\"result\":";
+            const size_t at = message.find(key);
+            if (at == std::string_view::npos)
+                return false; // a ping
+            answer = std::atoll(message.data() + at + key.size());
+            return true;
+        });
+        return answer;
+    }
+    void waitFor(const char *method, const std::function<bool(qint64)> &reached)
+    {
+        while (!reached(ask(method))) {
+        }
+    }
+
+private:
+    WireClients m_client;
+};
+
+/// An event as a terminal tells it. No two have the same time.
+std::string nextEvent(int terminal)
+{
+    static qint64 time = 1700000000;
+    const std::string number = std::to_string(terminal);
+    return R"({"USER":")" + number + R"(","FINGER":1,"TERMINAL":")" + number + R"(","TIMESTAMP":)" +
+           std::to_string(++time) +
+           R"(,"DESCRIPTION":"prihod","ACCESS_CODE":"101:Prihod","ID_TYPE":"F","UID":7,"TID":)" + number +
+           R"(,"NAME":"Žagar Ana"})";
+}
+
+/// Terminals that log in and answer the server's calls.
+class Terminals
+{
+public:
+    /// Rows that each of them has not yet told the server.
+    struct Held {
+        int logs;
+        int events;
+    };
+
+    Terminals(quint16 port, int first, int count, Held held) : m_clients(port, count), m_first(first)
+    {
+        for (int i = 0; i < count; ++i)
+            m_held.push_back({logs(held.logs), events(number(i), held.events)});
+    }
+
+    WireClients &clients() { return m_clients; }
+    int number(int client) const { return m_first + client; }
+
+    /// Logs all in and answers, until all are caught up but the last ones, which never answer anything.
+    void logIn(int silent)
+    {
+        for (int i = 0; i < m_clients.count(); ++i)
+            m_clients.send(i, wireCall(1, "mainterminal.login", "{\"id\":" + std::to_string(number(i)) + '}'));
+        int caughtUp = 0;
+        const int answering = m_clients.count() - silent;
+        m_clients.serve([&](int client, std::string_view message) {
+            if (client < answering && has(message, "\"method\"")) {
+                const bool last = has(message, "logger.getEvents");
+                answer(client, message,
+                       last ? m_held[static_cast<size_t>(client)].events : m_held[static_cast<size_t>(client)].logs);
+                caughtUp += last ? 1 : 0;
+            }
+            return caughtUp == answering;
+        });
+    }
+
+    /// Answers that many pings of each.
+    void answerPings(int each)
+    {
+        int open = each * m_clients.count();
+        m_clients.serve([&](int client, std::string_view message) {
+            if (has(message, "<PING>")) {
+                m_clients.send(client, R"({"knetrpc":"1.0","id":"<PONG>"})");
+                --open;
+            }
+            return open <= 0;
+        });
+    }
+
+    /// Each has one event on its way until that many are acknowledged.
+    void sendEvents(int events)
+    {
+        int sent = 0;
+        int acknowledged = 0;
+        const auto next = [&](int client) {
+            if (sent < events)
+                m_clients.send(client, wireCall(++sent, "logger.event", nextEvent(number(client))));
+        };
+        for (int i = 0; i < m_clients.count(); ++i)
+            next(i);
+        m_clients.serve([&](int client, std::string_view message) {
+            if (!has(message, "\"result\""))
+                return false;
+            ++acknowledged;
+            next(client);
+            return acknowledged == events;
+        });
+    }
+
+private:
+    struct HeldTexts {
+        std::string logs;
+        std::string events;
+    };
+
+    static bool has(std::string_view message, std::string_view text)
+    {
+        return message.find(text) != std::string_view::npos;
+    }
+
+    static std::string logs(int count)
+    {
+        std::string rows;
+        for (int i = 0; i < count; ++i)
+            rows += std::string(rows.empty() ? "" : ",") + R"({"ID":1,"FTIMESTAMP":")" +
+                    std::to_string(1700000000000 + i) +
+                    R"(","LLEVEL":0,"LGROUP":0,"FMESSAGE":"Terminal connected","DATA":null})";
+        return '[' + rows + ']';
+    }
+
+    static std::string events(int terminal, int count)
+    {
+        std::string rows;
+        for (int i = 0; i < count; ++i)
+            rows += (rows.empty() ? "" : ",") + nextEvent(terminal);
+        return '[' + rows + ']';
+    }
+
+    void answer(int client, std::string_view call, const std::string &result)
+    {
+        constexpr std::string_view key = "\"id\":\"";
+        const size_t at = call.find(key) + key.size();
+        std::string text = R"({"knetrpc":"1.0","id":")";
+        text += call.substr(at, call.find('"', at) - at);
+        m_clients.send(client, text + R"(","result":)" + result + '}');
+    }
+
+    WireClients m_clients;
+    int m_first;
+    std::vector<HeldTexts> m_held;
+};
+
+/// The same two rows for each event through the driver alone.
+class BareEvents
+{
+public:
+    explicit BareEvents(const QString &file)
+        : m_connection(openBare(file, {"journal_mode=WAL", "synchronous=FULL"})), m_event(m_connection),
+          m_journal(m_connection)
+    {
+        m_event.prepare("INSERT INTO events (USER,FINGER,TERMINAL,TIMESTAMP,DESCRIPTION,ACCESS_CODE,ID_TYPE,UID,TID,"
+                        "NAME) VALUES(?,?,?,?,?,?,?,?,?,?)");
+        m_journal.prepare("INSERT INTO allevents (IDX,USER,TIMESTAMP,ACCESS_CODE,TYPE,REMARK,TAG) "
+                          "VALUES(?,?,?,?,?,?,?)");
+    }
+    ~BareEvents()
+    {
+        m_event.clear();
+        m_journal.clear();
+        m_connection = QSqlDatabase();
+        QSqlDatabase::removeDatabase(QStringLiteral("bare"));
+    }
+
+    void store(int events)
+    {
+        const QString user = QStringLiteral("7");
+        const QString code = QStringLiteral("101:Prihod");
+        for (int i = 0; i < events; ++i, ++m_time) {
+            m_connection.transaction();
+            const bool ok = run(m_event, {user, 1, user, m_time, QStringLiteral("prihod"), code, QStringLiteral("F"), 7,
+                                          7, QStringLiteral("Žagar Ana")}) &&
+                            run(m_journal, {m_event.lastInsertId(), user, m_time, code, QStringLiteral("EV"),
+                                            QStringLiteral(""), 0});
+            if (!m_connection.commit() || !ok) {
+                std::fprintf(stderr, "an event was not stored\n");
+                std::exit(2);
+            }
+        }
+    }
+
+private:
+    static bool run(QSqlQuery &query, const QVariantList &values)
+    {
+        int place = 0;
+        for (const QVariant &value : values)
+            query.bindValue(place++, value);
+        return query.exec();
+    }
+
+    QSqlDatabase m_connection;
+    QSqlQuery m_event;
+    QSqlQuery m_journal;
+    qint64 m_time = 1700000000;
+};
+
+bool tell(const char *name, const char *what, double value, const char *relation, double target, bool met)
+{
+    std::printf("%s: %s %.2f (target %s %.2f)%s\n", name, what, value, relation, target, met ? "" : " MISSED");
+    std::fflush(stdout);
+    return met;
+}
+
+bool atMost(const char *name, const char *what, double value, double target)
+{
+    return tell(name, what, value, "<=", target, value <= target);
+}
+
+/// Memory and keep-alive of a site that is logged in.
+bool measureConnections(const ServerProcess &server)
+{
+    constexpr double kSweepInterval = KNet::RpcController::kPingIntervalMs / 1000.0;
+    constexpr useconds_t kLastPongs = 100000; // in microseconds, until the server has read them
+    Control control(server.port());
+    const qint64 before = control.ask("memory");
+    Terminals terminals(server.port(), 1, kSite, {0, 0});
+    terminals.logIn(0);
+    const double each = static_cast<double>(control.ask("memory") - before) / kSite;
+
+    const double busyBefore = server.cpuSeconds();
+    for (int i = 0; i < kSweeps; ++i) {
+        control.ask("sweep");
+        terminals.answerPings(1);
+    }
+    usleep(kLastPongs);
+    const double busy = (server.cpuSeconds() - busyBefore) / kSweeps / kSweepInterval * 100;
+    const bool small = atMost("memory of a terminal", "KiB", each, 64);
+    return atMost("pings to 1,000 terminals", "% of a core", busy, 1) && small;
+}
+
+/// A site of new terminals connects, logs in and tells what it holds.
+double comeBack(const ServerProcess &server, Control &control, int terminals, int silent)
+{
+    constexpr Terminals::Held held{3, 2};
+    static int first = 1;
+    first += terminals;
+    const qint64 expected = control.ask("stored") + qint64(terminals - silent) * held.events;
+    const auto start = std::chrono::steady_clock::now();
+    Terminals site(server.port(), first, terminals, held);
+    site.logIn(silent);
+    control.waitFor("stored", [expected](qint64 rows) { return rows >= expected; });
+    return secondsSince(start);
+}
+
+bool measureSilent(const ServerProcess &server)
+{
+    constexpr size_t rounds = 5;
+    Control control(server.port());
+    const auto side = [&](int terminals, int silent) {
+        return [&server, &control, terminals, silent] {
+            const double seconds = comeBack(server, control, terminals, silent);
+            control.waitFor("sessions", [](qint64 sessions) { return sessions == 0; });
+            return seconds;
+        };
+    };
+    const std::vector<double> seconds = alternatingMediansOf({side(kSite, kSilent), side(kSite - kSilent, 0)}, rounds);
+    std::printf("990 terminals caught up beside 10 silent ones in %.2f s, alone in %.2f s\n", seconds[0], seconds[1]);
+    return atMost("10 silent terminals of 1,000", "ratio", seconds[0] / seconds[1], 1.5);
+}
+
+double logInOneByOne(const ServerProcess &server, Control &control)
+{
+    constexpr Terminals::Held held{2, 1};
+    double seconds = 0;
+    {
+        std::vector<std::unique_ptr<Terminals>> terminals;
+        for (int i = 1; i <= kLogins; ++i) {
+            const qint64 expected = control.ask("stored") + held.events;
+            const auto start = std::chrono::steady_clock::now();
+            terminals.push_back(std::make_unique<Terminals>(server.port(), i, 1, held));
+            terminals.back()->logIn(0);
+            control.waitFor("stored", [expected](qint64 rows) { return rows >= expected; });
+            seconds += secondsSince(start);
+        }
+    }
+    control.waitFor("sessions", [](qint64 sessions) { return sessions == 0; });
+    return seconds / kLogins;
+}
+
+bool measureFullFile(const ServerProcess &full, const ServerProcess &empty)
+{
+    constexpr size_t rounds = 7;
+    Control fullControl(full.port());
+    Control emptyControl(empty.port());
+    const std::vector<double> seconds = alternatingMediansOf(
+        {[&] { return logInOneByOne(full, fullControl); }, [&] { return logInOneByOne(empty, emptyControl); }}, rounds);
+    std::printf("login and catch-up on 5,000,000 log rows in %.2f ms, on none in %.2f ms\n", seconds[0] * 1e3,
+                seconds[1] * 1e3);
+    return atMost("login on 5,000,000 log rows", "ratio", seconds[0] / seconds[1], 1.5);
+}
+
+bool measureEvents(Terminals &terminals, BareEvents &bare)
+{
+    constexpr double kTarget = 0.5;
+    constexpr size_t rounds = 7;
+    const std::vector<double> seconds =
+        alternatingMedians({[&] { terminals.sendEvents(kEvents); }, [&] { bare.store(kEvents); }}, rounds);
+    const double ratio = seconds[1] / seconds[0];
+    std::printf("%.0f events/s acknowledged to 100 terminals, bare %.0f\n", kEvents / seconds[0], kEvents / seconds[1]);
+    return tell("acknowledged events", "ratio", ratio, ">=", kTarget, ratio >= kTarget);
+}
+
+void registerSide(const char *name, const std::function<void()> &side)
+{
+    const auto run = [side](benchmark::State &state) {
+        for (auto _ : state)
+            side();
+        state.SetItemsProcessed(state.iterations() * kEvents);
+    };
+    benchmark::RegisterBenchmark(name, run)->UseRealTime();
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    raiseDescriptorLimit();
+    QTemporaryDir folder;
+    const auto serverOf = [&folder](const char *name, int logRows = 0) {
+        return std::make_unique<ServerProcess>([file = folder.filePath(name), logRows] {
+            makeFile(file);
+            if (logRows > 0)
+                fillLogs(file, logRows);
+            return startServer(file);
+        });
+    };
+    const auto site = serverOf("site.db");
+    const auto events = serverOf("events.db");
+    const auto silent = serverOf("silent.db");
+    const auto empty = serverOf("empty.db");
+    const auto full = serverOf("full.db", kFullFile);
+
+    QCoreApplication application(argc, argv);
+    QLoggingCategory::setFilterRules(QStringLiteral("*.debug=false"));
+    makeFile(folder.filePath("bare.db"));
+    BareEvents bare(folder.filePath("bare.db"));
+
+    const bool connections = measureConnections(*site);
+    Terminals callers(events->port(), 1, kCallers, {0, 0});
+    callers.logIn(0);
+    const bool stored = measureEvents(callers, bare);
+    const bool unaffected = measureSilent(*silent);
+    const bool sizeless = measureFullFile(*full, *empty);
+
+    registerSide("events", [&callers] { callers.sendEvents(kEvents); });
+    registerSide("eventsBare", [&bare] { bare.store(kEvents); });
+    benchmark::Initialize(&argc, argv);
+    benchmark::RunSpecifiedBenchmarks();
+    return connections && stored && unaffected && sizeless ? 0 : 1;
+}
+
+#include "bench_terminals.moc"
