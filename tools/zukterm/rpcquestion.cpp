@@ -25,7 +25,7 @@ QString RpcQuestion::errorText(const QAny &answer)
            error.lookup(QStringLiteral("message")).toString();
 }
 
-void RpcQuestion::onAnswer(QString, QAny answer)
+void RpcQuestion::onAnswer(const QString &, const QAny &answer)
 {
     deleteLater();
     const Handler handler = std::exchange(m_handler, nullptr);

@@ -30,7 +30,7 @@ public:
     static QString errorText(const QAny &answer);
 
 public Q_SLOTS:
-    void onAnswer(QString connectionId, QAny answer);
+    void onAnswer(const QString &connectionId, const QAny &answer);
 
 private:
     RpcQuestion(QObject *parent, Handler handler);

@@ -197,7 +197,8 @@ void Terminal::addEvent(const QAny &event)
 
 qint64 Terminal::openEvents() const
 {
-    return static_cast<qint64>(m_queue.size() + m_sent.size() + m_doubtful.size());
+    const size_t events = m_queue.size() + m_sent.size() + m_doubtful.size();
+    return static_cast<qint64>(events);
 }
 
 bool Terminal::isBusy() const

@@ -91,7 +91,7 @@ private:
 
     void proceed();
     void sendEvent(const QAny &event);
-    void onEventAnswer(quint64 flight, const QAny &answer);
+    void onEventAnswer(quint64 sequence, const QAny &answer);
     void checkDoubtful();
     void onDoubtfulAnswer(const QAny &answer);
     void sendLogLine();

@@ -5,27 +5,27 @@
 
 TerminalLogger::TerminalLogger(FleetContext &context, QObject *parent) : QObject(parent), m_context(context) {}
 
-QAny TerminalLogger::getLogs(QString connectionId, QAny params)
+QAny TerminalLogger::getLogs(const QString &connectionId, const QAny &params)
 {
     return handOver(connectionId, params, &Terminal::getLogs);
 }
 
-QAny TerminalLogger::getEvents(QString connectionId, QAny params)
+QAny TerminalLogger::getEvents(const QString &connectionId, const QAny &params)
 {
     return handOver(connectionId, params, &Terminal::getEvents);
 }
 
-QAny TerminalLogger::getPictures(QString connectionId, QAny params)
+QAny TerminalLogger::getPictures(const QString &connectionId, const QAny &params)
 {
     return handOver(connectionId, params, &Terminal::getPictures);
 }
 
-QAny TerminalLogger::ulkaCsvEvent(QString connectionId, QAny params)
+QAny TerminalLogger::ulkaCsvEvent(const QString &connectionId, const QAny &params)
 {
     return handOver(connectionId, params, &Terminal::ulkaCsvEvent);
 }
 
-QAny TerminalLogger::zukCmd(QString connectionId, QAny params)
+QAny TerminalLogger::zukCmd(const QString &connectionId, const QAny &params)
 {
     return handOver(connectionId, params, &Terminal::zukCmd);
 }

@@ -16,11 +16,11 @@ public:
     explicit TerminalLogger(FleetContext &context, QObject *parent = nullptr);
 
 public Q_SLOTS:
-    QAny getLogs(QString connectionId, QAny params);
-    QAny getEvents(QString connectionId, QAny params);
-    QAny getPictures(QString connectionId, QAny params);
-    QAny ulkaCsvEvent(QString connectionId, QAny params);
-    QAny zukCmd(QString connectionId, QAny params);
+    QAny getLogs(const QString &connectionId, const QAny &params);
+    QAny getEvents(const QString &connectionId, const QAny &params);
+    QAny getPictures(const QString &connectionId, const QAny &params);
+    QAny ulkaCsvEvent(const QString &connectionId, const QAny &params);
+    QAny zukCmd(const QString &connectionId, const QAny &params);
 
 private:
     QAny handOver(const QString &connectionId, const QAny &params, QAny (Terminal::*method)(const QAny &params));

@@ -139,7 +139,8 @@ qint64 readEventTime(const QString &text)
 bool readUsers(const QString &text, QVector<qint64> *users)
 {
     users->clear();
-    for (const QString &part : text.split(QLatin1Char(','))) {
+    const QStringList parts = text.split(QLatin1Char(','));
+    for (const QString &part : parts) {
         const int dash = part.indexOf(QLatin1Char('-'));
         bool firstOk = false;
         bool lastOk = true;

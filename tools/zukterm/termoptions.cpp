@@ -104,7 +104,8 @@ private:
 
     void readSent()
     {
-        for (const QString &text : m_parser.values(m_event))
+        const QStringList events = m_parser.values(m_event);
+        for (const QString &text : events)
             addEvent(text);
         m_options.sendFile = m_parser.value(m_send);
         if (!readUsers(m_parser.value(m_users), &m_options.users))
@@ -118,7 +119,8 @@ private:
         m_options.count = number(m_count, 0, LLONG_MAX);
         m_options.inFlight = static_cast<int>(number(m_inFlight, 1, 1000000));
         m_options.logTexts = m_parser.values(m_log);
-        for (const QString &text : m_parser.values(m_call))
+        const QStringList calls = m_parser.values(m_call);
+        for (const QString &text : calls)
             addCall(text);
     }
 
