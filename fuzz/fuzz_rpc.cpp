@@ -1,0 +1,148 @@
+// Whatever a peer sends, in whatever pieces, and whenever it goes: the server must handle it to the end, keep nothing
+// of the connection, and go on serving others.
+
+#include "rpccall.h"
+#include "rpccontroller.h"
+
+#include <QCoreApplication>
+#include <QDeadlineTimer>
+#include <QTcpSocket>
+#include <QTimer>
+
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <functional>
+
+#ifdef ZUK_FUZZ_FILES
+#include <QFile>
+#endif
+
+namespace {
+
+void require(bool holds, const char *what)
+{
+    if (holds)
+        return;
+    std::fprintf(stderr, "fuzz_rpc: %s\n", what);
+    std::abort();
+}
+
+/// Runs the event loop until the condition holds.
+void runUntil(const std::function<bool()> &holds, const char *what)
+{
+    constexpr int kPatienceMs = 10000;
+    QTimer wake;
+    wake.start(kPatienceMs);
+    const QDeadlineTimer deadline(kPatienceMs);
+    while (!holds()) {
+        require(!deadline.hasExpired(), what);
+        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
+    }
+}
+
+/// What a stranger can reach without a login.
+class Service : public QObject
+{
+    Q_OBJECT
+public:
+    explicit Service(KNet::RpcController *controller) : m_controller(controller) {}
+
+public Q_SLOTS:
+    QAny echo(QString, QAny params) { return params; }
+    /// Asks the peer, and waits for its answer or its end.
+    QAny ask(QString id, QAny params) { return KNet::RpcCall(m_controller).call(id, "far.ask", params, 0); }
+    QAny leave(QString id, QAny) { return m_controller->closeConnection(id); }
+    QAny abort(QString id, QAny) { return m_controller->abortConnection(id); }
+
+private:
+    KNet::RpcController *m_controller;
+};
+
+class Site
+{
+public:
+    Site() : m_service(&m_controller)
+    {
+        m_controller.registerService("test", &m_service);
+        m_controller.registerService("closed", &m_service);
+        m_controller.addServiceRequirement("closed", "token");
+        QObject::connect(&m_controller, &KNet::RpcController::incoming, [this] { ++m_open; });
+        QObject::connect(&m_controller, &KNet::RpcController::disconnected, [this] { --m_open; });
+        require(m_controller.listen(QHostAddress::LocalHost, 0), "no port");
+    }
+
+    /// The first byte says how long the pieces are, and whether the peer reads and goes politely.
+    void check(const char *bytes, int length)
+    {
+        const int manner = length > 0 ? static_cast<uint8_t>(bytes[0]) : 0;
+        const int piece = manner / 4 == 0 ? length : manner / 4;
+        QTcpSocket peer;
+        peer.connectToHost(QHostAddress::LocalHost, m_controller.serverPort());
+        require(peer.waitForConnected(), "no connection");
+        runUntil([this] { return m_open == 1; }, "not accepted");
+        // By events: a service that waits runs its loop above us on the stack.
+        int at = 1;
+        QTimer step;
+        QObject::connect(&step, &QTimer::timeout, [&] {
+            if (at < length) {
+                peer.write(bytes + at, qMin(piece, length - at));
+                peer.flush();
+                at += piece;
+                if (manner & 1)
+                    peer.readAll();
+                return;
+            }
+            step.stop();
+            if (manner & 2)
+                peer.abort();
+            else
+                peer.disconnectFromHost();
+        });
+        step.start(0);
+        runUntil([this] { return m_open == 0 && !m_controller.hasWaitingCalls(); }, "a connection stays");
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    }
+
+private:
+    KNet::RpcController m_controller;
+    Service m_service;
+    int m_open = 0;
+};
+
+void check(const char *bytes, int length)
+{
+    static int argc = 1;
+    static char name[] = "fuzz_rpc";
+    static char *argv[] = {name, nullptr};
+    static QCoreApplication application(argc, argv);
+    static const bool quiet =
+        qInstallMessageHandler([](QtMsgType, const QMessageLogContext &, const QString &) {}) != nullptr;
+    static Site site;
+    Q_UNUSED(quiet)
+    site.check(bytes, length);
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
+{
+    check(reinterpret_cast<const char *>(data), static_cast<int>(size));
+    return 0;
+}
+
+#ifdef ZUK_FUZZ_FILES
+int main(int argc, char **argv)
+{
+    for (int i = 1; i < argc; ++i) {
+        QFile file(QString::fromLocal8Bit(argv[i]));
+        require(file.open(QIODevice::ReadOnly), "a file cannot be read");
+        const QByteArray bytes = file.readAll();
+        check(bytes.constData(), bytes.size());
+    }
+    std::printf("%d files\n", argc - 1);
+    return 0;
+}
+#endif
+
+#include "fuzz_rpc.moc"
