@@ -91,7 +91,9 @@ void RpcPeer::read()
         const QAny message = m_parser.result();
         const QByteArray text = canonical(m_text);
         m_text.clear();
-        if (onCall && message.lookup(QStringLiteral("method")).isString())
+        if (text == canonical(kPing))
+            ++pings;
+        else if (onCall && message.lookup(QStringLiteral("method")).isString())
             onCall(message);
         else
             messages.append(text);

@@ -53,10 +53,11 @@ public:
     /// Reads nothing from now on.
     void stopReading();
 
-    QString connectionId; // the server's
-    QList<QByteArray> messages;
+    QString connectionId;       // the server's
+    QList<QByteArray> messages; // but for calls that onCall takes, and pings
+    int pings = 0;
     QByteArray raw;                   // everything that came
-    std::function<void(QAny)> onCall; // takes the calls that come; they then are no messages
+    std::function<void(QAny)> onCall; // takes the calls that come
     std::unique_ptr<QTcpSocket> socket;
 
 private:
