@@ -78,9 +78,8 @@ void TerminalCatchUp::endLogs()
 {
     if (m_role.tracesCatchUp)
         qDebug() << m_service.line("logsUpdated:").constData() << m_storedLogs;
-    // Another session of this terminal has its own catch-up.
-    if (m_role.hasEvents && m_service.connectionId(m_terminal) == m_connectionId)
-        askEvents();
+    if (m_role.hasEvents)
+        askEvents(); // answered with an error when this session is over
     else
         deleteLater();
 }
