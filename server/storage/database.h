@@ -60,7 +60,7 @@ public:
     bool commit();
     void rollback();
 
-    /// Outcome of the latest insert, insertLog, exec, execPrepared, transaction or commit.
+    /// Outcome of the latest insert, insertLog, exec, execPrepared, select, transaction or commit.
     Failure lastFailure() const;
 
     /// Rows as a List of Hashes keyed by the reported column names; an empty List when the statement fails.
