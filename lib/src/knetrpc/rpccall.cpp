@@ -78,9 +78,10 @@ void RpcCall::call(const QString &connectionId, const QString &method, const QAn
         return;
     }
     const QString name = QString::fromLatin1(slot.mid(1, slot.indexOf('(') - 1));
+    const QPointer<QObject> target(receiver); // a send that ends the connection may end the receiver
     if (m_controller && m_controller->sendCall(connectionId, method, params, receiver, name, timeout))
         return;
-    RpcPendingCall(connectionId, QString(), receiver, name, 0)
+    RpcPendingCall(connectionId, QString(), target, name, 0)
         .sendError(ConnectionError, rpcErrorText(ConnectionError));
 }
 
