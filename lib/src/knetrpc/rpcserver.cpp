@@ -25,13 +25,19 @@ void RpcServer::retire()
 {
     m_controller = nullptr;
     QTcpServer::close();
-    deleteLater();
+    if (m_accepting == 0)
+        deleteLater();
 }
 
 void RpcServer::incomingConnection(qintptr socketDescriptor)
 {
-    if (m_controller)
-        m_controller->incomingConnection(socketDescriptor);
+    if (!m_controller)
+        return;
+    ++m_accepting;
+    m_controller->incomingConnection(socketDescriptor);
+    // Not before: a receiver of the signal may run the event loop, and QTcpServer goes on accepting behind us.
+    if (--m_accepting == 0 && !m_controller)
+        deleteLater();
 }
 
 /// QTcpServer stops accepting for good after such an error.

@@ -31,6 +31,7 @@ private:
     void pauseAfter(QAbstractSocket::SocketError error);
 
     RpcController *m_controller;
+    int m_accepting = 0; // calls of incomingConnection() on the stack
 };
 
 /// Sets the backlog of a socket that listens already; does nothing where the platform has no way.
