@@ -394,7 +394,9 @@ void RpcController::completeLostCalls(const QString &connectionId)
 
 void RpcController::timeoutPendingCalls()
 {
-    if (m_lastSweep.restart() > kBlockedSweepMs)
+    // Once only: a loop that is blocked over and over has time-outs all the same.
+    m_sweepSkipped = m_lastSweep.restart() > kBlockedSweepMs && !m_sweepSkipped;
+    if (m_sweepSkipped)
         return;
     for (auto call = m_pendingCalls.begin(); call != m_pendingCalls.end();) {
         if (!(*call)->hasTimedOut()) {

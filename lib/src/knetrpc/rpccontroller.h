@@ -149,6 +149,7 @@ private:
     std::deque<Completion> m_completions;
     QVector<RpcCall *> m_waiting; // synchronous, outermost first
     QElapsedTimer m_lastSweep;
+    bool m_sweepSkipped = false;
     bool m_refusesWaits = false;
 };
 
