@@ -198,12 +198,14 @@ bool RpcController::connectToHost(const QString &host, quint16 port, QString &co
     RpcConnection *connection = addConnection(false);
     const QString id = connection->connectionId();
     connectionId = id;
+    const QPointer<RpcController> self(this);
     connection->connectToHost(host, port, QIODevice::ReadWrite);
     if (timeoutMs < 1)
         return true;
     if (connection->waitForConnected(timeoutMs))
         return true;
-    closeConnection(id);
+    if (self)
+        closeConnection(id);
     return false;
 }
 
