@@ -81,8 +81,7 @@ void RpcCall::call(const QString &connectionId, const QString &method, const QAn
     const QPointer<QObject> target(receiver); // a send that ends the connection may end the receiver
     if (m_controller && m_controller->sendCall(connectionId, method, params, receiver, name, timeout))
         return;
-    RpcPendingCall(connectionId, QString(), target, name, 0)
-        .sendError(ConnectionError, rpcErrorText(ConnectionError));
+    RpcPendingCall(connectionId, QString(), target, name, 0).sendError(ConnectionError, rpcErrorText(ConnectionError));
 }
 
 void RpcCall::cancel()
