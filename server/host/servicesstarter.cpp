@@ -1,5 +1,6 @@
 #include "servicesstarter.h"
 
+#include "admincheckservice.h"
 #include "adminterminalservice.h"
 #include "configuration.h"
 #include "database.h"
@@ -7,6 +8,7 @@
 #include "logger.h"
 #include "mainterminalservice.h"
 #include "rpccontroller.h"
+#include "terminalcheckservice.h"
 
 #include <QCoreApplication>
 #include <QDebug>
@@ -25,6 +27,8 @@ Pending pending = Pending::Nothing;
 const char *const kLoggerName = "logger";
 const char *const kMainTerminalName = "mainterminal";
 const char *const kAdminTerminalName = "adminterminal";
+const char *const kTerminalCheckName = "terminalcheck";
+const char *const kAdminCheckName = "admincheck";
 
 /// Deletes an object whose accessor is cleared first, so that nothing reaches it while it goes.
 template <typename T> void destroy(T *(*accessor)(), void (*setAccessor)(T *))
@@ -49,12 +53,15 @@ void registerServices(KNet::RpcController &controller)
     controller.registerService(kLoggerName, logger());
     controller.registerService(kMainTerminalName, mainTerminalService());
     controller.registerService(kAdminTerminalName, adminTerminalService());
-    controller.addServiceRequirement(kLoggerName, kLoggerName);
+    controller.registerService(kTerminalCheckName, terminalCheckService());
+    controller.registerService(kAdminCheckName, adminCheckService());
+    for (const char *name : {kLoggerName, kTerminalCheckName, kAdminCheckName})
+        controller.addServiceRequirement(name, name);
 }
 
 void unregisterServices(KNet::RpcController &controller)
 {
-    for (const char *name : {kAdminTerminalName, kMainTerminalName, kLoggerName})
+    for (const char *name : {kTerminalCheckName, kAdminCheckName, kAdminTerminalName, kMainTerminalName, kLoggerName})
         controller.unregisterService(name);
 }
 
@@ -81,6 +88,8 @@ void ServicesStarter::start()
     setLogger(new Logger);
     setMainTerminalService(new MainTerminalService(rpcController()));
     setAdminTerminalService(new AdminTerminalService(rpcController()));
+    setTerminalCheckService(new TerminalCheckService);
+    setAdminCheckService(new AdminCheckService);
     theWebServer = new EchoServer(Configuration::webPort());
     registerServices(*rpcController());
     logger()->log(QStringLiteral("Started"));
@@ -122,6 +131,8 @@ void ServicesStarter::tearDown()
     unregisterServices(*rpcController());
     destroy(mainTerminalService, setMainTerminalService);
     destroy(adminTerminalService, setAdminTerminalService);
+    destroy(adminCheckService, setAdminCheckService);
+    destroy(terminalCheckService, setTerminalCheckService);
     destroy(logger, setLogger);
     destroy(db, setDb);
     destroy(rpcController, setRpcController);

@@ -1,0 +1,134 @@
+#include "admincheckservice.h"
+
+#include "adminterminalservice.h"
+#include "database.h"
+#include "mainterminalservice.h"
+#include "restartscript.h"
+#include "terminalsettings.h"
+
+#include <QDebug>
+#include <QFile>
+
+namespace {
+
+AdminCheckService *theService = nullptr;
+
+const QString kResult = QStringLiteral("result");
+const QString kMessage = QStringLiteral("msg");
+const QString kError = QStringLiteral("ERROR");
+
+QAny error(const QString &text)
+{
+    return {{kError, text}};
+}
+
+} // namespace
+
+AdminCheckService::AdminCheckService(QObject *parent) : CheckService(adminTerminalService, parent) {}
+
+QAny AdminCheckService::query(QString connectionId, QAny params)
+{
+    begin("AdminCheckService::query", connectionId, params);
+    return CheckService::query(params);
+}
+
+QAny AdminCheckService::exec(QString connectionId, QAny params)
+{
+    begin("AdminCheckService::exec", connectionId, params);
+    const bool ok = execute(params);
+    if (!ok)
+        journal(Information, QStringLiteral("Exec false"));
+    return {{kResult, flag(ok)}};
+}
+
+QAny AdminCheckService::insert(QString connectionId, QAny params)
+{
+    begin("AdminCheckService::insert", connectionId, params);
+    return insertRow(params);
+}
+
+QAny AdminCheckService::update(QString connectionId, QAny params)
+{
+    begin("AdminCheckService::update", connectionId, params);
+    const QAny rows = params.lookup(QStringLiteral("TABLE"));
+    if (db() && db()->update(params.lookup(QStringLiteral("NAME")).toString(), rows,
+                             params.lookup(QStringLiteral("KEY")).toString())) {
+        journal(Information, QStringLiteral("Update true"), params);
+        return {{kResult, flag(true)}};
+    }
+    journal(Information, QStringLiteral("Update false"));
+    return {{kResult, flag(false)}, {QStringLiteral("TBL"), rows}};
+}
+
+QAny AdminCheckService::addFile(QString connectionId, QAny params)
+{
+    begin("AdminCheckService::addFile", connectionId, params);
+    return storeFile(params);
+}
+
+QAny AdminCheckService::loadFile(QString connectionId, QAny params)
+{
+    begin("AdminCheckService::loadFile", connectionId, params);
+    return readFile(params, "AdminCheckService::loadFile");
+}
+
+QAny AdminCheckService::restartService(QString connectionId, QAny params)
+{
+    begin("AdminCheckService::restartService", connectionId, params);
+    const QString script = RestartScript::write();
+    if (!QFile::exists(script))
+        return {{kResult, flag(false)}, {kMessage, QStringLiteral("Ni datoteke %1!").arg(script)}};
+    if (!RestartScript::start())
+        qWarning() << "AdminCheckService::restartService can't start the script";
+    return {{kResult, flag(true)}, {kMessage, QStringLiteral("restart")}};
+}
+
+QAny AdminCheckService::recalc(QString connectionId, QAny params)
+{
+    // Deliberate: the line names the restart; logs are searched by it.
+    begin("AdminCheckService::restartService", connectionId, params);
+    return recalculate(params);
+}
+
+QAny AdminCheckService::version(QString connectionId, QAny params)
+{
+    begin("AdminCheckService::version", connectionId, params);
+    return {{kResult, flag(true)}, {QStringLiteral("ver"), QStringLiteral("ZUK3")}};
+}
+
+QAny AdminCheckService::zukCmd(QString connectionId, QAny params)
+{
+    begin("AdminCheckService::zukCmd", connectionId, params);
+    const int terminal = params.lookup(QStringLiteral("ZUKID")).toInt();
+    qDebug() << "idt" << terminal;
+    MainTerminalService *terminals = mainTerminalService();
+    if (!terminals || !terminals->isConnected(terminal))
+        return error(QStringLiteral("ZUK Terminal id=%1 not connected!").arg(terminal));
+    if (terminal < 0)
+        return error(QStringLiteral("Unknown ZUK id"));
+    return terminals->callTerminal(terminal, QStringLiteral("logger.zukCmd"), params, TerminalService::kCallTimeoutMs);
+}
+
+QAny AdminCheckService::zukConnected(QString connectionId, QAny params)
+{
+    begin("AdminCheckService::zukConnected", connectionId, params);
+    QAny terminals = mainTerminalService() ? mainTerminalService()->connections() : QAny(QAny::List);
+    if (terminals.count() == 0)
+        return error(QStringLiteral("No ZUK connection"));
+    for (int i = 0; i < terminals.count(); ++i) {
+        const QString key = QStringLiteral("ZUK%1").arg(terminals.at(i).lookup(QStringLiteral("KEY")).toInteger());
+        const QString settings = db() ? db()->configValue(key) : QString();
+        terminals[i].insert(QStringLiteral("CFG"), readTerminalSettings(settings));
+    }
+    return {{QStringLiteral("ZUK"), terminals}};
+}
+
+AdminCheckService *adminCheckService()
+{
+    return theService;
+}
+
+void setAdminCheckService(AdminCheckService *service)
+{
+    theService = service;
+}

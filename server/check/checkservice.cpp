@@ -1,0 +1,112 @@
+#include "checkservice.h"
+
+#include "database.h"
+#include "dialogcalc3.h"
+#include "filetransfer.h"
+#include "logger.h"
+
+#include <QCoreApplication>
+#include <QDebug>
+#include <QDir>
+
+namespace {
+
+const QString kResult = QStringLiteral("result");
+const QString kName = QStringLiteral("NAME");
+const QString kTable = QStringLiteral("TABLE");
+const QString kDir = QStringLiteral("DIR");
+const QString kFileName = QStringLiteral("FNAME");
+const QString kFile = QStringLiteral("FILE");
+
+/// A file travels as one text; the diagnostics show its beginning.
+constexpr int kShownChars = 1000;
+
+/// The parameters as the diagnostics show them.
+QAny shown(const QAny &params)
+{
+    if (params.isString())
+        return params.count() > kShownChars ? params.asString().left(kShownChars) + QStringLiteral("…") : params;
+    if (!params.isHash())
+        return params;
+    QAny copy(QAny::Hash);
+    for (int i = 0; i < params.count(); ++i)
+        copy.insert(params.keyAt(i), params.at(i).isString() ? shown(params.at(i)) : params.at(i));
+    return copy;
+}
+
+} // namespace
+
+int CheckService::begin(const char *logName, const QString &connectionId, const QAny &params) const
+{
+    const int number = m_numberOf(connectionId);
+    qDebug() << logName << number << shown(params);
+    return number;
+}
+
+void CheckService::journal(Level level, const QString &message, const QAny &data)
+{
+    if (logger())
+        logger()->log(level, 0, message, data);
+}
+
+QAny CheckService::flag(bool value)
+{
+    return value ? QStringLiteral("true") : QStringLiteral("false");
+}
+
+QAny CheckService::query(const QAny &params)
+{
+    return db() ? db()->select(params.toString()) : QAny(QAny::List);
+}
+
+bool CheckService::execute(const QAny &params)
+{
+    return db() && db()->exec(params.toString());
+}
+
+QAny CheckService::insertRow(const QAny &params)
+{
+    const QAny rows = params.lookup(kTable);
+    if (db() && db()->insert(params.lookup(kName).toString(), rows)) {
+        journal(Information, QStringLiteral("Insert true"), params);
+        return {{kResult, flag(true)}};
+    }
+    journal(Information, QStringLiteral("Insert false"));
+    return {{kResult, flag(false)}, {QStringLiteral("TBL"), rows}};
+}
+
+QAny CheckService::recalculate(const QAny &params)
+{
+    return db() ? DialogCalc3(*db()).recalc(params.deepCopy()) : QAny();
+}
+
+QAny CheckService::storeFile(const QAny &params, qint64 *size)
+{
+    const QString folder =
+        QStringLiteral("%1/%2").arg(QCoreApplication::applicationDirPath(), params.lookup(kDir).toString());
+    const QString path = QStringLiteral("%1/%2").arg(folder, params.lookup(kFileName).toString());
+    if (!QDir(folder).exists())
+        QDir().mkdir(folder);
+    qint64 decoded = 0;
+    // Deliberate: the caller does not learn of a failure; the warning line tells it.
+    FileTransfer::decode(params.lookup(kFile).toString(), path, &decoded);
+    if (size)
+        *size = decoded;
+    return {{kResult, flag(true)}, {QStringLiteral("file"), path}};
+}
+
+QString CheckService::fileName(const QAny &params)
+{
+    return QStringLiteral("%1/%2").arg(params.lookup(kDir).toString(), params.lookup(kFileName).toString());
+}
+
+QAny CheckService::readFile(const QAny &params, const char *logName)
+{
+    const QString path = fileName(params);
+    qDebug().noquote() << QLatin1String(logName) + QStringLiteral(" file:") << path;
+    QString content;
+    if (!FileTransfer::encode(path, &content))
+        return {};
+    qDebug().noquote() << QLatin1String(logName) + QStringLiteral(" OK:");
+    return {{QStringLiteral("DATA"), std::move(content)}};
+}

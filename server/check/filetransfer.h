@@ -1,0 +1,14 @@
+#pragma once
+
+#include <QString>
+
+/// Files as Base64 texts, converted in pieces: a large one is held as its text alone. Used on any thread.
+namespace FileTransfer {
+
+/// Content of the file; false when it cannot be opened or read to its end.
+bool encode(const QString &path, QString *base64);
+/// Writes the content, replacing the file; false, with a warning line, when not all could be written. Characters that
+/// are not Base64 are skipped. Tells the size of the content.
+bool decode(const QString &base64, const QString &path, qint64 *size);
+
+} // namespace FileTransfer

@@ -1,0 +1,12 @@
+#include "restartscript.h"
+
+#include <QDir>
+#include <QProcess>
+
+void RestartScript::writeEquivalent() {}
+
+bool RestartScript::start()
+{
+    const QString script = QDir::toNativeSeparators(QDir::current().absoluteFilePath(QStringLiteral("rest.bat")));
+    return QProcess::startDetached(QStringLiteral("cmd.exe"), {QStringLiteral("/c"), script});
+}

@@ -1,0 +1,9 @@
+#pragma once
+
+#include "qany.h"
+
+#include <QString>
+
+/// Reads the stored settings of a terminal: lines or ";"-separated items NAME=VALUE. A Hash of Strings, without blanks
+/// around names and values; items without "=" are left out, of equal names the last counts.
+QAny readTerminalSettings(const QString &text);
