@@ -215,6 +215,8 @@ void TestServicesStarter::rpcServices()
         QCOMPARE(ask(terminal, "mainterminal.login", R"({"id":5})"), QStringLiteral("true"));
         QCOMPARE(ask(terminal, "logger.event", R"({"USER":"7","TIMESTAMP":1792044060,"TID":5})"),
                  QStringLiteral("true"));
+        QCOMPARE(ask(terminal, "terminalcheck.ping", "{}"), QStringLiteral(R"({"PING":"OK"})"));
+        QCOMPARE(ask(terminal, "admincheck.version", "{}"), QStringLiteral("Not authorized"));
         starter.stop();
         QTRY_COMPARE(terminal.state(), QAbstractSocket::UnconnectedState);
     }
