@@ -70,9 +70,9 @@ QAny TerminalService::logIn(const QString &connectionId, const QAny &params)
     if (!params.isHash() || !params.lookup(kIdKey).isInteger())
         return wrongLogin();
     const qint64 number = params.lookup(kIdKey).asInteger();
-    // To every user of terminalNumber() a negative number means "not logged in", and a longer one would be another
-    // terminal's when cut.
-    if (number < 0 || number > std::numeric_limits<int>::max())
+    // One that does not fit would be another terminal's when cut. A negative one logs in, but its events and log lines
+    // are refused: to every user of terminalNumber() it reads as "not logged in".
+    if (number < std::numeric_limits<int>::min() || number > std::numeric_limits<int>::max())
         return wrongLogin();
     const int terminal = static_cast<int>(number);
     if (!m_pendingConnections.contains(connectionId))
