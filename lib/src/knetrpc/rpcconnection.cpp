@@ -167,9 +167,9 @@ void RpcConnection::onError(QAbstractSocket::SocketError socketError)
 void RpcConnection::onReadyRead()
 {
     const QPointer<RpcConnection> self(this);
-    handleInput();
-    if (self)
-        flushNow();
+    const int handled = handleInput(self);
+    if (self && handled > 0)
+        noteActivity();
 }
 
 /// What is left for the next turn of the event loop. Posted rather than timed: a timer would not serve the event loops
@@ -188,24 +188,15 @@ void RpcConnection::takeTurn()
     onReadyRead();
 }
 
-/// Spares the event loop a round of waiting until the socket can be written.
-void RpcConnection::flushNow()
+/// Messages of this turn; self tells whether there still is an object.
+int RpcConnection::handleInput(const QPointer<RpcConnection> &self)
 {
-    if (m_ended || m_socketScopes > 0 || state() != ConnectedState || bytesToWrite() == 0)
-        return;
-    const SocketScope scope(this);
-    flush();
-}
-
-void RpcConnection::handleInput()
-{
-    const QPointer<RpcConnection> self(this);
-    for (int handled = 0; handled < m_limits.maxMessagesPerTurn; ++handled) {
-        if (m_ended)
-            return;
+    for (int handled = 0;; ++handled) {
+        if (m_ended || handled == m_limits.maxMessagesPerTurn)
+            return handled;
         if (m_closing) {
             readAll();
-            return;
+            return handled;
         }
         QAny message;
         switch (readMessage(&message)) {
@@ -214,17 +205,22 @@ void RpcConnection::handleInput()
         case Input::Exhausted:
             if (m_peerGone)
                 end();
-            return;
+            return handled;
         case Input::Broken:
-            return closeConnection();
+            closeConnection();
+            return handled;
         }
         if (hasInput() || m_peerGone)
             scheduleTurn(); // for what is over after this turn, and for an event loop in the handler
-        const bool accepted = handle(message);
+        ++m_handling;
+        const bool accepted = m_controller->handleMessage(this, message);
         if (!self)
-            return;
-        if (!accepted && !m_closing && !m_peerGone)
-            return closeConnection();
+            return handled;
+        --m_handling;
+        if (!accepted && !m_closing && !m_peerGone) {
+            closeConnection();
+            return handled;
+        }
     }
 }
 
@@ -275,18 +271,6 @@ void RpcConnection::dropInput()
     m_reader.reset();
 }
 
-bool RpcConnection::handle(const QAny &message)
-{
-    const QPointer<RpcConnection> self(this);
-    ++m_handling;
-    const bool accepted = m_controller->handleMessage(this, message);
-    if (!self)
-        return false;
-    --m_handling;
-    noteActivity();
-    return accepted;
-}
-
 void RpcConnection::noteActivity()
 {
     m_lastActivity.start();
@@ -298,7 +282,7 @@ void RpcConnection::onBytesWritten(qint64 bytes)
     flushOutput();
 }
 
-/// Messages only note their time, so that the timer need not be set for each; it follows up here.
+/// Turns only note their time, so that the timer need not be set for each; it follows up here.
 void RpcConnection::onActivityTimeout()
 {
     const qint64 idle = m_handling > 0 ? 0 : m_lastActivity.elapsed();

@@ -6,6 +6,7 @@
 
 #include <QByteArray>
 #include <QElapsedTimer>
+#include <QPointer>
 #include <QSet>
 #include <QString>
 #include <QTcpSocket>
@@ -72,11 +73,9 @@ private:
     Input readMessage(QAny *message);
     bool fillInput();
     bool hasInput() const;
-    void handleInput();
+    int handleInput(const QPointer<RpcConnection> &self);
     void scheduleTurn();
     void takeTurn();
-    void flushNow();
-    bool handle(const QAny &message);
     void dropInput();
     void noteActivity();
     bool flushOutput();
