@@ -16,19 +16,19 @@ RpcAdaptor::RpcAdaptor(QObject *service, QObject *parent) : QObject(parent), m_s
         const QByteArray signature = method.methodSignature();
         const int bracket = signature.indexOf('(');
         if (signature.mid(bracket) == "(QString,QAny)" && qstrcmp(method.typeName(), "QAny") == 0)
-            m_methods.insert(QString::fromLatin1(signature.left(bracket)), method);
+            m_methods.insert_or_assign(QString::fromLatin1(signature.left(bracket)), method);
     }
 }
 
-QAny RpcAdaptor::invokeMethod(const QString &connectionId, const QString &method, const QAny &params)
+QAny RpcAdaptor::invokeMethod(const QString &connectionId, QStringView method, const QAny &params)
 {
-    const auto found = m_methods.constFind(method);
-    if (found == m_methods.constEnd()) {
+    const auto found = m_methods.find(method);
+    if (found == m_methods.end()) {
         qWarning() << "KNet::RpcAdaptor::invokeMethod()"
                    << "no such method name" << method;
         return rpcError(NoSuchMethod);
     }
-    const QMetaMethod slot = *found; // the table may go while the slot runs
+    const QMetaMethod slot = found->second; // the table may go while the slot runs
     QAny result;
     if (!m_service || !slot.invoke(m_service, Qt::DirectConnection, Q_RETURN_ARG(QAny, result),
                                    Q_ARG(QString, connectionId), Q_ARG(QAny, params))) {

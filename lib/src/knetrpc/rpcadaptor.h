@@ -2,11 +2,14 @@
 
 #include "qany.h"
 
-#include <QHash>
 #include <QMetaMethod>
 #include <QObject>
 #include <QPointer>
 #include <QStringList>
+#include <QStringView>
+
+#include <functional>
+#include <map>
 
 namespace KNet {
 
@@ -23,11 +26,11 @@ public:
     const QStringList &requirements() const { return m_requirements; }
 
     /// {"result": value} or {"error": {…}}. The service may run the event loop, in which this adaptor may end.
-    QAny invokeMethod(const QString &connectionId, const QString &method, const QAny &params);
+    QAny invokeMethod(const QString &connectionId, QStringView method, const QAny &params);
 
 private:
     QPointer<QObject> m_service;
-    QHash<QString, QMetaMethod> m_methods;
+    std::map<QString, QMetaMethod, std::less<>> m_methods; // found by a piece of a text
     QStringList m_requirements;
 };
 

@@ -54,7 +54,8 @@ RpcController::~RpcController()
     m_pingTimer.stop();
     close();
     endWaitingCalls();
-    qDeleteAll(std::exchange(m_services, {}));
+    for (const auto &service : std::exchange(m_services, {}))
+        delete service.second;
     const auto connections = std::exchange(m_connections, {});
     for (RpcConnection *connection : connections) {
         if (connection->detach())
@@ -95,31 +96,32 @@ void RpcController::close()
 
 bool RpcController::registerService(const QString &name, QObject *service)
 {
-    if (m_services.contains(name))
+    if (adaptorOf(name))
         return false;
-    m_services.insert(name, new RpcAdaptor(service, this));
+    m_services.emplace(name, new RpcAdaptor(service, this));
     return true;
 }
 
 bool RpcController::unregisterService(const QString &name)
 {
-    RpcAdaptor *adaptor = m_services.take(name);
+    RpcAdaptor *adaptor = adaptorOf(name);
     if (!adaptor)
         return false;
+    m_services.erase(name);
     adaptor->deleteLater();
     return true;
 }
 
 void RpcController::addServiceRequirement(const QString &service, const QString &token)
 {
-    RpcAdaptor *adaptor = m_services.value(service);
+    RpcAdaptor *adaptor = adaptorOf(service);
     if (adaptor && !adaptor->requirements().contains(token))
         adaptor->requirements().append(token);
 }
 
 void RpcController::removeServiceRequirement(const QString &service, const QString &token)
 {
-    if (RpcAdaptor *adaptor = m_services.value(service))
+    if (RpcAdaptor *adaptor = adaptorOf(service))
         adaptor->requirements().removeAll(token);
 }
 
@@ -313,11 +315,17 @@ bool RpcController::handleMessage(RpcConnection *connection, const QAny &message
     return true;
 }
 
+RpcAdaptor *RpcController::adaptorOf(QStringView service) const
+{
+    const auto found = m_services.find(service);
+    return found == m_services.end() ? nullptr : found->second;
+}
+
 /// Null, with the reason, when the service is unknown or the connection lacks a token that it requires.
-RpcAdaptor *RpcController::authorizedAdaptor(const RpcConnection &connection, const QString &service,
+RpcAdaptor *RpcController::authorizedAdaptor(const RpcConnection &connection, QStringView service,
                                              RpcErrorCode *refusal) const
 {
-    RpcAdaptor *adaptor = m_services.value(service);
+    RpcAdaptor *adaptor = adaptorOf(service);
     if (!adaptor) {
         *refusal = NoSuchService;
         return nullptr;
@@ -337,11 +345,11 @@ bool RpcController::handleCall(const RpcConnection &connection, const QString &i
     const QString connectionId = connection.connectionId(); // the connection may end while the service runs
     const int dot = method.indexOf(QLatin1Char('.'));
     RpcErrorCode refusal = NoSuchService;
-    RpcAdaptor *adaptor = dot < 0 ? nullptr : authorizedAdaptor(connection, method.left(dot), &refusal);
+    RpcAdaptor *adaptor = dot < 0 ? nullptr : authorizedAdaptor(connection, QStringView(method).left(dot), &refusal);
     if (!adaptor)
         return respond(connectionId, id, rpcError(refusal));
     const QPointer<RpcController> self(this);
-    const QAny body = adaptor->invokeMethod(connectionId, method.mid(dot + 1), params);
+    const QAny body = adaptor->invokeMethod(connectionId, QStringView(method).mid(dot + 1), params);
     return self && respond(connectionId, id, body);
 }
 
@@ -349,10 +357,10 @@ void RpcController::handleNotification(const RpcConnection &connection, const QS
 {
     const int dot = method.indexOf(QLatin1Char('.'));
     RpcErrorCode refusal = NoSuchService;
-    RpcAdaptor *adaptor = dot < 0 ? nullptr : authorizedAdaptor(connection, method.left(dot), &refusal);
+    RpcAdaptor *adaptor = dot < 0 ? nullptr : authorizedAdaptor(connection, QStringView(method).left(dot), &refusal);
     // Deliberate: the name begins with the dot, so notifications reach no service method.
     if (adaptor)
-        adaptor->invokeMethod(connection.connectionId(), method.mid(dot), params);
+        adaptor->invokeMethod(connection.connectionId(), QStringView(method).mid(dot), params);
 }
 
 /// The body has one member, the result or the error.

@@ -13,6 +13,8 @@
 #include <QVector>
 
 #include <deque>
+#include <functional>
+#include <map>
 #include <memory>
 
 namespace KNet {
@@ -132,7 +134,8 @@ private:
     void handleNotification(const RpcConnection &connection, const QString &method, const QAny &params);
     void handleAnswer(const RpcConnection &connection, const QString &id, const QAny &response);
     bool respond(const QString &connectionId, const QString &id, const QAny &body);
-    RpcAdaptor *authorizedAdaptor(const RpcConnection &connection, const QString &service, RpcErrorCode *refusal) const;
+    RpcAdaptor *adaptorOf(QStringView service) const;
+    RpcAdaptor *authorizedAdaptor(const RpcConnection &connection, QStringView service, RpcErrorCode *refusal) const;
     RpcConnection *addConnection(bool incoming);
     void complete();
 
@@ -142,7 +145,7 @@ private:
     int m_defaultTimeout = kDefaultTimeoutMs;
     QTimer m_sweepTimer;
     QTimer m_pingTimer;
-    QMap<QString, RpcAdaptor *> m_services;
+    std::map<QString, RpcAdaptor *, std::less<>> m_services; // found by a piece of a text
     QMap<QString, RpcConnection *> m_connections;
     QMap<QString, RpcPendingCall *> m_pendingCalls;
     QSet<QString> m_pinged;
