@@ -13,18 +13,6 @@ void RpcQuestion::ask(KNet::RpcController *controller, const QString &connection
     KNet::RpcCall(controller).call(connectionId, method, params, question, SLOT(onAnswer(QString, QAny)), timeoutMs);
 }
 
-int RpcQuestion::errorCode(const QAny &answer)
-{
-    return answer.lookup(QStringLiteral("error")).lookup(QStringLiteral("code")).toInt();
-}
-
-QString RpcQuestion::errorText(const QAny &answer)
-{
-    const QAny &error = answer.lookup(QStringLiteral("error"));
-    return error.lookup(QStringLiteral("code")).toString() + QLatin1Char(' ') +
-           error.lookup(QStringLiteral("message")).toString();
-}
-
 void RpcQuestion::onAnswer(const QString &, const QAny &answer)
 {
     deleteLater();

@@ -24,11 +24,6 @@ public:
     static void ask(KNet::RpcController *controller, const QString &connectionId, const QString &method,
                     const QAny &params, int timeoutMs, QObject *parent, Handler handler);
 
-    /// Code of an error, 0 for any other answer.
-    static int errorCode(const QAny &answer);
-    /// Code and message of an error, as in "3200 Duplicated terminal 5 connection".
-    static QString errorText(const QAny &answer);
-
 public Q_SLOTS:
     void onAnswer(const QString &connectionId, const QAny &answer);
 

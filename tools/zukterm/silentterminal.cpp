@@ -2,7 +2,7 @@
 
 #include "fleetcontext.h"
 #include "reconnectdelay.h"
-#include "rpcquestion.h"
+#include "rpcprotocol.h"
 #include "runlog.h"
 #include "runtotals.h"
 #include "termoptions.h"
@@ -100,7 +100,7 @@ void SilentTerminal::handle(const QAny &message)
             say(QStringLiteral("logged in"));
         } else {
             ++m_context.totals.refusedLogins;
-            say(QStringLiteral("login refused: ") + RpcQuestion::errorText(result.isHash() ? result : message));
+            say(QStringLiteral("login refused: ") + KNet::rpcErrorText(result.isHash() ? result : message));
             if (m_context.options.reconnectMs > 0)
                 m_retry.start(reconnectDelayMs(m_context.options.reconnectMs));
             else

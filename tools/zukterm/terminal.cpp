@@ -103,10 +103,10 @@ void Terminal::onLogin(const QAny &answer)
     }
     ++m_context.totals.refusedLogins;
     const QString refusal = QStringLiteral("login refused: ");
-    if (RpcQuestion::errorCode(answer) == 0) // its answer to a connection that may not log in (again)
+    if (KNet::rpcErrorCode(answer) == 0) // its answer to a connection that may not log in (again)
         return drop(refusal + answer.toJson());
     // The connection stays, as that of a terminal whose number is still taken by its lost connection.
-    say(refusal + RpcQuestion::errorText(answer));
+    say(refusal + KNet::rpcErrorText(answer));
     if (m_context.options.reconnectMs == 0)
         return drop(QStringLiteral("not tried again"));
     retryLater();
@@ -168,12 +168,12 @@ void Terminal::onDisconnected()
 template <typename Handler> void Terminal::ask(const QString &method, const QAny &params, Handler handler)
 {
     const auto onAnswer = [this, method, handler](const QAny &answer) {
-        switch (RpcQuestion::errorCode(answer)) {
+        switch (KNet::rpcErrorCode(answer)) {
         case KNet::ConnectionClosed: // onDisconnected() follows
             return;
         case KNet::ConnectionError:
         case KNet::CallTimeout:
-            return drop(QStringLiteral("%1: %2").arg(method, RpcQuestion::errorText(answer)));
+            return drop(QStringLiteral("%1: %2").arg(method, KNet::rpcErrorText(answer)));
         default:
             if constexpr (std::is_member_function_pointer_v<Handler>)
                 (this->*handler)(answer);
@@ -331,7 +331,7 @@ void Terminal::makeCall()
     // Past ask(), since a method that takes long is no reason to give the connection up.
     RpcQuestion::ask(&m_context.controller, m_connectionId, call.method, call.params, m_context.options.timeoutMs, this,
                      [this](const QAny &answer) {
-                         if (RpcQuestion::errorCode(answer) != KNet::ConnectionClosed)
+                         if (KNet::rpcErrorCode(answer) != KNet::ConnectionClosed)
                              onCallAnswer(answer);
                      });
 }
@@ -340,11 +340,11 @@ void Terminal::onCallAnswer(const QAny &answer)
 {
     m_isCalling = false;
     const QString &method = m_context.options.calls.at(m_nextCall - 1).method;
-    if (RpcQuestion::errorCode(answer) == 0) {
+    if (KNet::rpcErrorCode(answer) == 0) {
         ++m_context.totals.callsAnswered;
         say(QStringLiteral("%1 answers %2").arg(method, answer.toJson()));
     } else {
-        say(QStringLiteral("%1 fails: %2").arg(method, RpcQuestion::errorText(answer)));
+        say(QStringLiteral("%1 fails: %2").arg(method, KNet::rpcErrorText(answer)));
     }
     proceed();
     Q_EMIT progressed();

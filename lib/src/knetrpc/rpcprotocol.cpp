@@ -2,6 +2,14 @@
 
 namespace KNet {
 
+namespace {
+
+const QString kErrorKey = QStringLiteral("error");
+const QString kCodeKey = QStringLiteral("code");
+const QString kMessageKey = QStringLiteral("message");
+
+} // namespace
+
 QString rpcErrorText(RpcErrorCode code)
 {
     switch (code) {
@@ -25,13 +33,24 @@ QString rpcErrorText(RpcErrorCode code)
 
 QAny rpcError(int code, const QString &message)
 {
-    const QAny error{{QStringLiteral("code"), code}, {QStringLiteral("message"), message}};
-    return {{QStringLiteral("error"), error}};
+    const QAny error{{kCodeKey, code}, {kMessageKey, message}};
+    return {{kErrorKey, error}};
 }
 
 QAny rpcError(RpcErrorCode code)
 {
     return rpcError(code, rpcErrorText(code));
+}
+
+int rpcErrorCode(const QAny &answer)
+{
+    return answer.lookup(kErrorKey).lookup(kCodeKey).toInt();
+}
+
+QString rpcErrorText(const QAny &answer)
+{
+    const QAny &error = answer.lookup(kErrorKey);
+    return error.lookup(kCodeKey).toString() + QLatin1Char(' ') + error.lookup(kMessageKey).toString();
 }
 
 } // namespace KNet

@@ -20,6 +20,10 @@ QString rpcErrorText(RpcErrorCode code);
 /// {"error": {"code": …, "message": …}}: what a caller gets instead of a result.
 QAny rpcError(int code, const QString &message);
 QAny rpcError(RpcErrorCode code);
+/// Code of such an error, 0 for any other answer.
+int rpcErrorCode(const QAny &answer);
+/// Code and message of such an error, as in "3200 Duplicated terminal 5 connection".
+QString rpcErrorText(const QAny &answer);
 
 /// Bounds that keep one peer from taking the process down. Each that is met gives one warning line.
 struct RpcLimits {
