@@ -1,13 +1,10 @@
 #include "terminalrows.h"
 
 #include <QDateTime>
-#include <QStringList>
 
 #include <atomic>
 
 namespace {
-
-constexpr int kMaxUsers = 1000000; // a mistyped range would fill the memory
 
 /// Tells the events of this run from those of others.
 QString runName()
@@ -134,22 +131,4 @@ qint64 readEventTime(const QString &text)
             return time.toSecsSinceEpoch();
     }
     return 0;
-}
-
-bool readUsers(const QString &text, QVector<qint64> *users)
-{
-    users->clear();
-    const QStringList parts = text.split(QLatin1Char(','));
-    for (const QString &part : parts) {
-        const int dash = part.indexOf(QLatin1Char('-'));
-        bool firstOk = false;
-        bool lastOk = true;
-        const qint64 first = part.leftRef(dash).toLongLong(&firstOk);
-        const qint64 last = dash < 0 ? first : part.midRef(dash + 1).toLongLong(&lastOk);
-        if (!firstOk || !lastOk || first < 0 || last < first || last - first >= kMaxUsers - users->size())
-            return false;
-        for (qint64 user = first; user <= last; ++user)
-            users->append(user);
-    }
-    return true;
 }

@@ -3,7 +3,6 @@
 #include "qany.h"
 
 #include <QString>
-#include <QVector>
 
 /// Shapes of the rows that terminals record: events as the server's `events` takes them, log rows as `logs`.
 
@@ -32,5 +31,3 @@ QString eventText(const QAny &event);
 
 /// Unix seconds of a number or a local time like "2026-03-31 16:00" or with seconds; 0 when it is neither.
 qint64 readEventTime(const QString &text);
-/// The users of a list like "1-40,57"; false when it is none.
-bool readUsers(const QString &text, QVector<qint64> *users);

@@ -1,8 +1,9 @@
 #include "termoptions.h"
 
+#include "idlist.h"
+#include "optionreader.h"
 #include "terminalrows.h"
 
-#include <QCommandLineParser>
 #include <QDateTime>
 
 #include <climits>
@@ -36,8 +37,8 @@ Silent terminals log in and keep their connection alive, but answer no call and 
 Exit code: 0 done, 1 something was refused or not answered, 2 wrong usage.
 )";
 
-/// The options as the command line names them, and their reading into TermOptions. The first fault is kept.
-class TermArguments
+/// The options as the command line names them, and their reading into TermOptions.
+class TermArguments : private OptionReader
 {
 public:
     explicit TermArguments(TermOptions &options) : m_options(options)
@@ -66,7 +67,7 @@ public:
         readSent();
         readRun();
         checkTogether();
-        return m_fault;
+        return fault();
     }
 
 private:
@@ -108,7 +109,7 @@ private:
         for (const QString &text : events)
             addEvent(text);
         m_options.sendFile = m_parser.value(m_send);
-        if (!readUsers(m_parser.value(m_users), &m_options.users))
+        if (!readIdList(m_parser.value(m_users), &m_options.users))
             blame(QStringLiteral("--users \"%1\" is not a list like 1-40,57").arg(m_parser.value(m_users)));
         if (m_parser.isSet(m_rate)) {
             bool ok = false;
@@ -179,39 +180,7 @@ private:
         m_options.calls.append(call);
     }
 
-    qint64 number(const QCommandLineOption &option, qint64 least, qint64 most)
-    {
-        bool ok = false;
-        const qint64 value = m_parser.value(option).toLongLong(&ok);
-        if (ok && value >= least && value <= most)
-            return value;
-        blameValue(option, QStringLiteral("is not a fitting number"));
-        return least;
-    }
-
-    int seconds(const QCommandLineOption &option)
-    {
-        bool ok = false;
-        const double value = m_parser.value(option).toDouble(&ok);
-        if (ok && value >= 0 && value < INT_MAX / 1000)
-            return static_cast<int>(value * 1000);
-        blameValue(option, QStringLiteral("is not a number of seconds"));
-        return 1;
-    }
-
-    void blameValue(const QCommandLineOption &option, const QString &why)
-    {
-        blame(QStringLiteral("--%1 \"%2\" ").arg(option.names().constLast(), m_parser.value(option)) + why);
-    }
-    void blame(const QString &fault)
-    {
-        if (m_fault.isEmpty())
-            m_fault = fault;
-    }
-
     TermOptions &m_options;
-    QString m_fault;
-    QCommandLineParser m_parser;
     const QCommandLineOption m_help{{"h", "help"}, "Shows this help."};
     const QCommandLineOption m_host{"host", "The server's name or address (127.0.0.1).", "name", "127.0.0.1"};
     const QCommandLineOption m_port{"port", "The server's port (3501).", "port", "3501"};

@@ -1,10 +1,10 @@
 #include "console.h"
+#include "dateperiod.h"
 #include "reports.h"
 #include "websession.h"
 
 #include <QCommandLineParser>
 #include <QCoreApplication>
-#include <QDate>
 
 #include <cstdio>
 
@@ -46,12 +46,6 @@ int fail(ExitCode code, const QString &reason)
 int outcome(WebSession::Outcome outcome, const WebSession &session)
 {
     return fail(outcome == WebSession::Refused ? kRefused : kNoConnection, session.error());
-}
-
-QDate dateOf(const QString &text)
-{
-    const QDate date = QDate::fromString(text, QStringLiteral("d.M.yyyy"));
-    return date.isValid() ? date : QDate::fromString(text, Qt::ISODate);
 }
 
 /// What one command asks the server, and how its answer is shown.
@@ -114,18 +108,13 @@ QString prepare(const QCommandLineParser &parser, const Options &options, Comman
 
     const QString &word = words.first();
     if (word == QLatin1String("wtime")) {
-        const QDate today = QDate::currentDate();
-        const QDate from =
-            parser.isSet(options.from) ? dateOf(parser.value(options.from)) : today.addDays(1 - today.day());
-        const QDate to = parser.isSet(options.to) ? dateOf(parser.value(options.to)) : today;
-        if (!from.isValid() || !to.isValid())
-            return QStringLiteral("a date reads 31.3.2025 or 2025-03-31");
-        if (to < from)
-            return QStringLiteral("the period ends before it begins");
-        const QString form = QStringLiteral("d.M.yyyy");
+        DatePeriod period;
+        const QString mistake = readPeriod(parser.value(options.from), parser.value(options.to), &period);
+        if (!mistake.isEmpty())
+            return mistake;
         *command = {QStringLiteral("getWTime"),
-                    QAny{{QStringLiteral("STARTDATE"), from.toString(form)},
-                         {QStringLiteral("ENDDATE"), to.toString(form)},
+                    QAny{{QStringLiteral("STARTDATE"), serverDate(period.from)},
+                         {QStringLiteral("ENDDATE"), serverDate(period.to)},
                          {QStringLiteral("PAIRS"), parser.isSet(options.pairs)}},
                     Reports::workTime};
     } else if (word == QLatin1String("presence")) {

@@ -1,5 +1,6 @@
 #include "reports.h"
 
+#include "packedtext.h"
 #include "texttable.h"
 
 #include <QDateTime>
@@ -16,33 +17,6 @@ const char *const kDayColumns[] = {"DATE",   "INORG",    "OUTORG",  "DELO",    "
                                    "TEREN",  "SALDOURE", "DRUGO",   "PRAZNIK", "NOČNO"};
 constexpr int kFixedDayColumns = 6;
 
-QString textOf(const QAny &cell)
-{
-    return (cell.isHash() ? cell.lookup(QStringLiteral("UWVS")) : cell).toString();
-}
-
-QString textOf(const QAny &row, const QString &key)
-{
-    return textOf(row.lookup(key));
-}
-
-bool isNothing(const QString &text)
-{
-    static const QSet<QString> nothing{QString(), QStringLiteral("0"), QStringLiteral("00:00"),
-                                       QStringLiteral("00:00:00")};
-    return nothing.contains(text);
-}
-
-/// Titles of a packed table's columns by key.
-QHash<QString, QString> titlesOf(const QAny &table)
-{
-    QHash<QString, QString> titles;
-    const QAny header = table.lookup(QStringLiteral("HEADER"));
-    for (int i = 0; i < header.count(); ++i)
-        titles.insert(textOf(header.at(i), QStringLiteral("KEY")), textOf(header.at(i), QStringLiteral("TXT")));
-    return titles;
-}
-
 QString titled(const QString &title, const TextTable &table)
 {
     return table.isEmpty() ? QString() : QLatin1Char('\n') + title + QLatin1Char('\n') + table.toText();
@@ -51,14 +25,14 @@ QString titled(const QString &title, const TextTable &table)
 QString days(const QAny &table)
 {
     const QAny rows = table.lookup(QStringLiteral("TABLE"));
-    const QHash<QString, QString> titles = titlesOf(table);
+    const QHash<QString, QString> titles = packedTitles(table);
     QStringList shown;
     TextTable text;
     for (int i = 0; i < int(std::size(kDayColumns)); ++i) {
         const QString key = QString::fromUtf8(kDayColumns[i]);
         bool isShown = i < kFixedDayColumns;
         for (int r = 0; !isShown && r < rows.count(); ++r)
-            isShown = !isNothing(textOf(rows.at(r), key));
+            isShown = !isNothing(packedText(rows.at(r), key));
         if (!isShown)
             continue;
         shown.append(key);
@@ -66,11 +40,11 @@ QString days(const QAny &table)
         text.addColumn(titles.value(key, key), isWord ? TextTable::Left : TextTable::Right);
     }
     for (int r = 0; r < rows.count(); ++r) {
-        if (textOf(rows.at(r), QStringLiteral("DATE")) == QLatin1String("SKUPAJ"))
+        if (packedText(rows.at(r), QStringLiteral("DATE")) == QLatin1String("SKUPAJ"))
             text.addRule();
         QStringList cells;
         for (const QString &key : qAsConst(shown))
-            cells.append(textOf(rows.at(r), key));
+            cells.append(packedText(rows.at(r), key));
         text.addRow(cells);
     }
     return text.isEmpty() ? QString() : text.toText();
@@ -86,11 +60,11 @@ QString sums(const QAny &table)
     QString text;
     QString line;
     for (int i = 0; i < header.count(); ++i) {
-        const QString key = textOf(header.at(i), QStringLiteral("KEY"));
-        const QString value = textOf(row, key);
+        const QString key = packedText(header.at(i), QStringLiteral("KEY"));
+        const QString value = packedText(row, key);
         if (noSums.contains(key) || isNothing(value))
             continue;
-        const QString item = printable(textOf(header.at(i), QStringLiteral("TXT")) + QLatin1Char(' ') + value);
+        const QString item = printable(packedText(header.at(i), QStringLiteral("TXT")) + QLatin1Char(' ') + value);
         if (line.size() + item.size() > kLineWidth) {
             text += line + QLatin1Char('\n');
             line.clear();
@@ -107,7 +81,7 @@ QString pairs(const QAny &list)
         table.addColumn(QString::fromLatin1(title), qstrcmp(title, "Time") == 0 ? TextTable::Right : TextTable::Left);
     for (int i = 0; i < list.count(); ++i) {
         const QAny &pair = list.at(i);
-        const auto text = [&pair](const char *key) { return textOf(pair, QString::fromLatin1(key)); };
+        const auto text = [&pair](const char *key) { return packedText(pair, QString::fromLatin1(key)); };
         QStringList remarks{text("REMARK"), text("REMARK2")};
         remarks.removeAll(QString());
         const QString event = text("AC2").isEmpty() ? text("AC") : text("AC2");
@@ -125,9 +99,9 @@ QString remarks(const QAny &dayTable)
     table.addColumn(QStringLiteral("Remark"));
     const QAny rows = dayTable.lookup(QStringLiteral("TABLE"));
     for (int i = 0; i < rows.count(); ++i) {
-        const QString remark = textOf(rows.at(i), QStringLiteral("OPOMBA"));
+        const QString remark = packedText(rows.at(i), QStringLiteral("OPOMBA"));
         if (!remark.isEmpty())
-            table.addRow({textOf(rows.at(i), QStringLiteral("DATE")), remark});
+            table.addRow({packedText(rows.at(i), QStringLiteral("DATE")), remark});
     }
     return titled(QStringLiteral("Remarks"), table);
 }
@@ -141,7 +115,7 @@ QString warnings(const QAny &list)
         const QAny &entry = list.at(i);
         const qint64 day = entry.lookup(QStringLiteral("DATESTAMP")).toInteger();
         table.addRow({day ? QDateTime::fromSecsSinceEpoch(day).toString(QStringLiteral("d.M.yyyy")) : QString(),
-                      textOf(entry, QStringLiteral("CODE")), textOf(entry, QStringLiteral("NAPAKA"))});
+                      packedText(entry, QStringLiteral("CODE")), packedText(entry, QStringLiteral("NAPAKA"))});
     }
     return titled(QStringLiteral("Warnings"), table);
 }
@@ -163,8 +137,8 @@ QString Reports::presence(const QAny &data)
         table.addColumn(QString::fromLatin1(title));
     for (int i = 0; i < list.count(); ++i) {
         const QAny &row = list.at(i);
-        table.addRow({textOf(row, QStringLiteral("NAME")), textOf(row, QStringLiteral("CODE")),
-                      textOf(row, QStringLiteral("REMARK"))});
+        table.addRow({packedText(row, QStringLiteral("NAME")), packedText(row, QStringLiteral("CODE")),
+                      packedText(row, QStringLiteral("REMARK"))});
     }
     return table.isEmpty() ? QStringLiteral("Nobody is listed.\n") : table.toText();
 }
@@ -193,7 +167,7 @@ QString Reports::saldo(const QAny &data)
             text += QLatin1Char('\n');
         for (const auto &line : lines)
             text += QString::fromLatin1(line.title).leftJustified(26) +
-                    printable(textOf(rows.at(i), QString::fromLatin1(line.key))) + QLatin1Char('\n');
+                    printable(packedText(rows.at(i), QString::fromLatin1(line.key))) + QLatin1Char('\n');
     }
     return text.isEmpty() ? QStringLiteral("No balance is stored.\n") : text;
 }

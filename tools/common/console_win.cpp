@@ -1,6 +1,7 @@
 #include "console.h"
 
-#include <cstdio>
+#include <fcntl.h>
+#include <io.h>
 #include <iostream>
 #include <string>
 
@@ -9,6 +10,12 @@
 void Console::prepare()
 {
     SetConsoleOutputCP(CP_UTF8);
+    _setmode(_fileno(stdout), _O_BINARY);
+}
+
+bool Console::isTerminal(FILE *stream)
+{
+    return _isatty(_fileno(stream)) != 0;
 }
 
 QString Console::readPassword(const char *prompt)
