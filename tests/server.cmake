@@ -3,6 +3,7 @@ set(ZUK_SCHEMA_FILE ${CMAKE_SOURCE_DIR}/packaging/attendance-schema.sql)
 
 zuk_test(tst_webmetods zuk_web)
 zuk_test(tst_echoserver zuk_web)
+zuk_test(tst_sslechoserver zuk_web)
 zuk_test(tst_servicesstarter zuk_host)
 zuk_test(tst_zuk3server zuk_storage Qt5::WebSockets)
 zuk_test(tst_zukweb zuk_web)

@@ -1,0 +1,189 @@
+#include "sslechoserver.h"
+
+#include <QDir>
+#include <QFile>
+#include <QMetaMethod>
+#include <QProcess>
+#include <QRegularExpression>
+#include <QSignalSpy>
+#include <QSslConfiguration>
+#include <QTemporaryDir>
+#include <QTest>
+#include <QWebSocket>
+
+/// A client that trusts everybody and speaks the given versions.
+class TlsClient
+{
+public:
+    TlsClient(quint16 port, QSsl::SslProtocol versions)
+    {
+        QSslConfiguration configuration = QSslConfiguration::defaultConfiguration();
+        configuration.setPeerVerifyMode(QSslSocket::VerifyNone);
+        configuration.setProtocol(versions);
+        socket.setSslConfiguration(configuration);
+        socket.open(QUrl(QStringLiteral("wss://127.0.0.1:%1").arg(port)));
+    }
+
+    QWebSocket socket;
+};
+
+/// The web server over TLS with real handshakes; what it shares with the plain one is tested there.
+class TestSslEchoServer : public QObject
+{
+    Q_OBJECT
+private Q_SLOTS:
+    void initTestCase();
+    void cleanupTestCase();
+
+    void signalsAndSlotsInOrder();
+    void answersOverTls_data();
+    void answersOverTls();
+    void newerVersionsOnlyAreRefused();
+    void handshakesFailWithoutFiles_data();
+    void handshakesFailWithoutFiles();
+    void portInUse();
+
+private:
+    QString m_formerFolder;
+    QTemporaryDir m_folder;
+};
+
+void TestSslEchoServer::initTestCase()
+{
+    // A policy of this process alone that lets the old version pass; read when the library is first used.
+    QFile policy(m_folder.filePath(QStringLiteral("openssl.cnf")));
+    QVERIFY(policy.open(QIODevice::WriteOnly));
+    policy.write("openssl_conf = all\n[all]\nssl_conf = ssl\n[ssl]\nsystem_default = ours\n"
+                 "[ours]\nMinProtocol = TLSv1\nCipherString = ALL:@SECLEVEL=0\n");
+    policy.close();
+    QProcess openssl;
+    openssl.setWorkingDirectory(m_folder.path());
+    openssl.start(QStringLiteral("openssl"), {"req", "-x509", "-newkey", "rsa:2048", "-nodes", "-subj", "/CN=localhost",
+                                              "-days", "2", "-keyout", "site.key", "-out", "site.cert"});
+    QVERIFY2(openssl.waitForFinished(), "the command openssl is needed");
+    QCOMPARE(openssl.exitCode(), 0);
+    qputenv("OPENSSL_CONF", QFile::encodeName(policy.fileName()));
+
+    m_formerFolder = QDir::currentPath();
+    QVERIFY(QDir::setCurrent(m_folder.path()));
+    for (const char *copy :
+         {"site.cert nokey.cert", "site.key nocert.key", "site.cert swapped.key", "site.key swapped.cert"})
+        QVERIFY(QFile::copy(QString(copy).section(' ', 0, 0), QString(copy).section(' ', 1)));
+}
+
+void TestSslEchoServer::cleanupTestCase()
+{
+    QDir::setCurrent(m_formerFolder);
+}
+
+void TestSslEchoServer::signalsAndSlotsInOrder()
+{
+    const QMetaObject &meta = SslEchoServer::staticMetaObject;
+    QByteArray found;
+    for (int i = meta.methodOffset(); i < meta.methodCount(); ++i)
+        found += meta.method(i).methodSignature() + ' ';
+    QCOMPARE(found, QByteArray("newRequest(QAny) newEvent(QString) newAnswer(QAny) onNewConnection() "
+                               "processTextMessage(QString) processBinaryMessage(QByteArray) socketDisconnected() "
+                               "onSslErrors(QList<QSslError>) "));
+}
+
+void TestSslEchoServer::answersOverTls_data()
+{
+    QTest::addColumn<int>("versions");
+    QTest::newRow("a client of this version") << int(QSsl::TlsV1_0);
+    QTest::newRow("a client that would take a newer one") << int(QSsl::TlsV1_0OrLater);
+}
+
+void TestSslEchoServer::answersOverTls()
+{
+    QFETCH(int, versions);
+    QTest::ignoreMessage(QtDebugMsg, "WebSocket 1");
+    QTest::ignoreMessage(QtDebugMsg, "WebSocket 2");
+    QTest::ignoreMessage(QtDebugMsg, QRegularExpression("^SSL Echo Server listening on port [1-9]\\d*$"));
+    SslEchoServer server(0, QStringLiteral("site"));
+    QSignalSpy requests(&server, &SslEchoServer::newRequest);
+    QSignalSpy events(&server, &SslEchoServer::newEvent);
+    QSignalSpy answers(&server, &SslEchoServer::newAnswer);
+
+    for (const char *line : {"^New Connection$", "^Message received: \"\\{\\}\"$", "^Answer sent:$",
+                             "^Binary Message received: ", "^socketDisconnected: QWebSocket"})
+        QTest::ignoreMessage(QtDebugMsg, QRegularExpression(line));
+    TlsClient client(server.serverPort(), QSsl::SslProtocol(versions));
+    QSignalSpy connected(&client.socket, &QWebSocket::connected);
+    QVERIFY(connected.wait());
+    QCOMPARE(client.socket.sslConfiguration().sessionProtocol(), QSsl::TlsV1_0);
+    QVERIFY(!client.socket.sslConfiguration().peerCertificate().isNull());
+
+    QSignalSpy texts(&client.socket, &QWebSocket::textMessageReceived);
+    QSignalSpy binaries(&client.socket, &QWebSocket::binaryMessageReceived);
+    client.socket.sendTextMessage(QStringLiteral("{}"));
+    client.socket.sendBinaryMessage(QByteArray(100000, '\0'));
+    QTRY_COMPARE(binaries.count(), 1);
+    QCOMPARE(binaries.first().first().toByteArray(), QByteArray(100000, '\0'));
+    QCOMPARE(texts.count(), 1);
+    const QAny answer = QAny::fromJson(texts.first().first().toString());
+    QCOMPARE(answer.lookup("data").lookup("reason").toString(), QStringLiteral("Not tag!"));
+    QCOMPARE(requests.count(), 1);
+    QCOMPARE(answers.count(), 1);
+    client.socket.close();
+    QTRY_COMPARE(events.count(), 3);
+    QVERIFY(events.at(0).first().toString().startsWith(QLatin1String("New Connection: ")));
+    QVERIFY(events.at(1).first().toString().startsWith(QLatin1String("ANS: {")));
+    QVERIFY(events.at(2).first().toString().startsWith(QLatin1String("socketDisconnected: ")));
+}
+
+void TestSslEchoServer::newerVersionsOnlyAreRefused()
+{
+    SslEchoServer server(0, QStringLiteral("site"));
+    QSignalSpy events(&server, &SslEchoServer::newEvent);
+    // The reason is told once, and not for every browser that tries.
+    QTest::ignoreMessage(QtWarningMsg, QRegularExpression("^SslEchoServer::handshakeFailed either .*TLS 1.0.*refuses"));
+    for (int i = 0; i < 2; ++i) {
+        QTest::ignoreMessage(QtDebugMsg, "Ssl errors occurred");
+        TlsClient client(server.serverPort(), QSsl::TlsV1_2OrLater);
+        QSignalSpy ended(&client.socket, &QWebSocket::disconnected);
+        QVERIFY(ended.wait());
+    }
+    TlsClient client(server.serverPort(), QSsl::TlsV1_0);
+    QSignalSpy connected(&client.socket, &QWebSocket::connected);
+    QVERIFY(connected.wait());
+    QTRY_COMPARE(events.count(), 1); // of the third
+}
+
+void TestSslEchoServer::handshakesFailWithoutFiles_data()
+{
+    QTest::addColumn<QStringList>("warnedOf");
+    QTest::newRow("missing") << QStringList{"missing.cert", "missing.key"};
+    QTest::newRow("nocert") << QStringList{"nocert.cert"};
+    QTest::newRow("nokey") << QStringList{"nokey.key"};
+    QTest::newRow("swapped") << QStringList{"swapped.cert", "swapped.key"};
+}
+
+void TestSslEchoServer::handshakesFailWithoutFiles()
+{
+    QFETCH(QStringList, warnedOf);
+    for (const QString &file : warnedOf)
+        QTest::ignoreMessage(QtWarningMsg, QRegularExpression("^SslEchoServer::useTls nothing usable in \"" + file));
+    SslEchoServer server(0, QString(QTest::currentDataTag()));
+    QVERIFY(server.isListening());
+    QSignalSpy events(&server, &SslEchoServer::newEvent);
+    QSignalSpy failed(server.findChild<HandshakeWatch *>(), &HandshakeWatch::failed);
+    QTest::ignoreMessage(QtDebugMsg, "Ssl errors occurred");
+    TlsClient client(server.serverPort(), QSsl::TlsV1_0);
+    QSignalSpy connected(&client.socket, &QWebSocket::connected);
+    QVERIFY(failed.wait());
+    client.socket.abort();
+    QCOMPARE(connected.count() + events.count(), 0);
+    QCOMPARE(failed.count(), 1);
+}
+
+void TestSslEchoServer::portInUse()
+{
+    const SslEchoServer first(0, QStringLiteral("site"));
+    const SslEchoServer second(first.serverPort(), QStringLiteral("site"));
+    QVERIFY(first.isListening());
+    QVERIFY(!second.isListening());
+}
+
+QTEST_GUILESS_MAIN(TestSslEchoServer)
+#include "tst_sslechoserver.moc"
