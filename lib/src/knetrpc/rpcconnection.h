@@ -41,6 +41,11 @@ public:
     /// In ms; 0 for none.
     int activityTimeout() const { return m_limits.activityTimeoutMs; }
 
+    /// What the system has not taken yet.
+    qint64 queuedBytes() const { return m_output.size() + bytesToWrite(); }
+    /// What has come of a message that is not complete.
+    qint64 bytesOfMessageInProgress() const { return m_messageBytes; }
+
     /// Queues the message; false when the socket refuses it. Never blocks.
     bool send(const QAny &message);
     /// The same for a message that is JSON text already.

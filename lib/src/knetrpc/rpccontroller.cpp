@@ -170,6 +170,18 @@ QHostAddress RpcController::peerAddress(const QString &connectionId) const
     return connection ? connection->peerAddress() : QHostAddress();
 }
 
+qint64 RpcController::bytesToWrite(const QString &connectionId) const
+{
+    const RpcConnection *connection = m_connections.value(connectionId);
+    return connection ? connection->queuedBytes() : 0;
+}
+
+qint64 RpcController::bytesOfMessageInProgress(const QString &connectionId) const
+{
+    const RpcConnection *connection = m_connections.value(connectionId);
+    return connection ? connection->bytesOfMessageInProgress() : 0;
+}
+
 bool RpcController::closeConnection(const QString &connectionId)
 {
     RpcConnection *connection = m_connections.value(connectionId);

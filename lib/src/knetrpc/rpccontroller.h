@@ -74,6 +74,10 @@ public:
     /// The first connection of that name; empty when there is none.
     QString connectionIdByName(const QString &name) const;
     QHostAddress peerAddress(const QString &connectionId) const;
+    /// How far messages are that take long, in bytes: what waits for the system to take it for sending, and what has
+    /// come of a message that is not complete.
+    qint64 bytesToWrite(const QString &connectionId) const;
+    qint64 bytesOfMessageInProgress(const QString &connectionId) const;
 
     /// False for an unknown connection. A connected one is closed gracefully, any other at once.
     bool closeConnection(const QString &connectionId);
