@@ -20,30 +20,49 @@ bool isBase64(QChar character)
 bool FileTransfer::encode(const QString &path, QString *base64)
 {
     QFile file(path);
-    if (!file.open(QIODevice::ReadOnly))
-        return false;
+    return file.open(QIODevice::ReadOnly) && encode(file, base64);
+}
+
+bool FileTransfer::encode(QIODevice &device, QString *base64)
+{
     base64->clear();
-    base64->reserve(static_cast<int>((file.size() / kBytesPerGroup + 1) * kCharsPerGroup));
-    while (!file.atEnd()) {
-        const QByteArray piece = file.read(kGroupsPerPiece * kBytesPerGroup);
-        if (piece.isEmpty())
-            break;
-        base64->append(QLatin1String(piece.toBase64()));
+    base64->reserve(static_cast<int>((device.size() / kBytesPerGroup + 1) * kCharsPerGroup));
+    QByteArray piece(kGroupsPerPiece * kBytesPerGroup, Qt::Uninitialized);
+    int filled = 0;
+    qint64 length = 0;
+    // Only a whole piece has no padding; a pipe gives less than it is asked for.
+    while ((length = device.read(piece.data() + filled, piece.size() - filled)) > 0) {
+        filled += static_cast<int>(length);
+        if (filled == piece.size()) {
+            base64->append(QLatin1String(piece.toBase64()));
+            filled = 0;
+        }
     }
-    return file.error() == QFileDevice::NoError;
+    base64->append(QLatin1String(piece.left(filled).toBase64()));
+    return length == 0;
 }
 
 bool FileTransfer::decode(const QString &base64, const QString &path, qint64 *size)
 {
     *size = 0;
     QFile file(path);
-    bool ok = file.open(QIODevice::WriteOnly | QIODevice::Truncate);
+    const bool ok = file.open(QIODevice::WriteOnly | QIODevice::Truncate);
+    if (ok && decode(base64, file, size) && file.flush())
+        return true;
+    qWarning() << "FileTransfer::decode can't write" << path << file.errorString();
+    return false;
+}
+
+bool FileTransfer::decode(const QString &base64, QIODevice &device, qint64 *size)
+{
+    *size = 0;
+    bool ok = true;
     QByteArray piece;
     piece.reserve(kGroupsPerPiece * kCharsPerGroup);
     const auto write = [&] {
         const QByteArray content = QByteArray::fromBase64(piece);
         *size += content.size();
-        ok = ok && file.write(content) == content.size();
+        ok = ok && device.write(content) == content.size();
         piece.clear();
         piece.reserve(kGroupsPerPiece * kCharsPerGroup);
     };
@@ -55,8 +74,5 @@ bool FileTransfer::decode(const QString &base64, const QString &path, qint64 *si
             write();
     }
     write();
-    ok = ok && file.flush();
-    if (!ok)
-        qWarning() << "FileTransfer::decode can't write" << path << file.errorString();
     return ok;
 }
