@@ -6,6 +6,8 @@
 #include <QJsonDocument>
 #include <QTimer>
 
+#include <cstdio>
+
 QByteArray canonical(const QByteArray &json)
 {
     return QJsonDocument::fromJson(json).toJson(QJsonDocument::Compact);

@@ -318,7 +318,7 @@ void TestRpcCalls::memberIsNoSlot()
     RpcCall call(site.controller.get());
     Receiver receiver;
     call.call(peer->connectionId, "far.ask", 1, &receiver, SIGNAL(destroyed(QObject *)), 0);
-    QCOMPARE(Warnings::lines.join('|'), QStringLiteral("KNet::RpcCall::call() receiver member should be a SLOT"));
+    QCOMPARE(Warnings::lines.join('|'), "KNet::RpcCall::call() receiver member should be a SLOT");
     QCOMPARE(peer->ask(kPing), canonical(kPong));
     QVERIFY(receiver.answers.isEmpty());
     // A slot that is not there shows when the answer comes; blanks do not matter.
@@ -491,7 +491,7 @@ void TestRpcCalls::whileWaiting_data()
         [](Wait &w) {
             QVERIFY(w.call->isWaiting() && w.site.controller->hasWaitingCalls());
             QCOMPARE(text(w.call->call(w.peer.connectionId, "far.ask", 1, 0)), QByteArray("null"));
-            QCOMPARE(Warnings::lines.join('|'), QStringLiteral("KNet:RpcCall::call(): Recursive call detected"));
+            QCOMPARE(Warnings::lines.join('|'), "KNet:RpcCall::call(): Recursive call detected");
             w.answer();
         },
         "5", true);
