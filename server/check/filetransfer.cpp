@@ -2,6 +2,7 @@
 
 #include <QDebug>
 #include <QFile>
+#include <QFileInfo>
 
 namespace {
 
@@ -20,7 +21,12 @@ bool isBase64(QChar character)
 bool FileTransfer::encode(const QString &path, QString *base64)
 {
     QFile file(path);
-    return file.open(QIODevice::ReadOnly) && encode(file, base64);
+    if (!QFileInfo(file).isFile() || !file.open(QIODevice::ReadOnly))
+        return false;
+    if (file.size() <= kMaxFileBytes)
+        return encode(file, base64);
+    qWarning() << "FileTransfer::encode more than" << kMaxFileBytes << "bytes:" << path;
+    return false;
 }
 
 bool FileTransfer::encode(QIODevice &device, QString *base64)
