@@ -99,11 +99,13 @@ QAny AdminCheckService::version(QString connectionId, QAny params)
 QAny AdminCheckService::zukCmd(QString connectionId, QAny params)
 {
     begin("AdminCheckService::zukCmd", connectionId, params);
-    const int terminal = params.lookup(QStringLiteral("ZUKID")).toInt();
-    qDebug() << "idt" << terminal;
+    const qint64 number = params.lookup(QStringLiteral("ZUKID")).toInteger();
+    const int terminal = static_cast<int>(number);
+    qDebug() << "idt" << number;
     MainTerminalService *terminals = mainTerminalService();
-    if (!terminals || !terminals->isConnected(terminal))
-        return error(QStringLiteral("ZUK Terminal id=%1 not connected!").arg(terminal));
+    // A number that is too long must not mean another terminal.
+    if (!terminals || terminal != number || !terminals->isConnected(terminal))
+        return error(QStringLiteral("ZUK Terminal id=%1 not connected!").arg(number));
     if (terminal < 0)
         return error(QStringLiteral("Unknown ZUK id"));
     return terminals->callTerminal(terminal, QStringLiteral("logger.zukCmd"), params, TerminalService::kCallTimeoutMs);
