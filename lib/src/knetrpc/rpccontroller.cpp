@@ -311,19 +311,19 @@ bool RpcController::handleMessage(RpcConnection *connection, const QAny &message
     const QAny &method = message.lookup(kMethodKey);
     if (method.isString()) {
         if (!isNotification)
-            return handleCall(*connection, idText, method.asString(), message.lookup(kParamsKey));
-        handleNotification(*connection, method.asString(), message.lookup(kParamsKey));
+            return handleCall(connection, idText, method.asString(), message.lookup(kParamsKey));
+        handleNotification(connection, method.asString(), message.lookup(kParamsKey));
         return true;
     }
     const QAny &result = message.lookup(kResultKey);
     if (&result != &QAny::sharedNull() && result.isValid()) {
-        handleAnswer(*connection, idText, result);
+        handleAnswer(connection, idText, result);
         return true;
     }
     const QAny &error = message.lookup(kErrorKey);
     if (!error.isHash() || !error.lookup(kCodeKey).isInteger())
         return false;
-    handleAnswer(*connection, idText, {{kErrorKey, error}});
+    handleAnswer(connection, idText, {{kErrorKey, error}});
     return true;
 }
 
@@ -334,7 +334,7 @@ RpcAdaptor *RpcController::adaptorOf(QStringView service) const
 }
 
 /// Null, with the reason, when the service is unknown or the connection lacks a token that it requires.
-RpcAdaptor *RpcController::authorizedAdaptor(const RpcConnection &connection, QStringView service,
+RpcAdaptor *RpcController::authorizedAdaptor(RpcConnection *connection, QStringView service,
                                              RpcErrorCode *refusal) const
 {
     RpcAdaptor *adaptor = adaptorOf(service);
@@ -343,7 +343,7 @@ RpcAdaptor *RpcController::authorizedAdaptor(const RpcConnection &connection, QS
         return nullptr;
     }
     for (const QString &token : qAsConst(*adaptor).requirements()) {
-        if (!connection.authorizations().contains(token)) {
+        if (!connection->authorizations().contains(token)) {
             *refusal = NotAuthorized;
             return nullptr;
         }
@@ -351,10 +351,9 @@ RpcAdaptor *RpcController::authorizedAdaptor(const RpcConnection &connection, QS
     return adaptor;
 }
 
-bool RpcController::handleCall(const RpcConnection &connection, const QString &id, const QString &method,
-                               const QAny &params)
+bool RpcController::handleCall(RpcConnection *connection, const QString &id, const QString &method, const QAny &params)
 {
-    const QString connectionId = connection.connectionId(); // the connection may end while the service runs
+    const QString connectionId = connection->connectionId(); // the connection may end while the service runs
     const int dot = method.indexOf(QLatin1Char('.'));
     RpcErrorCode refusal = NoSuchService;
     RpcAdaptor *adaptor = dot < 0 ? nullptr : authorizedAdaptor(connection, QStringView(method).left(dot), &refusal);
@@ -365,14 +364,14 @@ bool RpcController::handleCall(const RpcConnection &connection, const QString &i
     return self && respond(connectionId, id, body);
 }
 
-void RpcController::handleNotification(const RpcConnection &connection, const QString &method, const QAny &params)
+void RpcController::handleNotification(RpcConnection *connection, const QString &method, const QAny &params)
 {
     const int dot = method.indexOf(QLatin1Char('.'));
     RpcErrorCode refusal = NoSuchService;
     RpcAdaptor *adaptor = dot < 0 ? nullptr : authorizedAdaptor(connection, QStringView(method).left(dot), &refusal);
     // Deliberate: the name begins with the dot, so notifications reach no service method.
     if (adaptor)
-        adaptor->invokeMethod(connection.connectionId(), QStringView(method).mid(dot), params);
+        adaptor->invokeMethod(connection->connectionId(), QStringView(method).mid(dot), params);
 }
 
 /// The body has one member, the result or the error.
@@ -390,15 +389,14 @@ bool RpcController::respond(const QString &connectionId, const QString &id, cons
     return connection->send(message);
 }
 
-void RpcController::handleAnswer(const RpcConnection &connection, const QString &id, const QAny &response)
+void RpcController::handleAnswer(RpcConnection *connection, const QString &id, const QAny &response)
 {
-    const QString connectionId = connection.connectionId(); // the connection may end in the receiver
     const auto found = m_pendingCalls.find(id);
-    if (found == m_pendingCalls.end() || (*found)->connectionId() != connectionId)
+    if (found == m_pendingCalls.end() || (*found)->connectionId() != connection->connectionId())
         return;
     const std::unique_ptr<RpcPendingCall> call(*found);
     m_pendingCalls.erase(found);
-    call->sendResponse(connectionId, response);
+    call->sendResponse(call->connectionId(), response); // the connection's own id may end in the receiver
 }
 
 void RpcController::completeLostCalls(const QString &connectionId)

@@ -134,12 +134,12 @@ private:
     void endWait(RpcCall *call);
     void forgetCall(const QString &callId);
 
-    bool handleCall(const RpcConnection &connection, const QString &id, const QString &method, const QAny &params);
-    void handleNotification(const RpcConnection &connection, const QString &method, const QAny &params);
-    void handleAnswer(const RpcConnection &connection, const QString &id, const QAny &response);
+    bool handleCall(RpcConnection *connection, const QString &id, const QString &method, const QAny &params);
+    void handleNotification(RpcConnection *connection, const QString &method, const QAny &params);
+    void handleAnswer(RpcConnection *connection, const QString &id, const QAny &response);
     bool respond(const QString &connectionId, const QString &id, const QAny &body);
     RpcAdaptor *adaptorOf(QStringView service) const;
-    RpcAdaptor *authorizedAdaptor(const RpcConnection &connection, QStringView service, RpcErrorCode *refusal) const;
+    RpcAdaptor *authorizedAdaptor(RpcConnection *connection, QStringView service, RpcErrorCode *refusal) const;
     RpcConnection *addConnection(bool incoming);
     void complete();
 
