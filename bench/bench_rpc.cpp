@@ -31,12 +31,7 @@ public:
     using QObject::QObject;
 
 public Q_SLOTS:
-    QAny answer(QString connectionId, QAny params)
-    {
-        Q_UNUSED(connectionId)
-        Q_UNUSED(params)
-        return true;
-    }
+    QAny answer(const QString &, const QAny &) { return true; }
 };
 
 quint16 startOurs()
@@ -53,10 +48,10 @@ using Input = std::function<void(QTcpSocket *, const QByteArray &)>;
 quint16 startBare(const std::function<Input()> &makeInput)
 {
     auto *server = new QTcpServer(qApp);
-    QObject::connect(server, &QTcpServer::newConnection, [server, makeInput] {
+    QObject::connect(server, &QTcpServer::newConnection, server, [server, makeInput] {
         while (QTcpSocket *socket = server->nextPendingConnection()) {
             socket->setSocketOption(QAbstractSocket::LowDelayOption, 1);
-            QObject::connect(socket, &QTcpSocket::readyRead,
+            QObject::connect(socket, &QTcpSocket::readyRead, socket,
                              [socket, input = makeInput()] { input(socket, socket->readAll()); });
         }
     });

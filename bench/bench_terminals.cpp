@@ -38,13 +38,13 @@ public:
     using QObject::QObject;
 
 public Q_SLOTS:
-    QAny sweep(QString, QAny)
+    QAny sweep(const QString &, const QAny &)
     {
         rpcController()->pingRemoteConnections();
         return 0;
     }
     /// Resident memory in KiB.
-    QAny memory(QString, QAny)
+    QAny memory(const QString &, const QAny &)
     {
         QFile file(QStringLiteral("/proc/self/statm"));
         if (!file.open(QIODevice::ReadOnly))
@@ -52,14 +52,14 @@ public Q_SLOTS:
         return file.readAll().split(' ').value(1).toLongLong() * sysconf(_SC_PAGESIZE) / 1024;
     }
     /// Journal rows that are on the disk: nothing stays open between two calls.
-    QAny stored(QString, QAny)
+    QAny stored(const QString &, const QAny &)
     {
         return db()
             ->select(QStringLiteral("select max(ID) as N from allevents"))
             .lookup(QStringLiteral("0"))[QStringLiteral("N")]
             .toInteger();
     }
-    QAny sessions(QString, QAny) { return mainTerminalService()->connections().count(); }
+    QAny sessions(const QString &, const QAny &) { return mainTerminalService()->connections().count(); }
 };
 
 quint16 startServer(const QString &file)
@@ -107,13 +107,13 @@ void fillLogs(const QString &file, int rows)
         indexes << query.value(1).toString();
     }
     connection.transaction();
-    for (const QString &name : names)
+    for (const QString &name : qAsConst(names))
         query.exec("DROP INDEX " + name);
     query.exec(QString("WITH RECURSIVE n(i) AS (SELECT 0 UNION ALL SELECT i+1 FROM n WHERE i<%1) "
                        "INSERT INTO logs SELECT i, i%50, 0, 1600000000000+i*1000, 0, 0, 'Terminal connected', "
                        "'{\"DATA\":null}' FROM n")
                    .arg(rows - 1));
-    for (const QString &index : indexes)
+    for (const QString &index : qAsConst(indexes))
         query.exec(index);
     query.exec(QString("INSERT INTO config (KEY,VALUE) VALUES('LastLogIdx','%1')").arg(rows));
     connection.commit();
