@@ -279,7 +279,7 @@ void TestRpcCalls::answerToACancelledCall()
     QCOMPARE(text(call.call(peer->connectionId, "far.ask", 1, 0)), QByteArray("null"));
     peer->onCall = [&](const QAny &message) {
         peer->write(resultText("6", first));
-        QTimer::singleShot(50, this, [&, id = idOf(message)] { peer->write(resultText("5", id)); });
+        QTimer::singleShot(50, peer->socket.get(), [&, id = idOf(message)] { peer->write(resultText("5", id)); });
     };
     QCOMPARE(text(call.call(peer->connectionId, "far.ask", 1, 5000)), QByteArray("5"));
 }
