@@ -10,11 +10,64 @@ constexpr int kBytesPerGroup = 3; // of content, as
 constexpr int kCharsPerGroup = 4; // of text
 constexpr int kGroupsPerPiece = 256 * 1024;
 
-bool isBase64(QChar character)
+constexpr int kBitsPerChar = 6;
+constexpr quint8 kForeign = 0xff;
+
+/// What each character stands for; kForeign for those that are none of the 64.
+struct Alphabet {
+    constexpr Alphabet()
+    {
+        quint8 value = 0;
+        for (quint8 &one : values)
+            one = kForeign;
+        for (const char c : "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/") {
+            if (c != '\0')
+                values[static_cast<size_t>(c)] = value++;
+        }
+    }
+    constexpr quint8 operator[](QChar c) const { return c.unicode() < 128 ? values[c.unicode()] : kForeign; }
+
+    quint8 values[128] = {};
+};
+constexpr Alphabet kAlphabet;
+
+/// What goes to a device in large pieces.
+class PieceWriter
 {
-    const char16_t c = character.unicode();
-    return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9') || c == '+' || c == '/';
-}
+public:
+    explicit PieceWriter(QIODevice &device)
+        : m_device(device), m_piece(kGroupsPerPiece * kBytesPerGroup, Qt::Uninitialized), m_end(m_piece.data())
+    {
+    }
+
+    /// The first bytes of a group of three, the highest in the bits first.
+    void add(quint32 bits, int bytes = kBytesPerGroup)
+    {
+        m_end[0] = static_cast<char>(bits >> 16);
+        m_end[1] = static_cast<char>(bits >> 8);
+        m_end[2] = static_cast<char>(bits);
+        m_end += bytes;
+        if (m_end == m_piece.constData() + m_piece.size())
+            flush();
+    }
+    bool flush()
+    {
+        const qint64 length = m_end - m_piece.constData();
+        m_ok = m_ok && m_device.write(m_piece.constData(), length) == length;
+        m_end = m_piece.data();
+        m_size += length;
+        return m_ok;
+    }
+    /// Of all that was flushed.
+    qint64 size() const { return m_size; }
+
+private:
+    QIODevice &m_device;
+    QByteArray m_piece;
+    char *m_end;
+    qint64 m_size = 0;
+    bool m_ok = true;
+};
 
 } // namespace
 
@@ -61,24 +114,23 @@ bool FileTransfer::decode(const QString &base64, const QString &path, qint64 *si
 
 bool FileTransfer::decode(const QString &base64, QIODevice &device, qint64 *size)
 {
-    *size = 0;
-    bool ok = true;
-    QByteArray piece;
-    piece.reserve(kGroupsPerPiece * kCharsPerGroup);
-    const auto write = [&] {
-        const QByteArray content = QByteArray::fromBase64(piece);
-        *size += content.size();
-        ok = ok && device.write(content) == content.size();
-        piece.clear();
-        piece.reserve(kGroupsPerPiece * kCharsPerGroup);
-    };
-    for (const QChar character : base64) {
-        if (!isBase64(character))
+    PieceWriter writer(device);
+    quint32 bits = 0;
+    int chars = 0; // of the group
+    for (const QChar c : base64) {
+        const quint8 value = kAlphabet[c];
+        if (value == kForeign)
             continue;
-        piece.append(static_cast<char>(character.unicode()));
-        if (piece.size() == kGroupsPerPiece * kCharsPerGroup)
-            write();
+        bits = bits << kBitsPerChar | value;
+        if (++chars == kCharsPerGroup) {
+            writer.add(bits);
+            chars = 0;
+        }
     }
-    write();
+    // A last group lacks what would be padding; a single character is no whole byte.
+    if (chars > 1)
+        writer.add(bits << (kCharsPerGroup - chars) * kBitsPerChar, chars - 1);
+    const bool ok = writer.flush();
+    *size = writer.size();
     return ok;
 }
