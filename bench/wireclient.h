@@ -44,6 +44,27 @@ private:
     bool m_escaped = false;
 };
 
+[[noreturn]] inline void giveUpMeasuring(const char *why)
+{
+    std::fprintf(stderr, "%s\n", why);
+    std::exit(2);
+}
+
+/// Connected to a server on this machine; ends the process when there is none.
+inline int connectedSocket(quint16 port)
+{
+    const int descriptor = socket(AF_INET, SOCK_STREAM, 0);
+    sockaddr_in address = {};
+    address.sin_family = AF_INET;
+    address.sin_port = htons(port);
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    if (connect(descriptor, reinterpret_cast<const sockaddr *>(&address), sizeof address) != 0)
+        giveUpMeasuring("no connection");
+    const int yes = 1;
+    setsockopt(descriptor, IPPROTO_TCP, TCP_NODELAY, &yes, sizeof yes);
+    return descriptor;
+}
+
 /// Many connections to one server, on bare sockets: what they send is ready before, and what they get is cut but not
 /// read, so that the server is what a measurement waits for. A server that falls silent ends the process.
 class WireClients
@@ -83,7 +104,7 @@ public:
             epoll_event events[256];
             const int ready = epoll_wait(m_poll, events, 256, kSilenceMs);
             if (ready == 0)
-                giveUp("the server fell silent");
+                giveUpMeasuring("the server fell silent");
             for (int i = 0; i < ready; ++i) {
                 const int index = static_cast<int>(events[i].data.u32);
                 if (events[i].events & EPOLLOUT)
@@ -108,24 +129,9 @@ private:
 
     Client &at(int index) { return m_clients[static_cast<size_t>(index)]; }
 
-    [[noreturn]] static void giveUp(const char *why)
-    {
-        std::fprintf(stderr, "%s\n", why);
-        std::exit(2);
-    }
-
     void open(quint16 port, int index)
     {
-        Client &client = at(index);
-        client.socket = socket(AF_INET, SOCK_STREAM, 0);
-        sockaddr_in address = {};
-        address.sin_family = AF_INET;
-        address.sin_port = htons(port);
-        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        if (connect(client.socket, reinterpret_cast<const sockaddr *>(&address), sizeof address) != 0)
-            giveUp("no connection");
-        const int yes = 1;
-        setsockopt(client.socket, IPPROTO_TCP, TCP_NODELAY, &yes, sizeof yes);
+        at(index).socket = connectedSocket(port);
         watch(index, EPOLL_CTL_ADD);
     }
 
@@ -141,7 +147,7 @@ private:
     {
         const ssize_t written = ::send(client.socket, bytes.data(), bytes.size(), MSG_DONTWAIT | MSG_NOSIGNAL);
         if (written < 0 && errno != EAGAIN)
-            giveUp("the server refuses");
+            giveUpMeasuring("the server refuses");
         return written > 0 ? static_cast<size_t>(written) : 0;
     }
 
@@ -170,7 +176,7 @@ private:
         Client &client = at(index);
         const ssize_t got = recv(client.socket, m_buffer, sizeof m_buffer, MSG_DONTWAIT);
         if (got == 0 || (got < 0 && errno != EAGAIN))
-            giveUp("the server closed a connection");
+            giveUpMeasuring("the server closed a connection");
         bool done = false;
         const char *bytes = m_buffer;
         const char *const end = m_buffer + (got > 0 ? got : 0);
