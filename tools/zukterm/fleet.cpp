@@ -2,6 +2,7 @@
 
 #include "eventgenerator.h"
 #include "eventpacer.h"
+#include "logrow.h"
 #include "silentterminal.h"
 #include "terminal.h"
 #include "terminallogger.h"

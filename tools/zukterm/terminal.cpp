@@ -1,6 +1,7 @@
 #include "terminal.h"
 
 #include "fleetcontext.h"
+#include "logrow.h"
 #include "reconnectdelay.h"
 #include "rpccontroller.h"
 #include "rpcquestion.h"
@@ -16,8 +17,6 @@
 
 namespace {
 
-/// By this ID the server tells log lines of administration clients from those of terminals.
-constexpr int kAdminLogId = 200;
 constexpr int kTerminalLogId = 1;
 
 } // namespace

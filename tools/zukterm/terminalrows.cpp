@@ -56,12 +56,6 @@ QAny eventRow(const QString &user, const QString &code, qint64 time, const QStri
     return row;
 }
 
-QAny logRow(int id, qint64 time, const QString &message)
-{
-    return QAny{{QStringLiteral("ID"), id},    {QStringLiteral("FTIMESTAMP"), time},  {QStringLiteral("LLEVEL"), 0},
-                {QStringLiteral("LGROUP"), 0}, {QStringLiteral("FMESSAGE"), message}, {QStringLiteral("DATA"), QAny()}};
-}
-
 QAny withLowerCaseKeys(const QAny &row)
 {
     QAny lower = QAny::sized(QAny::Hash, row.count());

@@ -8,8 +8,6 @@
 
 /// The row has neither terminal nor description yet; see stampEvent(). The time is in Unix seconds.
 QAny eventRow(const QString &user, const QString &code, qint64 time, const QString &remark = QString());
-/// A row of the level and group 0. The time is in ms since 1970.
-QAny logRow(int id, qint64 time, const QString &message);
 /// The same row with the keys of administration clients.
 QAny withLowerCaseKeys(const QAny &row);
 

@@ -1,5 +1,6 @@
 #include "console.h"
 #include "dateperiod.h"
+#include "jsonoutput.h"
 #include "reports.h"
 #include "websession.h"
 
@@ -185,7 +186,7 @@ int main(int argc, char *argv[])
     if (step != WebSession::Answered)
         return outcome(step, session);
     say(stdout,
-        parser.isSet(options.json) ? session.data().toJson() + QLatin1Char('\n') : command.report(session.data()));
+        parser.isSet(options.json) ? QString::fromUtf8(jsonOutput(session.data())) : command.report(session.data()));
     session.logOut();
     return kOk;
 }
