@@ -28,6 +28,7 @@ public Q_SLOTS:
     QAny getEvents(QString id, QAny params) { return take(id, QStringLiteral("getEvents"), params); }
     QAny getPictures(QString id, QAny params) { return take(id, QStringLiteral("getPictures"), params); }
     QAny ulkaCsvEvent(QString id, QAny params) { return take(id, QStringLiteral("ulkaCsvEvent"), params); }
+    QAny zukCmd(QString id, QAny params) { return take(id, QStringLiteral("zukCmd"), params); }
 
 private:
     QAny take(const QString &id, const QString &method, const QAny &params);

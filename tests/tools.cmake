@@ -5,3 +5,7 @@ add_dependencies(tst_demodata demodata)
 zuk_test(tst_zukterm zuk_terminal)
 target_compile_definitions(tst_zukterm PRIVATE ZUK_TERM="$<TARGET_FILE:zukterm>")
 add_dependencies(tst_zukterm zukterm)
+zuk_test(tst_zukadmin zuk_terminalsite zuk_check zuk_administration)
+target_compile_definitions(tst_zukadmin PRIVATE ZUK_ADMIN="$<TARGET_FILE:zukadmin>"
+    ZUK_SCHEMA_FILE="${CMAKE_SOURCE_DIR}/packaging/attendance-schema.sql")
+add_dependencies(tst_zukadmin zukadmin)

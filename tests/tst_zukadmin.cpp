@@ -1,0 +1,454 @@
+#include "admincheckservice.h"
+#include "attendancefile.h"
+#include "rpccall.h"
+#include "terminalsite.h"
+#include "transferprogress.h"
+
+#include <QEventLoop>
+#include <QProcess>
+#include <QRandomGenerator>
+#include <QRegularExpression>
+#include <QTcpServer>
+#include <QTest>
+
+#include <memory>
+
+/// A server that does little of what it is asked.
+class LazyServer : public QObject
+{
+    Q_OBJECT
+public:
+    LazyServer()
+    {
+        controller.registerService("adminterminal", this);
+        controller.registerService("admincheck", this);
+        controller.listen(QHostAddress::LocalHost, 0);
+    }
+    KNet::RpcController controller;
+    QAny loaded;
+
+public Q_SLOTS:
+    QAny login(QString, QAny params) { return params.lookup("id").toInt() != 7; }
+    /// Tells what the client has recorded.
+    QAny version(QString id, QAny)
+    {
+        const QAny logs = KNet::RpcCall(&controller).call(id, "logger.getLogs", {{"fromTimestamp", "0"}}, 10000);
+        return {{"result", "true"}, {"ver", logs.toJson()}};
+    }
+    QAny exec(QString, QAny) { return {{"result", "false"}}; }
+    QAny restartService(QString, QAny) { return {{"result", "false"}, {"msg", "Ni datoteke rest.bat!"}}; }
+    QAny addFile(QString, QAny) { return {{"result", "true"}, {"file", "/srv/zuk/update/a.bin"}}; }
+    QAny loadFile(QString, QAny) { return loaded; }
+};
+
+/// The real program against a server in this process.
+class TestZukAdmin : public QObject
+{
+    Q_OBJECT
+private Q_SLOTS:
+    void initTestCase();
+    void cleanupTestCase();
+    void wrongUse_data();
+    void wrongUse();
+    void unreachable();
+    void numberIsTaken();
+    void simpleCommands();
+    void connected();
+    void queryForms();
+    void execIsAcceptedWhateverHappens();
+    void insert();
+    void update();
+    void filesByteForByte();
+    void fileNotStored();
+    void recalc();
+    void cmd();
+    void whatALazyServerAnswers();
+    void progressLine_data();
+    void progressLine();
+    void progressOfALongMessage();
+
+private:
+    /// Runs the client to its end; the server answers meanwhile.
+    int call(const QStringList &arguments, const QByteArray &input = {})
+    {
+        return callAt(m_site->server, arguments, input);
+    }
+    int callAt(const KNet::RpcController &server, const QStringList &arguments, const QByteArray &input = {});
+    QString text() const { return QString::fromUtf8(m_output); }
+    QString write(const QString &name, const QByteArray &content);
+
+    std::unique_ptr<TerminalSite> m_site;
+    std::unique_ptr<AdminCheckService> m_check;
+    QByteArray m_output;
+    QString m_errors;
+};
+
+static QByteArray contentOf(const QString &path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+void TestZukAdmin::initTestCase()
+{
+    m_site = std::make_unique<TerminalSite>();
+    setLogger(m_site->journal.get());
+    m_check = std::make_unique<AdminCheckService>();
+    m_site->server.registerService("admincheck", m_check.get());
+    m_site->server.addServiceRequirement("admincheck", "admincheck");
+    QVERIFY(QDir::setCurrent(m_site->folder.path()));
+}
+
+void TestZukAdmin::cleanupTestCase()
+{
+    QDir::setCurrent(QCoreApplication::applicationDirPath());
+    m_check.reset();
+    setLogger(nullptr);
+    m_site.reset();
+}
+
+int TestZukAdmin::callAt(const KNet::RpcController &server, const QStringList &arguments, const QByteArray &input)
+{
+    QProcess client;
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert("LC_ALL", "C"); // as in a time table
+    client.setProcessEnvironment(environment);
+    QEventLoop loop;
+    connect(&client, &QProcess::stateChanged, &loop, [&loop](QProcess::ProcessState state) {
+        if (state == QProcess::NotRunning)
+            loop.quit();
+    });
+    client.start(QStringLiteral(ZUK_ADMIN), QStringList{"--port", QString::number(server.serverPort())} + arguments);
+    client.write(input);
+    client.closeWriteChannel();
+    loop.exec();
+    m_output = client.readAllStandardOutput();
+    m_errors = QString::fromUtf8(client.readAllStandardError());
+    return client.exitStatus() == QProcess::NormalExit ? client.exitCode() : -1;
+}
+
+QString TestZukAdmin::write(const QString &name, const QByteArray &content)
+{
+    QFile file(m_site->folder.filePath(name));
+    return file.open(QIODevice::WriteOnly) && file.write(content) == content.size() ? file.fileName() : QString();
+}
+
+void TestZukAdmin::wrongUse_data()
+{
+    QTest::addColumn<QStringList>("arguments");
+    QTest::addColumn<QString>("reason");
+    const auto row = [](const char *name, const QStringList &arguments, const char *reason) {
+        QTest::newRow(name) << arguments << reason;
+    };
+    row("no command", {}, "a command is needed");
+    row("unknown command", {"vresion"}, "unknown command: vresion");
+    row("unknown option", {"version", "--fast"}, "fast");
+    row("option of another command", {"put", "a", "--csv"}, "put has no --csv");
+    row("two forms", {"query", "select 1", "--csv", "--json"}, "not both");
+    row("port", {"version", "--port", "70000"}, "--port \"70000\"");
+    row("no time", {"version", "--timeout", "0"}, "--timeout must be more than 0");
+    row("too many words", {"version", "now"}, "version : it takes no arguments");
+    row("SQL without quotation marks", {"query", "select", "1"}, "query SQL: one SQL text");
+    row("no table", {"insert"}, "insert TABLE ROWS: a table is needed");
+    row("no values", {"insert", "config"}, "values are missing");
+    row("no value", {"insert", "config", "KEY"}, "\"KEY\" is neither NAME=TEXT nor a JSON object");
+    row("no JSON value", {"insert", "config", "KEY:=a"}, "no JSON behind :=");
+    row("broken JSON", {"insert", "config", "{\"KEY\":"}, "no JSON object");
+    row("element is no row", {"insert", "config", "[{\"KEY\":\"a\"},5]"}, "element 2");
+    row("row without its key", {"update", "config", "KEY", "VALUE=a"}, "lack the key column KEY");
+    row("row with its key alone", {"update", "config", "KEY", "KEY=a"}, "nothing to change");
+    row("NULL in an update", {"update", "config", "KEY", "KEY=a", "VALUE:=null"}, "cannot store null in VALUE");
+    row("folder as a file", {"get", "update/"}, "names no file");
+    row("no terminal", {"cmd", "door"}, "the number of a terminal is needed");
+    row("no date", {"recalc", "--from", "31.2.2025"}, "date");
+    row("users", {"recalc", "--user", "ana"}, "--user \"ana\"");
+    row("unknown table", {"recalc", "--table", "months"}, "--table is pairs, days, sums or errors");
+}
+
+void TestZukAdmin::wrongUse()
+{
+    QFETCH(QStringList, arguments);
+    QFETCH(QString, reason);
+    QCOMPARE(call(arguments), 2);
+    QVERIFY2(m_errors.startsWith("zukadmin: ") && m_errors.contains(reason), qPrintable(m_errors));
+    QCOMPARE(m_output, QByteArray());
+}
+
+void TestZukAdmin::unreachable()
+{
+    QTcpServer silent;
+    QVERIFY(silent.listen(QHostAddress::LocalHost));
+    const QString port = QString::number(silent.serverPort());
+    QCOMPARE(call({"--port", port, "--timeout", "0.5", "version"}), 1);
+    QCOMPARE(m_errors, QStringLiteral("zukadmin: login as 200 refused: 10400 Timeout\n"));
+    silent.close();
+    QCOMPARE(call({"--port", port, "version"}), 1);
+    QCOMPARE(m_errors, QStringLiteral("zukadmin: 127.0.0.1:%1: Connection refused\n").arg(port));
+    QCOMPARE(call({"--help"}), 0);
+    QVERIFY(text().contains("Examples:"));
+}
+
+void TestZukAdmin::numberIsTaken()
+{
+    const QString other = m_site->terminal(200, "adminterminal");
+    QCOMPARE(call({"version"}), 1);
+    QCOMPARE(m_errors, QStringLiteral("zukadmin: login as 200 refused: 3200 Duplicated terminal 200 connection\n"));
+    QCOMPARE(call({"version", "--number", "-201"}), 0);
+    m_site->leave(other);
+    QCOMPARE(call({"version"}), 0);
+}
+
+void TestZukAdmin::simpleCommands()
+{
+    QCOMPARE(call({"version"}), 0);
+    QCOMPARE(m_output, QByteArray("ZUK3\n"));
+    QCOMPARE(call({"version", "--json"}), 0);
+    QCOMPARE(QAny::fromJson(m_output), (QAny{{"result", "true"}, {"ver", "ZUK3"}}));
+
+    QCOMPARE(call({"log", "Začetek", "--number", "201"}), 0);
+    QCOMPARE(m_site->rows("select LINE,ID,LLEVEL,LGROUP,FMESSAGE from logs where LINE=201"),
+             QStringList{"201|200|0|0|Začetek"});
+
+    QCOMPARE(call({"restart"}), 0);
+    QCOMPARE(m_output, QByteArray("restart\n"));
+    QVERIFY(QFile::exists("rest.bat"));
+}
+
+void TestZukAdmin::connected()
+{
+    QCOMPARE(call({"connected"}), 1);
+    QCOMPARE(m_errors, QStringLiteral("zukadmin: No ZUK connection\n"));
+    QVERIFY(run(*m_site->database, {"insert into config (KEY,VALUE) values ('ZUK5','NAME=Vhod, sever;IP=10.0.0.5')"}));
+    const QStringList terminals{m_site->terminal(5), m_site->terminal(12)};
+    QCOMPARE(call({"connected", "--csv"}), 0);
+    QCOMPARE(text(), QStringLiteral("TERMINAL,CONNECTION,NAME,IP\r\n5,%1,\"Vhod, sever\",10.0.0.5\r\n12,%2,,\r\n")
+                         .arg(m_site->main->connectionId(5), m_site->main->connectionId(12)));
+    QCOMPARE(call({"connected"}), 0);
+    const QStringList lines = text().split('\n');
+    QCOMPARE(lines.value(0), QStringLiteral("TERMINAL  CONNECTION  NAME         IP"));
+    QVERIFY2(lines.value(2).startsWith("       5  "), qPrintable(text()));
+    for (const QString &terminal : terminals)
+        m_site->leave(terminal);
+}
+
+void TestZukAdmin::queryForms()
+{
+    const QString sql = "select 1 as N,'a,\"b\"' as T,null as E "
+                        "union all select 22,'Č'||char(10)||char(155)||'y',''";
+    QCOMPARE(call({"query", sql}), 0);
+    QCOMPARE(text(), QStringLiteral(" N  T      E\n"
+                                    "--  -----  -\n"
+                                    " 1  a,\"b\"\n"
+                                    "22  Č  y\n"));
+    QCOMPARE(call({"query", "-", "--csv"}, sql.toUtf8()), 0);
+    QCOMPARE(text(), QStringLiteral("N,T,E\r\n1,\"a,\"\"b\"\"\",\r\n22,\"Č\n\u009by\",\r\n"));
+    QCOMPARE(call({"query", sql, "--json"}), 0);
+    QCOMPARE(QAny::fromJson(m_output), QAny::list({QAny{{"N", 1}, {"T", "a,\"b\""}, {"E", QAny()}},
+                                                   QAny{{"N", 22}, {"T", "Č\n\u009by"}, {"E", ""}}}));
+    QVERIFY(m_output.contains("\\u009by"));
+
+    QCOMPARE(call({"query", "select '' as T", "--csv"}), 0);
+    QCOMPARE(text(), QStringLiteral("T\r\n\"\"\r\n"));
+    QCOMPARE(call({"query", "select * from nothing"}), 0);
+    QVERIFY(text().startsWith("No rows."));
+    QCOMPARE(call({"query", "select * from nothing", "--json"}), 0);
+    QCOMPARE(text(), QStringLiteral("[]\n"));
+}
+
+void TestZukAdmin::execIsAcceptedWhateverHappens()
+{
+    QCOMPARE(call({"exec", "insert into config (KEY,VALUE) values ('EXEC','1')"}), 0);
+    QCOMPARE(m_site->rows("select VALUE from config where KEY='EXEC'"), QStringList{"1"});
+    // Deliberate: the server cannot tell.
+    QCOMPARE(call({"exec", "insert into nothing values (1)"}), 0);
+    QVERIFY(text().startsWith("Accepted."));
+}
+
+void TestZukAdmin::insert()
+{
+    const char stored[] = "select ID,LASTNAME,EMPLID,ACTIVE,typeof(STIMUL) from employees where ID>20 order by ID";
+    QCOMPARE(call({"insert", "employees", "ID=21", "lastname=Žagar=Kos", "EMPLID=007", "ACTIVE:=true", "STIMUL:=null"}),
+             0);
+    QCOMPARE(text(), QStringLiteral("Stored: 1\n"));
+    QCOMPARE(call({"insert", "employees", "-"}, "[{\"ID\":22,\"LASTNAME\":\"O'B\"},{\"ID\":23}]"), 0);
+    const QStringList rows{"21|Žagar=Kos|007|1|null", "22|O'B|||null", "23||||null"};
+    QCOMPARE(m_site->rows(stored), rows);
+
+    QCOMPARE(call({"insert", "employees", "ID=24", "LASTNAEM=Kos"}), 1);
+    QVERIFY2(m_errors.contains("table employees has no column LASTNAEM"), qPrintable(m_errors));
+    QCOMPARE(call({"insert", "employees", "[{\"ID\":25},{\"ID\":21},{\"ID\":26}]"}), 1);
+    QVERIFY2(m_errors.contains("row 2 of 3: refused"), qPrintable(m_errors));
+    QCOMPARE(m_site->rows(stored), rows + QStringList{"25||||null"});
+    QCOMPARE(call({"insert", "nothing", "ID=1", "--json"}), 1);
+    QCOMPARE(QAny::fromJson(m_output), (QAny{{"result", "false"}, {"TBL", QAny{{"ID", "1"}}}}));
+}
+
+void TestZukAdmin::update()
+{
+    QVERIFY(run(*m_site->database, {"insert into employees (ID,EMPLID) values (31,'o''a'),(32,'b')"}));
+    const QString row =
+        "{\"EMPLID\":\"o'a\",\"LASTNAME\":\"D'Arc \\\"č\\\"\",\"ACTIVE\":true,\"OTHER\":0.1,\"TIMEZ\":-7}";
+    QCOMPARE(call({"update", "employees", "EMPLID", row}), 0);
+    QVERIFY(text().startsWith("Accepted."));
+    QCOMPARE(m_site->rows("select EMPLID,LASTNAME,ACTIVE,OTHER+0=0.1,TIMEZ from employees where ID in (31,32)"),
+             (QStringList{"o'a|D'Arc \"č\"|1|1|-7", "b||||"}));
+    QCOMPARE(call({"update", "nothing", "ID", "ID=1", "X=2"}), 1);
+    QVERIFY2(m_errors.contains("refused: no such table"), qPrintable(m_errors));
+}
+
+void TestZukAdmin::filesByteForByte()
+{
+    QByteArray content(3000001, Qt::Uninitialized);
+    QRandomGenerator random(1);
+    for (char &byte : content)
+        byte = static_cast<char>(random.bounded(256));
+    const QString local = write("big file.bin", content);
+    const QTemporaryDir below(QCoreApplication::applicationDirPath() + "/put-XXXXXX");
+    const QString folder = QFileInfo(below.path()).fileName();
+
+    QCOMPARE(call({"put", local, folder + "/new/"}), 0);
+    QVERIFY2(text().contains("big file.bin: 3000001 bytes stored and compared"), qPrintable(text()));
+    QVERIFY(contentOf(below.filePath("new/big file.bin")) == content);
+    QCOMPARE(call({"put", write("empty", ""), folder}), 0);
+    QCOMPARE(QFileInfo(below.filePath("empty")).size(), 0);
+    QCOMPARE(call({"put", local, folder + "/zuk3server", "--no-verify"}), 0);
+    QVERIFY(contentOf(below.filePath("zuk3server")) == content);
+
+    QCOMPARE(call({"get", "big file.bin", "copy.bin"}), 0);
+    QCOMPARE(text(), QStringLiteral("copy.bin: 3000001 bytes\n"));
+    QVERIFY(contentOf("copy.bin") == content);
+    QCOMPARE(call({"get", below.filePath("zuk3server"), m_site->folder.path()}), 0);
+    QVERIFY(contentOf("zuk3server") == content);
+    QFile::remove("zuk3server");
+    QCOMPARE(call({"get", "./big file.bin", "-"}), 0);
+    QVERIFY(m_output == content);
+
+    QCOMPARE(call({"get", "update/none", "copy.bin"}), 1);
+    QCOMPARE(m_errors, QStringLiteral("zukadmin: the server has no file update/none that it can read\n"));
+    QVERIFY(contentOf("copy.bin") == content);
+}
+
+void TestZukAdmin::fileNotStored()
+{
+    QCOMPARE(call({"put", "none.bin"}), 1);
+    QVERIFY2(m_errors.contains("none.bin: No such file"), qPrintable(m_errors));
+    const QString local = write("a.bin", "abc");
+    // One folder can be new, its parent not; the server says "true" all the same.
+    QTest::ignoreMessage(QtWarningMsg, QRegularExpression("FileTransfer::decode can't write"));
+    QCOMPARE(call({"put", local, "none/below/"}), 1);
+    QVERIFY2(m_errors.contains("the server did not store"), qPrintable(m_errors));
+
+    LazyServer lazy;
+    lazy.loaded = QAny{{"DATA", "YWJk"}}; // abd
+    QCOMPARE(callAt(lazy.controller, {"put", local, "update"}), 1);
+    QVERIFY2(m_errors.contains("/srv/zuk/update/a.bin at the server differs from"), qPrintable(m_errors));
+}
+
+void TestZukAdmin::recalc()
+{
+    QVERIFY(run(*m_site->database, threeEmployees() + twoDays()));
+    const QStringList period{"recalc", "--from", "3.3.2025", "--to", "2025-03-04"};
+    QCOMPARE(call(period), 0);
+    const QStringList parts = text().split("\n\n");
+    QCOMPARE(parts.size(), 3);
+    QVERIFY2(parts[0].startsWith("Days\n") && parts[0].contains("Kos Bor"), qPrintable(parts[0]));
+    QVERIFY2(parts[0].simplified().contains("03.03.2025 08:00 16:01 IZM1 08:01"), qPrintable(parts[0]));
+    QVERIFY2(!parts[0].contains("DOPUST"), "a column that tells nothing is shown");
+    QVERIFY2(parts[1].startsWith("Sums\n") && parts[1].contains("08:01"), qPrintable(parts[1]));
+    QVERIFY2(parts[2].startsWith("Errors\n") && parts[2].contains("Zadnji dogodek ni izhod!"), qPrintable(parts[2]));
+
+    QCOMPARE(call(period + QStringList{"--user", "5", "--csv"}), 0);
+    const QStringList lines = text().split("\r\n");
+    QCOMPARE(lines.size(), 5); // header, two days, their sum, and what is behind the last line end
+    QVERIFY2(lines[0].startsWith("NAME,USER,DATE,INORG,OUTORG,"), qPrintable(lines[0]));
+    QVERIFY2(lines[1].startsWith("Žagar Ana,5,") && lines[1].contains("03.03.2025,08:00,16:01,"), qPrintable(lines[1]));
+    QVERIFY2(lines[3].startsWith("Žagar Ana,5,SKUPAJ,"), qPrintable(lines[3]));
+    QCOMPARE(call(period + QStringList{"--user", "5-6", "--table", "pairs", "--csv"}), 0);
+    QVERIFY2(text().startsWith("NAME,USER,DATESTAMP,TIMESTAMP,TIMESTAMP2,PTIME,"), qPrintable(text()));
+
+    QCOMPARE(call({"recalc", "--from", "1.1.2001", "--to", "2.1.2001", "--json"}), 1);
+    QCOMPARE(m_errors, QStringLiteral("zukadmin: nothing was calculated: Ni koledarja za izbrano obdobje!\n"));
+    QVERIFY(QAny::fromJson(m_output).lookup("PACK").contains("DAYS"));
+}
+
+void TestZukAdmin::cmd()
+{
+    const QString terminal = m_site->terminal(5);
+    m_site->side.requests.clear();
+    m_site->side.answer = [](const QString &, const QString &method, const QAny &params) {
+        return method == "zukCmd" ? QAny{{"result", "false"}, {"SAID", params.lookup("CMD")}} : QAny::list();
+    };
+    QCOMPARE(call({"cmd", "5", "{\"CMD\":\"open\"}"}), 0);
+    QCOMPARE(QAny::fromJson(m_output), (QAny{{"result", "false"}, {"SAID", "open"}}));
+    QVERIFY2(m_site->side.requests.contains("zukCmd {\"CMD\":\"open\",\"ZUKID\":5}"),
+             qPrintable(m_site->side.requests.join('\n')));
+    m_site->leave(terminal);
+    QCOMPARE(call({"cmd", "5"}), 1);
+    QCOMPARE(m_errors, QStringLiteral("zukadmin: ZUK Terminal id=5 not connected!\n"));
+}
+
+void TestZukAdmin::whatALazyServerAnswers()
+{
+    LazyServer lazy;
+    QCOMPARE(callAt(lazy.controller, {"version"}), 0);
+    QCOMPARE(m_output, QByteArray("[]\n"));
+    QCOMPARE(callAt(lazy.controller, {"version", "--number", "7"}), 1);
+    QCOMPARE(m_errors, QStringLiteral("zukadmin: login as 7 refused: false\n"));
+    QCOMPARE(callAt(lazy.controller, {"exec", "select 1"}), 1);
+    QCOMPARE(m_errors, QStringLiteral("zukadmin: the server has no database\n"));
+    QCOMPARE(callAt(lazy.controller, {"restart"}), 1);
+    QCOMPARE(m_errors, QStringLiteral("zukadmin: Ni datoteke rest.bat!\n"));
+    QCOMPARE(callAt(lazy.controller, {"recalc"}), 1);
+    QCOMPARE(m_errors, QStringLiteral("zukadmin: 10110 No such method\n"));
+}
+
+void TestZukAdmin::progressLine_data()
+{
+    QTest::addColumn<qint64>("done");
+    QTest::addColumn<qint64>("total");
+    QTest::addColumn<QString>("line");
+    QTest::newRow("half") << 4000000LL << 8000000LL << "put a  [###############---------------]  50 %  4.0 of 8.0 MB";
+    QTest::newRow("nothing yet, or less")
+        << -5LL << 8000000LL << "put a  [------------------------------]   0 %  0.0 of 8.0 MB";
+    QTest::newRow("all has left") << 8000000LL << 8000000LL << "put a  8.0 MB, waiting for the server";
+    QTest::newRow("empty file") << 0LL << 0LL << "put a  0.0 MB, waiting for the server";
+    QTest::newRow("total unknown") << 4000000LL << -1LL << "put a  4.0 MB";
+    QTest::newRow("total unknown, nothing yet") << 0LL << -1LL << "put a  waiting for the server";
+}
+
+void TestZukAdmin::progressLine()
+{
+    QFETCH(qint64, done);
+    QFETCH(qint64, total);
+    QTEST(TransferProgress::line("put a", {done, total}), "line");
+}
+
+/// What the controller tells of it, which the line shows.
+void TestZukAdmin::progressOfALongMessage()
+{
+    constexpr int kBytes = 8000000;
+    LazyServer lazy;
+    lazy.loaded = QString(kBytes, 'x');
+    KNet::RpcController client;
+    QString id;
+    QVERIFY(client.connectToHost("127.0.0.1", lazy.controller.serverPort(), id, 5000));
+    QCOMPARE(client.bytesToWrite(id), 0);
+    qint64 queued = 0;
+    qint64 received = 0;
+    QTimer look;
+    connect(&look, &QTimer::timeout, &client, [&] {
+        queued = qMax(queued, client.bytesToWrite(id));
+        received = qMax(received, client.bytesOfMessageInProgress(id));
+    });
+    look.start(0);
+    const QAny answer = KNet::RpcCall(&client).call(id, "admincheck.loadFile", QString(kBytes, 'y'), 30000);
+    QCOMPARE(answer.count(), kBytes);
+    QVERIFY2(queued > 0 && queued <= kBytes + 1000, qPrintable(QString::number(queued)));
+    QVERIFY2(received > kBytes / 2 && received <= kBytes + 1000, qPrintable(QString::number(received)));
+    QCOMPARE(client.bytesToWrite(id), 0);
+    QCOMPARE(client.bytesOfMessageInProgress(id), 0);
+    QCOMPARE(client.bytesToWrite("unknown") + client.bytesOfMessageInProgress("unknown"), 0);
+}
+
+QTEST_GUILESS_MAIN(TestZukAdmin)
+#include "tst_zukadmin.moc"

@@ -1,0 +1,33 @@
+#pragma once
+
+#include "adminanswer.h"
+#include "adminsession.h"
+
+#include <QString>
+
+#include <functional>
+#include <vector>
+
+struct AdminOptions;
+
+/// What is left to do once the server has let us in.
+using AdminJob = std::function<CommandResult(AdminSession &session)>;
+
+/// One command of the program.
+struct AdminCommand {
+    /// Options that not every command takes.
+    enum Option : unsigned { Json = 1, Csv = 2, NoVerify = 4, Calculation = 8 };
+
+    const char *name;
+    const char *arguments;
+    const char *summary;
+    unsigned options;
+    int timeoutS; ///< that is enough for its answer
+    /// Checks the words behind the command. The options outlive the job.
+    AdminJob (*prepare)(const AdminOptions &options, QString *mistake);
+};
+
+/// In the order in which people learn them.
+const std::vector<AdminCommand> &adminCommands();
+/// Null when there is none of that name.
+const AdminCommand *adminCommand(const QString &name);

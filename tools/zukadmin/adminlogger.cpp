@@ -1,0 +1,6 @@
+#include "adminlogger.h"
+
+QAny AdminLogger::getLogs(const QString &, const QAny &)
+{
+    return QAny::list();
+}

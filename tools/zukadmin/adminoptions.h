@@ -1,0 +1,31 @@
+#pragma once
+
+#include "dateperiod.h"
+
+#include <QString>
+#include <QStringList>
+#include <QVector>
+
+struct AdminCommand;
+
+/// What one run of the administration client is told to do.
+struct AdminOptions {
+    enum class Format { Text, Csv, Json };
+
+    QString host;
+    quint16 port = 0;
+    int number = 0;
+    int timeoutMs = 0; ///< for each answer; 0 as the command has it
+    Format format = Format::Text;
+    bool verify = true;
+    DatePeriod period;
+    QVector<qint64> users; ///< empty for all
+    QString table;         ///< that alone; empty for all
+
+    const AdminCommand *command = nullptr;
+    QStringList words; ///< behind the command
+};
+
+/// Reads the command line, the program's name first; the reason when it cannot be understood, else empty.
+/// *help receives the help text when it was asked for.
+QString readAdminOptions(const QStringList &arguments, AdminOptions *options, QString *help);

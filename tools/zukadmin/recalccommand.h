@@ -1,0 +1,7 @@
+#pragma once
+
+#include "admincommand.h"
+
+/// The command for the calculation of work times.
+
+AdminJob prepareRecalc(const AdminOptions &options, QString *mistake);
