@@ -12,8 +12,11 @@ RpcCall::RpcCall(RpcController *controller, QObject *parent) : QObject(parent), 
 
 RpcCall::~RpcCall()
 {
-    if (m_loop && m_controller)
+    if (m_controller) {
         m_controller->endWait(this);
+        if (m_loop)
+            m_controller->forgetCall(m_callId);
+    }
     cancel();
 }
 
@@ -36,8 +39,7 @@ QAny RpcCall::call(const QString &connectionId, const QString &method, const QAn
         break;
     }
     const QPointer<RpcCall> self(this);
-    QString callId;
-    if (!m_controller->sendCall(connectionId, method, params, this, QStringLiteral("onResponse"), timeout, &callId)) {
+    if (!m_controller->sendCall(connectionId, method, params, this, QStringLiteral("onResponse"), timeout, &m_callId)) {
         if (self && m_controller)
             m_controller->endWait(this);
         return rpcError(ConnectionError);
@@ -48,7 +50,7 @@ QAny RpcCall::call(const QString &connectionId, const QString &method, const QAn
     if (m_controller) {
         m_controller->endWait(this);
         if (!answered)
-            m_controller->forgetCall(callId); // a late answer must not meet this handle's next call
+            m_controller->forgetCall(m_callId); // a late answer must not meet this handle's next call
     }
     return answered ? std::exchange(m_response, QAny()) : QAny();
 }

@@ -49,6 +49,7 @@ private:
 
     QPointer<RpcController> m_controller;
     QEventLoop *m_loop = nullptr; // on the stack of the call that waits
+    QString m_callId;             // of the call that waits
     bool m_done = false;
     QAny m_response;
 };
