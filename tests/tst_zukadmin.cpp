@@ -147,7 +147,7 @@ void TestZukAdmin::wrongUse_data()
     row("two forms", {"query", "select 1", "--csv", "--json"}, "not both");
     row("port", {"version", "--port", "70000"}, "--port \"70000\"");
     row("no time", {"version", "--timeout", "0"}, "--timeout must be more than 0");
-    row("too many words", {"version", "now"}, "version : it takes no arguments");
+    row("too many words", {"version", "now"}, "version: it takes no arguments");
     row("SQL without quotation marks", {"query", "select", "1"}, "query SQL: one SQL text");
     row("no table", {"insert"}, "insert TABLE ROWS: a table is needed");
     row("no values", {"insert", "config"}, "values are missing");

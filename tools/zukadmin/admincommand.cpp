@@ -14,6 +14,11 @@ constexpr int kRecalcS = 3600;
 
 } // namespace
 
+QString AdminCommand::usage() const
+{
+    return (QString::fromLatin1(name) + QLatin1Char(' ') + QLatin1String(arguments)).trimmed();
+}
+
 const std::vector<AdminCommand> &adminCommands()
 {
     using Command = AdminCommand;

@@ -25,6 +25,9 @@ struct AdminCommand {
     int timeoutS; ///< that is enough for its answer
     /// Checks the words behind the command. The options outlive the job.
     AdminJob (*prepare)(const AdminOptions &options, QString *mistake);
+
+    /// Name and arguments.
+    QString usage() const;
 };
 
 /// In the order in which people learn them.

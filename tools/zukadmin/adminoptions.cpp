@@ -72,9 +72,7 @@ private:
     {
         QString text = QStringLiteral("\nCommands:\n");
         for (const AdminCommand &command : adminCommands()) {
-            const QString usage =
-                QString::fromLatin1(command.name) + QLatin1Char(' ') + QLatin1String(command.arguments);
-            text += QStringLiteral("  %1  %2\n").arg(usage.leftJustified(28), QLatin1String(command.summary));
+            text += QStringLiteral("  %1  %2\n").arg(command.usage().leftJustified(28), QLatin1String(command.summary));
         }
         return text;
     }

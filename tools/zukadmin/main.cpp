@@ -40,9 +40,7 @@ int main(int argc, char *argv[])
     if (mistake.isEmpty()) {
         job = options.command->prepare(options, &mistake);
         if (!mistake.isEmpty())
-            mistake =
-                QStringLiteral("%1 %2: %3")
-                    .arg(QLatin1String(options.command->name), QLatin1String(options.command->arguments), mistake);
+            mistake = options.command->usage() + QStringLiteral(": ") + mistake;
     }
     if (!mistake.isEmpty())
         return fail(kUsage, mistake + QStringLiteral(" (--help shows more)"));
