@@ -94,7 +94,8 @@ public:
         for (std::string tail; tail.find(kMark) == std::string::npos;) {
             constexpr size_t kTail = 200;
             const size_t got = checked(recv(m_socket, m_buffer, sizeof m_buffer, 0));
-            tail = (tail + std::string(m_buffer + got - std::min(got, kTail), std::min(got, kTail)));
+            const size_t kept = std::min(got, kTail);
+            tail.append(m_buffer + got - kept, kept);
             tail.erase(0, tail.size() - std::min(tail.size(), kTail));
             length += got;
         }

@@ -582,9 +582,9 @@ void TestCheckServices::connectedTerminals()
         found.insert(json(answer["ZUK"][i].lookup("KEY")), json(answer["ZUK"][i]));
     const QMap<QString, QString> settings{{"5", R"({"A":"b=c","DOOR":"1","NAME":"Vhod"})"}, {"8", "{}"}};
     QCOMPARE(found.keys(), settings.keys());
-    for (const QString &key : settings.keys())
-        QCOMPARE(found[key], QString(R"({"CFG":%1,"KEY":%2,"VAL":"%3"})")
-                                 .arg(settings[key], key, m_site->main->connectionId(key.toInt())));
+    for (auto it = settings.begin(); it != settings.end(); ++it)
+        QCOMPARE(found[it.key()], QString(R"({"CFG":%1,"KEY":%2,"VAL":"%3"})")
+                                      .arg(it.value(), it.key(), m_site->main->connectionId(it.key().toInt())));
     m_site->main->disconnectAll();
     QCOMPARE(m_site->ask("admincheck.zukConnected"), QString(R"({"ERROR":"No ZUK connection"})"));
 }

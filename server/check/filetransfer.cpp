@@ -20,9 +20,9 @@ struct Alphabet {
         quint8 value = 0;
         for (quint8 &one : values)
             one = kForeign;
-        for (const char c : "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/") {
-            if (c != '\0')
-                values[static_cast<size_t>(c)] = value++;
+        for (const char16_t c : u"ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/") {
+            if (c != u'\0')
+                values[c] = value++;
         }
     }
     constexpr quint8 operator[](QChar c) const { return c.unicode() < 128 ? values[c.unicode()] : kForeign; }

@@ -9,7 +9,11 @@ HandshakeWatch::HandshakeWatch(QWebSocketServer *server, QObject *parent) : QObj
 {
     // By name: the class of the TCP server below is not public.
     const auto *tcpServer = server->findChild<QTcpServer *>();
-    if (!tcpServer || !connect(tcpServer, SIGNAL(startedEncryptionHandshake(QSslSocket *)), SLOT(watch(QSslSocket *))))
+    // clang-format off
+    const bool watches = tcpServer &&
+        connect(tcpServer, SIGNAL(startedEncryptionHandshake(QSslSocket*)), SLOT(watch(QSslSocket*)));
+    // clang-format on
+    if (!watches)
         qWarning("HandshakeWatch::HandshakeWatch this Qt does not tell of failed handshakes");
 }
 
