@@ -22,7 +22,7 @@ struct ValueTable {
     /// Of a List of Hashes. The columns stand in the order in which they first appear; Null is the empty text.
     static ValueTable ofRows(const QAny &rows);
     /// Of a packed table, with all columns that its header names. A row of totals is a part.
-    static ValueTable ofPacked(const QAny &table);
+    static ValueTable ofPacked(const QAny &packed);
 
     /// Aligned, with titles, without columns that tell nothing; empty without rows.
     QString toText() const;
