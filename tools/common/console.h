@@ -6,8 +6,7 @@
 
 namespace Console {
 
-/// Makes the console show UTF-8, the output keep its line ends, and the arguments read as UTF-8 where the environment
-/// names no character set. Comes before the first look at the arguments.
+/// Makes the console show UTF-8 and the output keep its line ends.
 void prepare();
 
 /// Whether people read the stream as it is written.

@@ -1,21 +1,11 @@
 #include "console.h"
 
-#include <QTextCodec>
-
 #include <iostream>
-#include <langinfo.h>
-#include <set>
 #include <string>
 #include <termios.h>
 #include <unistd.h>
 
-void Console::prepare()
-{
-    // A time table's or a service's environment often has no locale.
-    static const std::set<std::string> ascii{"ANSI_X3.4-1968", "US-ASCII", "646"};
-    if (ascii.count(nl_langinfo(CODESET)) != 0)
-        QTextCodec::setCodecForLocale(QTextCodec::codecForName("UTF-8"));
-}
+void Console::prepare() {}
 
 bool Console::isTerminal(FILE *stream)
 {
