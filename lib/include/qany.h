@@ -172,7 +172,7 @@ public:
     /// The same with every column decoded as bytes by the named text codec; an unknown codec reads as UTF-8.
     static QAny fromQuery(QSqlQuery &query, const QByteArray &codecName);
 
-    /// Compact JSON text.
+    /// Compact JSON text; null when it would be longer than the type can hold.
     QString toJson() const;
     QByteArray toJsonUtf8() const;
     /// The root value of a UTF-8 JSON text; Invalid when it is not one.

@@ -60,8 +60,11 @@ public:
             out[i] = static_cast<uchar>(ascii[i]);
         m_used += length;
     }
+    /// Null when the text would be longer than its type can hold.
     Text taken()
     {
+        if (m_overflowed)
+            return Text();
         m_text.resize(m_used);
         return std::move(m_text);
     }
@@ -72,6 +75,13 @@ private:
     void grow(int units)
     {
         constexpr qint64 most = std::numeric_limits<int>::max() / static_cast<int>(sizeof(Unit)) - 64;
+        if (m_used > most - units) {
+            // What follows is written over the beginning.
+            m_overflowed = true;
+            m_used = 0;
+        }
+        if (m_capacity - m_used >= units)
+            return;
         const qint64 needed = qint64(m_used) + units;
         const qint64 wanted = qMax(needed, qMin(most, qMax<qint64>(kFirstCapacity, qint64(m_capacity) * 2)));
         m_text.resize(static_cast<int>(wanted));
@@ -83,6 +93,7 @@ private:
     Unit *m_begin = nullptr;
     int m_capacity = 0;
     int m_used = 0;
+    bool m_overflowed = false;
 };
 
 /// What a character below kWide becomes in the output: one unit or two. Two are always stored, so that no branch
