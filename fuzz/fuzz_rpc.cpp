@@ -52,8 +52,8 @@ public Q_SLOTS:
     QAny echo(QString, QAny params) { return params; }
     /// Asks the peer, and waits for its answer or its end.
     QAny ask(QString id, QAny params) { return KNet::RpcCall(m_controller).call(id, "far.ask", params, 0); }
-    QAny leave(QString id, QAny) { return m_controller->closeConnection(id); }
-    QAny abort(QString id, QAny) { return m_controller->abortConnection(id); }
+    QAny leave(const QString &id, const QAny &) { return m_controller->closeConnection(id); }
+    QAny abort(const QString &id, const QAny &) { return m_controller->abortConnection(id); }
 
 private:
     KNet::RpcController *m_controller;
@@ -67,8 +67,8 @@ public:
         m_controller.registerService("test", &m_service);
         m_controller.registerService("closed", &m_service);
         m_controller.addServiceRequirement("closed", "token");
-        QObject::connect(&m_controller, &KNet::RpcController::incoming, [this] { ++m_open; });
-        QObject::connect(&m_controller, &KNet::RpcController::disconnected, [this] { --m_open; });
+        QObject::connect(&m_controller, &KNet::RpcController::incoming, &m_controller, [this] { ++m_open; });
+        QObject::connect(&m_controller, &KNet::RpcController::disconnected, &m_controller, [this] { --m_open; });
         require(m_controller.listen(QHostAddress::LocalHost, 0), "no port");
     }
 
@@ -84,7 +84,7 @@ public:
         // By events: a service that waits runs its loop above us on the stack.
         int at = 1;
         QTimer step;
-        QObject::connect(&step, &QTimer::timeout, [&] {
+        QObject::connect(&step, &QTimer::timeout, &step, [&] {
             if (at < length) {
                 peer.write(bytes + at, qMin(piece, length - at));
                 peer.flush();

@@ -125,14 +125,14 @@ void RpcPeer::stopReading()
     socket->setReadBufferSize(1);
 }
 
-QAny RpcTestService::echo(QString connectionId, QAny params)
+QAny RpcTestService::echo(const QString &connectionId, const QAny &params)
 {
     calls.append(params);
     callers.append(connectionId);
     return params;
 }
 
-QAny RpcTestService::run(QString connectionId, QAny params)
+QAny RpcTestService::run(const QString &connectionId, const QAny &params)
 {
     const auto deed = action;
     return deed(connectionId, params);

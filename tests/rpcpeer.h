@@ -87,9 +87,9 @@ public:
     Q_INVOKABLE QAny invokable(QString, QAny) { return 3; }
 
 public Q_SLOTS:
-    QAny echo(QString connectionId, QAny params);
+    QAny echo(const QString &connectionId, const QAny &params);
     /// Does what the test says; this object may end in it.
-    QAny run(QString connectionId, QAny params);
+    QAny run(const QString &connectionId, const QAny &params);
     QAny redeclared(QString, QAny) override { return 4; }
     QAny overloaded(QString, QAny) { return 5; }
     QAny overloaded(QString) { return 6; }

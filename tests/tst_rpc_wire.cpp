@@ -97,6 +97,8 @@ private Q_SLOTS:
     void listening();
     void outOfDescriptors();
     void signalsOfAConnection();
+    void blockedLoopDropsNobody();
+    void slowCallsShareTheTurns();
     void silentPeerIsDropped();
     void pingsGoToThoseThatCame();
     void gracefulClose();
@@ -437,6 +439,38 @@ void TestRpcWire::signalsOfAConnection()
     QCOMPARE(site.events, expected);
 }
 
+/// Who sent in time is not dropped because we were busy for longer than the time-out.
+void TestRpcWire::blockedLoopDropsNobody()
+{
+    RpcLimits limits;
+    limits.activityTimeoutMs = 300;
+    RpcSite site(limits);
+    const auto busy = site.peer();
+    const auto alive = site.peer();
+    QElapsedTimer elapsed;
+    elapsed.start();
+    alive->write(kPing);
+    alive->socket->flush();
+    while (!elapsed.hasExpired(600)) {
+    }
+    QCOMPARE(alive->next(), canonical(kPong));
+    QTRY_COMPARE(site.gone, QStringList(busy->connectionId));
+}
+
+/// Long work ends a turn, however few messages it was.
+void TestRpcWire::slowCallsShareTheTurns()
+{
+    RpcLimits limits;
+    limits.maxTurnMs = 0;
+    RpcSite site(limits);
+    const auto busy = site.peer();
+    const auto other = site.peer();
+    busy->write(callText("test.echo", "1").repeated(100));
+    other->write(callText("test.echo", "-1"));
+    QCOMPARE(other->next(), resultText("-1"));
+    QVERIFY(site.service->calls.indexOf(QAny(-1)) <= 20);
+}
+
 void TestRpcWire::silentPeerIsDropped()
 {
     RpcLimits limits;
@@ -569,6 +603,11 @@ void TestRpcWire::messageBound_data()
     QTest::newRow("one byte more") << callText("test.echo", '"' + QByteArray(rest + 1, 'x') + '"') << true;
     QTest::newRow("never ends") << "{\"a\":\"" + QByteArray(1000, 'x') << true;
     QTest::newRow("whitespace in it") << callText("test.echo", QByteArray(1000, ' ') + '1') << true;
+    // The list, its elements, and the message with its three members besides.
+    QTest::newRow("just as many values") << callText("test.echo", '[' + QByteArray(94, '1').replace("1", "1,") + "1]")
+                                         << false;
+    QTest::newRow("one value more") << callText("test.echo", '[' + QByteArray(95, '1').replace("1", "1,") + "1]")
+                                    << true;
 }
 
 void TestRpcWire::messageBound()
@@ -578,6 +617,7 @@ void TestRpcWire::messageBound()
     const Warnings warnings;
     RpcLimits limits;
     limits.maxMessageBytes = 1000;
+    limits.maxMessageValues = 100;
     for (const int piece : {0, 100}) {
         Warnings::lines.clear();
         RpcSite site(limits);

@@ -44,6 +44,8 @@ public:
     /// The root; Invalid while there is none.
     QAny result() const { return m_root; }
     void reset();
+    /// Values read so far of a text that is not finished, containers included. Small ones cost many times their text.
+    qint64 valueCount() const { return m_values; }
 
 private:
     struct Events;
@@ -69,6 +71,7 @@ private:
     QAny m_root;
     std::unique_ptr<TextCache> m_textCache;
     int m_texts = 0;  // strings of this text before the cache
+    qint64 m_values = 0;
     qint64 m_fed = 0; // bytes that this text may consist of
 };
 

@@ -117,6 +117,7 @@ void Parser::endText()
     clearKey();
     m_texts = 0;
     m_fed = 0;
+    m_values = 0;
 }
 
 void Parser::clearKey()
@@ -138,6 +139,7 @@ QString Parser::text(const char *utf8, qsizetype length)
 
 bool Parser::attach(QAny &&value)
 {
+    ++m_values;
     if (m_open.empty()) {
         m_root = std::move(value);
         return true;

@@ -10,6 +10,7 @@ AdminSession::AdminSession(int timeoutMs) : m_timeoutMs(timeoutMs)
     // We asked for whatever comes, and the server answers nothing else while it calculates.
     KNet::RpcLimits limits;
     limits.maxMessageBytes = std::numeric_limits<qint64>::max();
+    limits.maxMessageValues = std::numeric_limits<qint64>::max();
     limits.maxUnreadBytes = std::numeric_limits<qint64>::max();
     limits.activityTimeoutMs = 0;
     m_controller.setLimits(limits);

@@ -6,6 +6,13 @@
 
 namespace KNet {
 
+namespace {
+
+/// Of a name that a peer sent, in the diagnostics.
+constexpr int kShownChars = 100;
+
+} // namespace
+
 RpcAdaptor::RpcAdaptor(QObject *service, QObject *parent) : QObject(parent), m_service(service)
 {
     const QMetaObject *meta = service->metaObject();
@@ -25,7 +32,7 @@ QAny RpcAdaptor::invokeMethod(const QString &connectionId, QStringView method, c
     const auto found = m_methods.find(method);
     if (found == m_methods.end()) {
         qWarning() << "KNet::RpcAdaptor::invokeMethod()"
-                   << "no such method name" << method;
+                   << "no such method name" << method.left(kShownChars);
         return rpcError(NoSuchMethod);
     }
     const QMetaMethod slot = found->second; // the table may go while the slot runs

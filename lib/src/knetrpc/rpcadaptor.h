@@ -13,8 +13,8 @@
 
 namespace KNet {
 
-/// Makes the public slots `QAny name(QString connectionId, QAny params)` of a service callable by name. Slots that the
-/// service inherits are not. A child of its controller; the service is not owned and may go first.
+/// Makes the public slots `QAny name(const QString &connectionId, const QAny &params)` of a service callable by name.
+/// Slots that the service inherits are not. A child of its controller; the service is not owned and may go first.
 class RpcAdaptor : public QObject
 {
     Q_OBJECT

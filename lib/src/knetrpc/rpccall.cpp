@@ -92,7 +92,7 @@ void RpcCall::cancel()
         m_loop->exit(1);
 }
 
-void RpcCall::onResponse(QString connectionId, QAny result)
+void RpcCall::onResponse(const QString &connectionId, const QAny &result)
 {
     Q_UNUSED(connectionId)
     m_response = result;

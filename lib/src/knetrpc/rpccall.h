@@ -42,7 +42,7 @@ public:
     void cancel();
 
 public Q_SLOTS:
-    void onResponse(QString connectionId, QAny result);
+    void onResponse(const QString &connectionId, const QAny &result);
 
 private:
     bool wait();

@@ -18,6 +18,10 @@ constexpr qint64 kReadBufferBytes = 256 * 1024;
 /// A message from this size on is handed to the socket without a copy; shorter ones share its blocks.
 constexpr int kSharedWriteBytes = 64 * 1024;
 
+/// A timer that is this much late was held up by the event loop, and how long input then has to be read, both in ms.
+constexpr int kLateMs = 100;
+constexpr int kActivityGraceMs = 1000;
+
 } // namespace
 
 /// While one is open, functions of QTcpSocket may be below us on the stack, so the object must not be deleted.
@@ -62,7 +66,11 @@ RpcConnection::~RpcConnection()
 
 bool RpcConnection::send(const QAny &message)
 {
-    return sendText(message.toJsonUtf8());
+    const QByteArray json = message.toJsonUtf8();
+    if (!json.isEmpty())
+        return sendText(json);
+    qWarning() << "KNet::RpcConnection::send() too long for one message";
+    return false;
 }
 
 bool RpcConnection::sendText(const QByteArray &json)
@@ -191,8 +199,10 @@ void RpcConnection::takeTurn()
 /// Messages of this turn; self tells whether there still is an object.
 int RpcConnection::handleInput(const QPointer<RpcConnection> &self)
 {
+    QElapsedTimer turn;
+    turn.start();
     for (int handled = 0;; ++handled) {
-        if (m_ended || handled == m_limits.maxMessagesPerTurn)
+        if (m_ended || handled == m_limits.maxMessagesPerTurn || (handled > 0 && turn.elapsed() >= m_limits.maxTurnMs))
             return handled;
         if (m_closing) {
             readAll();
@@ -239,6 +249,11 @@ RpcConnection::Input RpcConnection::readMessage(QAny *message)
                        << "bytes, peer" << peerAddress().toString() << peerPort();
             return Input::Broken;
         }
+        if (m_reader.valueCount() > m_limits.maxMessageValues) {
+            qWarning() << "KNet::RpcConnection::readMessage() message of more than" << m_limits.maxMessageValues
+                       << "values, peer" << peerAddress().toString() << peerPort();
+            return Input::Broken;
+        }
         if (fed == Json::Parser::Complete) {
             m_messageBytes = 0;
             m_reader.finish();
@@ -274,6 +289,7 @@ void RpcConnection::dropInput()
 void RpcConnection::noteActivity()
 {
     m_lastActivity.start();
+    m_activityGrace = false;
 }
 
 void RpcConnection::onBytesWritten(qint64 bytes)
@@ -287,9 +303,13 @@ void RpcConnection::onActivityTimeout()
 {
     const qint64 idle = m_handling > 0 ? 0 : m_lastActivity.elapsed();
     if (idle < activityTimeout())
-        m_activityTimer.start(static_cast<int>(activityTimeout() - idle));
-    else
-        closeConnection();
+        return m_activityTimer.start(static_cast<int>(activityTimeout() - idle));
+    // Late is a timer behind a blocked event loop: what the peer has sent meanwhile waits to be read.
+    const bool mayHaveInput = hasInput() || idle > activityTimeout() + kLateMs;
+    if (!mayHaveInput || m_activityGrace)
+        return closeConnection();
+    m_activityGrace = true;
+    m_activityTimer.start(kActivityGraceMs);
 }
 
 void RpcConnection::endBehindInput()

@@ -99,16 +99,17 @@ private:
     QTimer m_activityTimer;
 
     QElapsedTimer m_lastActivity;
-    int m_handling = 0;        // messages being handled, one within the other
-    QByteArray m_input;        // read from the socket, not yet fed
-    int m_inputFed = 0;        // bytes of it that the reader has
-    qint64 m_messageBytes = 0; // that the reader has of the message in progress
-    bool m_turnDue = false;    // takeTurn() is posted
-    int m_socketScopes = 0;    // functions of the socket that are on the stack
-    bool m_closing = false;    // by us: further input is dropped
-    bool m_peerGone = false;   // the disconnect handling follows the last message
-    bool m_ended = false;      // the disconnect handling has begun
-    bool m_retired = false;    // deletes itself when the last socket scope ends
+    bool m_activityGrace = false; // has been given since
+    int m_handling = 0;           // messages being handled, one within the other
+    QByteArray m_input;           // read from the socket, not yet fed
+    int m_inputFed = 0;           // bytes of it that the reader has
+    qint64 m_messageBytes = 0;    // that the reader has of the message in progress
+    bool m_turnDue = false;       // takeTurn() is posted
+    int m_socketScopes = 0;       // functions of the socket that are on the stack
+    bool m_closing = false;       // by us: further input is dropped
+    bool m_peerGone = false;      // the disconnect handling follows the last message
+    bool m_ended = false;         // the disconnect handling has begun
+    bool m_retired = false;       // deletes itself when the last socket scope ends
 };
 
 } // namespace KNet

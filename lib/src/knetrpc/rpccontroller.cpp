@@ -386,7 +386,11 @@ bool RpcController::respond(const QString &connectionId, const QString &id, cons
     message.slot(0) = kProtocolVersion;
     message.slot(1) = id;
     message.slot(2) = body.at(0);
-    return connection->send(message);
+    const QByteArray json = message.toJsonUtf8();
+    if (!json.isEmpty())
+        return connection->sendText(json);
+    qWarning() << "KNet::RpcController::respond() answer too long for one message";
+    return respond(connectionId, id, rpcError(InvokeError));
 }
 
 void RpcController::handleAnswer(RpcConnection *connection, const QString &id, const QAny &response)

@@ -29,11 +29,15 @@ QString rpcErrorText(const QAny &answer);
 struct RpcLimits {
     /// A peer that sends a longer message is disconnected.
     qint64 maxMessageBytes = 256 * 1024 * 1024;
+    /// So is one that sends a message of more values: a small value costs thirty times its text.
+    qint64 maxMessageValues = 8 * 1024 * 1024;
     /// A peer that has left more than this unread when another message is due is disconnected; a single message may be
     /// larger.
     qint64 maxUnreadBytes = 256 * 1024 * 1024;
     /// What one connection may have handled before the others' turn comes.
     int maxMessagesPerTurn = 64;
+    /// And how long, before no further message is begun.
+    int maxTurnMs = 50;
     /// A closing connection that has not gone by then is aborted.
     int closeGraceMs = 5000;
     /// A connection without a complete message for that long is closed; 0 means never. For new connections.
