@@ -210,6 +210,8 @@ void TestDataBase::newestTimes()
     QVERIFY(m_database->insertLog(8, 0, 0, 0, 1800000000000LL, "x", QAny()));
     for (const qint64 time : {1700000001LL, 1700000003LL, 1700000002LL})
         QVERIFY(m_database->insert("events", QAny({{"TID", 7}, {"TIMESTAMP", time}})));
+    for (const char *text : {"", "abc"}) // in place of a time
+        QVERIFY(m_database->insert("events", QAny({{"TID", 7}, {"TIMESTAMP", text}})));
     QCOMPARE(m_database->lastLogTime(7), 1700000000900LL);
     QCOMPARE(m_database->lastEventTime(7), 1700000003LL);
     QCOMPARE(m_database->lastEventTime(8), 0LL);

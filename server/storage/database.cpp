@@ -5,6 +5,7 @@
 #include <QCoreApplication>
 #include <QDebug>
 #include <QDir>
+#include <QElapsedTimer>
 #include <QSet>
 #include <QSqlError>
 #include <QSqlField>
@@ -39,7 +40,9 @@ const char *const kOwnIndexes[] = {
 const auto kInsertLog = QStringLiteral("INSERT OR REPLACE INTO logs (idx, line, id, ftimestamp, llevel, lgroup, "
                                        "fmessage, data) VALUES(?,?,?,?,?,?,?,?)");
 const auto kLastLogTime = QStringLiteral("SELECT max(ftimestamp) FROM logs WHERE line=?");
-const auto kLastEventTime = QStringLiteral("SELECT max(timestamp) FROM events WHERE tid=?");
+// Of the numbers: a text that a terminal sent for a time is more than any number, and would hide them all.
+const auto kLastEventTime = QStringLiteral("SELECT timestamp FROM events WHERE tid=? AND typeof(timestamp)='integer' "
+                                           "ORDER BY timestamp DESC LIMIT 1");
 const auto kConfigValue = QStringLiteral("SELECT VALUE FROM Config WHERE KEY='%1'");
 const auto kSaveConfig = QStringLiteral("INSERT OR REPLACE INTO Config (KEY, VALUE) VALUES(?,?)");
 const auto kLastLogIdx = QStringLiteral("LastLogIdx");
@@ -53,6 +56,13 @@ QVariant textVariant(const QString &text)
 QVariant columnVariant(const QAny &value)
 {
     return value.isString() ? textVariant(value.asString()) : value.toVariant();
+}
+
+bool isBusy(const QSqlError &error)
+{
+    constexpr int kPrimaryCode = 0xff;
+    constexpr int kBusy = 5;
+    return (error.nativeErrorCode().toInt() & kPrimaryCode) == kBusy;
 }
 
 /// SQLite's primary result codes of failures that may pass by themselves or by making room.
@@ -116,6 +126,8 @@ private:
     void configure();
     void optimize();
     bool succeeded(const char *where, const QSqlError &error);
+    void loseBusyPatience();
+    void regainBusyPatience();
     bool anyTransactionOpen();
     const Savepoint &savepoint(size_t level);
 
@@ -126,6 +138,7 @@ private:
     /// Why the open transaction can no longer be stored; None while it can.
     Failure m_lost = Failure::None;
     bool m_foreignOpen = false;
+    QElapsedTimer m_impatient; // runs while the busy time-out is short
     bool m_indexSaved = true;
     qint64 m_schemaVersion = -1;
     QHash<QString, QSet<QString>> m_columns;
@@ -188,11 +201,31 @@ bool DataBase::Private::succeeded(const char *where, const QSqlError &error)
     if (where)
         qWarning().noquote() << where << error.text();
     lastFailure = mayPass(error) ? Failure::Passing : Failure::Lasting;
+    if (isBusy(error))
+        loseBusyPatience();
     if (!m_logIndexAtBegin.empty() && m_lost == Failure::None && !anyTransactionOpen()) {
         qWarning("DataBase::transaction() SQLite has rolled the transaction back");
         m_lost = lastFailure;
     }
     return false;
+}
+
+/// Who has held the file for the whole time-out will hold it longer: statement after statement would wait as long, and
+/// nobody be served.
+void DataBase::Private::loseBusyPatience()
+{
+    if (m_impatient.isValid())
+        return;
+    m_impatient.start();
+    QSqlQuery(connection).exec(QStringLiteral("PRAGMA busy_timeout=%1").arg(kImpatientTimeoutMs));
+}
+
+void DataBase::Private::regainBusyPatience()
+{
+    if (!m_impatient.isValid() || !m_impatient.hasExpired(kBusyTimeoutMs))
+        return;
+    m_impatient.invalidate();
+    QSqlQuery(connection).exec(QStringLiteral("PRAGMA busy_timeout=%1").arg(kBusyTimeoutMs));
 }
 
 /// Runs a text that is not likely to come again.
@@ -202,6 +235,7 @@ bool DataBase::Private::runText(const char *where, const QString &sql, const std
         lastFailure = Failure::Lasting;
         return false;
     }
+    regainBusyPatience();
     QSqlQuery query(connection);
     query.setForwardOnly(true);
     if (query.exec(sql) && use)
@@ -221,6 +255,7 @@ bool DataBase::Private::runCached(const char *where, const QString &sql, const Q
         lastFailure = Failure::Lasting;
         return false;
     }
+    regainBusyPatience();
     StatementCache::Lease lease = statements->lease(sql);
     QSqlQuery &query = lease.query();
     if (!lease.isPrepared())

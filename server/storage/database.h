@@ -24,6 +24,8 @@ public:
     static constexpr qint32 kLogIndexLimit = 10000000;
     /// How long a statement waits for another process that holds the file.
     static constexpr int kBusyTimeoutMs = 5000;
+    /// And for the next kBusyTimeoutMs after it was held that long.
+    static constexpr int kImpatientTimeoutMs = 100;
 
     /// Why the latest write failed. A passing failure (file locked, disk full, input or output error) is worth another
     /// attempt; a lasting one (no such table, a constraint, not open) is not.
