@@ -5,6 +5,7 @@
 #include "rpcpeer.h"
 #include "terminalcatchup.h"
 
+#include <QSignalSpy>
 #include <QSqlQuery>
 #include <QSqlRecord>
 #include <QTest>
@@ -66,11 +67,9 @@ TerminalSite::~TerminalSite()
 QString TerminalSite::connection()
 {
     QString id;
-    bool accepted = false;
-    const auto watch = QObject::connect(&server, &KNet::RpcController::incoming, [&accepted] { accepted = true; });
-    const bool isOpen =
-        client.connectToHost("127.0.0.1", server.serverPort(), id, 5000) && waitFor([&accepted] { return accepted; });
-    QObject::disconnect(watch);
+    const QSignalSpy accepted(&server, &KNet::RpcController::incoming);
+    const bool isOpen = client.connectToHost("127.0.0.1", server.serverPort(), id, 5000) &&
+                        waitFor([&accepted] { return !accepted.isEmpty(); });
     return isOpen ? id : QString();
 }
 
@@ -94,11 +93,9 @@ QString TerminalSite::ask(const QString &connectionId, const char *method, const
 
 void TerminalSite::leave(const QString &connectionId)
 {
-    bool gone = false;
-    const auto watch = QObject::connect(&server, &KNet::RpcController::disconnected, [&gone] { gone = true; });
+    const QSignalSpy gone(&server, &KNet::RpcController::disconnected);
     client.abortConnection(connectionId);
-    waitFor([&gone] { return gone; });
-    QObject::disconnect(watch);
+    waitFor([&gone] { return !gone.isEmpty(); });
 }
 
 bool TerminalSite::waitForCatchUps(int left)

@@ -99,6 +99,7 @@ private Q_SLOTS:
     void addedFiles();
     void commandToTerminal_data();
     void commandToTerminal();
+    void manyCommandsOfOneClient();
     void connectedTerminals();
     void restart_data();
     void restart();
@@ -569,6 +570,24 @@ void TestCheckServices::commandToTerminal()
     QCOMPARE(commands, QStringList{QString::fromUtf8(params)}); // sent once, unchanged
     QCOMPARE(meanwhile, QString(R"({"PING":"OK"})"));
     QCOMPARE(m_site->main->isConnected(7), !reply.isEmpty());
+}
+
+/// One client's commands to a silent terminal leave room for the others'.
+void TestCheckServices::manyCommandsOfOneClient()
+{
+    RpcPeer terminal(m_site->server.serverPort());
+    QCOMPARE(terminal.ask(callText("mainterminal.login", R"({"id":7})")), resultText("true"));
+    RpcPeer client(m_site->server.serverPort());
+    QCOMPARE(client.ask(callText("adminterminal.login", R"({"id":201})")), resultText("true"));
+    QVERIFY(client.next().contains("logger.getLogs"));
+    const QByteArray command = callText("admincheck.zukCmd", R"({"ZUKID":7})");
+    // The refusal is the only answer while the terminal is silent. Our own wait is below the waiting commands.
+    QTimer::singleShot(0, this, [&] { client.write(command.repeated(AdminCheckService::kMaxWaitingCommands + 1)); });
+    connect(client.socket.get(), &QTcpSocket::readyRead, this,
+            [this] { QTimer::singleShot(0, this, [this] { m_site->main->disconnectTerminal(7); }); });
+    QCOMPARE(client.next(), resultText(R"({"error":{"code":10300,"message":"Connection error"}})"));
+    for (int i = 0; i < AdminCheckService::kMaxWaitingCommands; ++i)
+        QVERIFY(client.next().contains("10310"));
 }
 
 void TestCheckServices::connectedTerminals()

@@ -28,6 +28,7 @@ private Q_SLOTS:
     void tokens();
     void catchUp();
     void liveEventHidesNoOfflineOne();
+    void unfinishedCatchUpIsMadeUpFor();
     void offlineEventWithTakenRowNumber();
     void noListEndsTheCatchUp();
     void administrationClientHasLogsOnly();
@@ -190,6 +191,30 @@ void TestSessions::liveEventHidesNoOfflineOne()
     QCOMPARE(m_site->side.requests.last(), QString(R"(getEvents {"TID":"5","fromTimestamp":"0"})"));
     QCOMPARE(m_site->rows("select TIMESTAMP,REMARK from allevents order by ID"),
              (QStringList{"9000|", "600|ZUK SERVER OFFLINE"}));
+}
+
+/// Live events of a session whose catch-up failed do not hide what the terminal still has.
+void TestSessions::unfinishedCatchUpIsMadeUpFor()
+{
+    m_site->database->insert("events", {{"USER", "7"}, {"TIMESTAMP", 500}, {"TID", 5}});
+    for (const char *logs : {"null", "[]"}) {
+        answerLogsWith(logs, "null");
+        const QString id = m_site->terminal(5);
+        QVERIFY(m_site->waitForCatchUps());
+        m_site->call(id, "logger.event", json(R"({"USER":"7","TIMESTAMP":9000,"TID":5})"));
+        m_site->call(id, "logger.log", json(R"({"ID":1,"FTIMESTAMP":"8000"})"));
+        m_site->leave(id);
+    }
+    answerLogsWith("[]", R"([{"USER":"7","TIMESTAMP":600,"TID":5}])");
+    m_site->side.requests.clear();
+    for (int login = 0; login < 2; ++login) {
+        const QString id = m_site->terminal(5);
+        QVERIFY(m_site->waitForCatchUps());
+        m_site->leave(id);
+    }
+    QCOMPARE(m_site->side.requests,
+             (QStringList{R"(getLogs {"fromTimestamp":"8000"})", R"(getEvents {"TID":"5","fromTimestamp":"500"})",
+                          R"(getLogs {"fromTimestamp":"8000"})", R"(getEvents {"TID":"5","fromTimestamp":"9000"})"}));
 }
 
 void TestSessions::offlineEventWithTakenRowNumber()

@@ -82,7 +82,7 @@ public:
     }
 
 public Q_SLOTS:
-    QAny login(QString connectionId, QAny params)
+    QAny login(const QString &connectionId, const QAny &params)
     {
         const int number = params.lookup("id").toInt();
         if (m_site.taken.contains(number) || !m_site.connectionOf(number).isEmpty()) {
@@ -120,7 +120,7 @@ public:
     explicit LoggerService(Site &site) : m_site(site) {}
 
 public Q_SLOTS:
-    QAny event(QString connectionId, QAny params) { return m_site.onEvent(connectionId, params); }
+    QAny event(const QString &connectionId, const QAny &params) { return m_site.onEvent(connectionId, params); }
     QAny log(QString, QAny params)
     {
         m_site.logLines.append(params);

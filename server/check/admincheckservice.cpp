@@ -4,10 +4,12 @@
 #include "database.h"
 #include "mainterminalservice.h"
 #include "restartscript.h"
+#include "rpcprotocol.h"
 #include "terminalsettings.h"
 
 #include <QDebug>
 #include <QFile>
+#include <QPointer>
 
 namespace {
 
@@ -26,13 +28,13 @@ QAny error(const QString &text)
 
 AdminCheckService::AdminCheckService(QObject *parent) : CheckService(adminTerminalService, parent) {}
 
-QAny AdminCheckService::query(QString connectionId, QAny params)
+QAny AdminCheckService::query(const QString &connectionId, const QAny &params)
 {
     begin("AdminCheckService::query", connectionId, params);
     return CheckService::query(params);
 }
 
-QAny AdminCheckService::exec(QString connectionId, QAny params)
+QAny AdminCheckService::exec(const QString &connectionId, const QAny &params)
 {
     begin("AdminCheckService::exec", connectionId, params);
     const bool ok = execute(params);
@@ -41,13 +43,13 @@ QAny AdminCheckService::exec(QString connectionId, QAny params)
     return {{kResult, flag(ok)}};
 }
 
-QAny AdminCheckService::insert(QString connectionId, QAny params)
+QAny AdminCheckService::insert(const QString &connectionId, const QAny &params)
 {
     begin("AdminCheckService::insert", connectionId, params);
     return insertRow(params);
 }
 
-QAny AdminCheckService::update(QString connectionId, QAny params)
+QAny AdminCheckService::update(const QString &connectionId, const QAny &params)
 {
     begin("AdminCheckService::update", connectionId, params);
     const QAny rows = params.lookup(QStringLiteral("TABLE"));
@@ -60,19 +62,19 @@ QAny AdminCheckService::update(QString connectionId, QAny params)
     return {{kResult, flag(false)}, {QStringLiteral("TBL"), rows}};
 }
 
-QAny AdminCheckService::addFile(QString connectionId, QAny params)
+QAny AdminCheckService::addFile(const QString &connectionId, const QAny &params)
 {
     begin("AdminCheckService::addFile", connectionId, params);
     return storeFile(params);
 }
 
-QAny AdminCheckService::loadFile(QString connectionId, QAny params)
+QAny AdminCheckService::loadFile(const QString &connectionId, const QAny &params)
 {
     begin("AdminCheckService::loadFile", connectionId, params);
     return readFile(params, "AdminCheckService::loadFile");
 }
 
-QAny AdminCheckService::restartService(QString connectionId, QAny params)
+QAny AdminCheckService::restartService(const QString &connectionId, const QAny &params)
 {
     begin("AdminCheckService::restartService", connectionId, params);
     const QString script = RestartScript::write();
@@ -83,20 +85,20 @@ QAny AdminCheckService::restartService(QString connectionId, QAny params)
     return {{kResult, flag(true)}, {kMessage, QStringLiteral("restart")}};
 }
 
-QAny AdminCheckService::recalc(QString connectionId, QAny params)
+QAny AdminCheckService::recalc(const QString &connectionId, const QAny &params)
 {
     // Deliberate: the line names the restart; logs are searched by it.
     begin("AdminCheckService::restartService", connectionId, params);
     return recalculate(params);
 }
 
-QAny AdminCheckService::version(QString connectionId, QAny params)
+QAny AdminCheckService::version(const QString &connectionId, const QAny &params)
 {
     begin("AdminCheckService::version", connectionId, params);
     return {{kResult, flag(true)}, {QStringLiteral("ver"), QStringLiteral("ZUK3")}};
 }
 
-QAny AdminCheckService::zukCmd(QString connectionId, QAny params)
+QAny AdminCheckService::zukCmd(const QString &connectionId, const QAny &params)
 {
     begin("AdminCheckService::zukCmd", connectionId, params);
     const qint64 number = params.lookup(QStringLiteral("ZUKID")).toInteger();
@@ -108,10 +110,19 @@ QAny AdminCheckService::zukCmd(QString connectionId, QAny params)
         return error(QStringLiteral("ZUK Terminal id=%1 not connected!").arg(number));
     if (terminal < 0)
         return error(QStringLiteral("Unknown ZUK id"));
-    return terminals->callTerminal(terminal, QStringLiteral("logger.zukCmd"), params, TerminalService::kCallTimeoutMs);
+    if (m_waitingCommands.value(connectionId) >= kMaxWaitingCommands)
+        return KNet::rpcError(KNet::ConnectionError);
+    const QString client = connectionId; // it may leave while the terminal is asked, and this service end
+    const QPointer<AdminCheckService> self(this);
+    ++m_waitingCommands[client];
+    const QAny answer =
+        terminals->callTerminal(terminal, QStringLiteral("logger.zukCmd"), params, TerminalService::kCallTimeoutMs);
+    if (self && --m_waitingCommands[client] == 0)
+        m_waitingCommands.remove(client);
+    return answer;
 }
 
-QAny AdminCheckService::zukConnected(QString connectionId, QAny params)
+QAny AdminCheckService::zukConnected(const QString &connectionId, const QAny &params)
 {
     begin("AdminCheckService::zukConnected", connectionId, params);
     QAny terminals = mainTerminalService() ? mainTerminalService()->connections() : QAny(QAny::List);

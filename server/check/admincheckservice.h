@@ -2,11 +2,16 @@
 
 #include "checkservice.h"
 
+#include <QHash>
+
 /// What a logged-in administration client may do with the server; the service "admincheck".
 class AdminCheckService : public CheckService
 {
     Q_OBJECT
 public:
+    /// Commands of one client that may wait for terminals at a time; all clients share RpcCall::kMaxNestedCalls.
+    static constexpr int kMaxWaitingCommands = 16;
+
     explicit AdminCheckService(QObject *parent = nullptr);
 
 Q_SIGNALS:
@@ -14,17 +19,20 @@ Q_SIGNALS:
     void finished(int id);
 
 public Q_SLOTS:
-    QAny query(QString connectionId, QAny params);
-    QAny exec(QString connectionId, QAny params);
-    QAny insert(QString connectionId, QAny params);
-    QAny update(QString connectionId, QAny params);
-    QAny addFile(QString connectionId, QAny params);
-    QAny loadFile(QString connectionId, QAny params);
-    QAny restartService(QString connectionId, QAny params);
-    QAny recalc(QString connectionId, QAny params);
-    QAny version(QString connectionId, QAny params);
-    QAny zukCmd(QString connectionId, QAny params);
-    QAny zukConnected(QString connectionId, QAny params);
+    QAny query(const QString &connectionId, const QAny &params);
+    QAny exec(const QString &connectionId, const QAny &params);
+    QAny insert(const QString &connectionId, const QAny &params);
+    QAny update(const QString &connectionId, const QAny &params);
+    QAny addFile(const QString &connectionId, const QAny &params);
+    QAny loadFile(const QString &connectionId, const QAny &params);
+    QAny restartService(const QString &connectionId, const QAny &params);
+    QAny recalc(const QString &connectionId, const QAny &params);
+    QAny version(const QString &connectionId, const QAny &params);
+    QAny zukCmd(const QString &connectionId, const QAny &params);
+    QAny zukConnected(const QString &connectionId, const QAny &params);
+
+private:
+    QHash<QString, int> m_waitingCommands; // by connection
 };
 
 /// The process's service; null before start and after stop. Only ServicesStarter (or a test) sets it.

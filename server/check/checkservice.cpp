@@ -1,5 +1,6 @@
 #include "checkservice.h"
 
+#include "abridged.h"
 #include "database.h"
 #include "dialogcalc3.h"
 #include "filetransfer.h"
@@ -18,28 +19,12 @@ const QString kDir = QStringLiteral("DIR");
 const QString kFileName = QStringLiteral("FNAME");
 const QString kFile = QStringLiteral("FILE");
 
-/// A file travels as one text; the diagnostics show its beginning.
-constexpr int kShownChars = 1000;
-
-/// The parameters as the diagnostics show them.
-QAny shown(const QAny &params)
-{
-    if (params.isString())
-        return params.count() > kShownChars ? params.asString().left(kShownChars) + QStringLiteral("…") : params;
-    if (!params.isHash())
-        return params;
-    QAny copy(QAny::Hash);
-    for (int i = 0; i < params.count(); ++i)
-        copy.insert(params.keyAt(i), params.at(i).isString() ? shown(params.at(i)) : params.at(i));
-    return copy;
-}
-
 } // namespace
 
 int CheckService::begin(const char *logName, const QString &connectionId, const QAny &params) const
 {
     const int number = m_numberOf(connectionId);
-    qDebug() << logName << number << shown(params);
+    qDebug() << logName << number << abridged(params);
     return number;
 }
 
@@ -66,7 +51,7 @@ bool CheckService::execute(const QAny &params)
 
 QAny CheckService::insertRow(const QAny &params)
 {
-    const QAny rows = params.lookup(kTable);
+    const QAny &rows = params.lookup(kTable);
     if (db() && db()->insert(params.lookup(kName).toString(), rows)) {
         journal(Information, QStringLiteral("Insert true"), params);
         return {{kResult, flag(true)}};

@@ -40,13 +40,13 @@ void addTimes(QAny &answer, const QFileInfo &file)
 
 TerminalCheckService::TerminalCheckService(QObject *parent) : CheckService(mainTerminalService, parent) {}
 
-QAny TerminalCheckService::query(QString connectionId, QAny params)
+QAny TerminalCheckService::query(const QString &connectionId, const QAny &params)
 {
     begin("TerminalCheckService::query lunga", connectionId, params);
     return CheckService::query(params);
 }
 
-QAny TerminalCheckService::exec(QString connectionId, QAny params)
+QAny TerminalCheckService::exec(const QString &connectionId, const QAny &params)
 {
     begin("TerminalCheckService::exec tunga", connectionId, params);
     const bool ok = execute(params);
@@ -57,7 +57,7 @@ QAny TerminalCheckService::exec(QString connectionId, QAny params)
     return {{kResult, flag(ok)}};
 }
 
-QAny TerminalCheckService::save(QString connectionId, QAny params)
+QAny TerminalCheckService::save(const QString &connectionId, const QAny &params)
 {
     begin("TerminalCheckService::save", connectionId, params);
     journal(Error, QStringLiteral("SaveVehicle %1 ERROR").arg(registration(params)), params);
@@ -65,27 +65,27 @@ QAny TerminalCheckService::save(QString connectionId, QAny params)
     return {{kResult, flag(false)}, {QStringLiteral("resultsql"), flag(false)}};
 }
 
-QAny TerminalCheckService::savehold(QString connectionId, QAny params)
+QAny TerminalCheckService::savehold(const QString &connectionId, const QAny &params)
 {
     begin("TerminalCheckService::savehold", connectionId, params);
     journal(Error, QStringLiteral("SaveVehicleHold %1 ERROR").arg(registration(params)), params);
     return {{kResult, flag(false)}};
 }
 
-QAny TerminalCheckService::saveQrCustomer(QString connectionId, QAny params)
+QAny TerminalCheckService::saveQrCustomer(const QString &connectionId, const QAny &params)
 {
     begin("TerminalCheckService::saveQrCustomer", connectionId, params);
     journal(Error, QStringLiteral("SaveQRVehicle %1 ERROR").arg(registration(params)), params);
     return {{kResult, flag(false)}};
 }
 
-QAny TerminalCheckService::insert(QString connectionId, QAny params)
+QAny TerminalCheckService::insert(const QString &connectionId, const QAny &params)
 {
     begin("TerminalCheckService::insert", connectionId, params);
     return insertRow(params);
 }
 
-QAny TerminalCheckService::timeSync(QString connectionId, QAny params)
+QAny TerminalCheckService::timeSync(const QString &connectionId, const QAny &params)
 {
     begin("TerminalCheckService::timeSync", connectionId, params);
     const QDateTime now = QDateTime::currentDateTime();
@@ -93,25 +93,25 @@ QAny TerminalCheckService::timeSync(QString connectionId, QAny params)
             {QStringLiteral("DST"), now.isDaylightTime() ? QStringLiteral("TRUE") : QStringLiteral("FALSE")}};
 }
 
-QAny TerminalCheckService::recalc(QString connectionId, QAny params)
+QAny TerminalCheckService::recalc(const QString &connectionId, const QAny &params)
 {
     begin("TerminalCheckService::recalc", connectionId, params);
     return recalculate(params);
 }
 
-QAny TerminalCheckService::krneki(QString connectionId, QAny params)
+QAny TerminalCheckService::krneki(const QString &connectionId, const QAny &params)
 {
     begin("TerminalCheckService::krneki", connectionId, params);
     return {{QStringLiteral("KRNEKI"), QStringLiteral("krneki")}};
 }
 
-QAny TerminalCheckService::ping(QString connectionId, QAny params)
+QAny TerminalCheckService::ping(const QString &connectionId, const QAny &params)
 {
     begin("TerminalCheckService::ping", connectionId, params);
     return {{QStringLiteral("PING"), QStringLiteral("OK")}};
 }
 
-QAny TerminalCheckService::loadFile(QString connectionId, QAny params)
+QAny TerminalCheckService::loadFile(const QString &connectionId, const QAny &params)
 {
     begin("TerminalCheckService::loadFile", connectionId, params);
     QAny answer = readFile(params, "TerminalCheckService::loadFile");
@@ -120,7 +120,7 @@ QAny TerminalCheckService::loadFile(QString connectionId, QAny params)
     return answer;
 }
 
-QAny TerminalCheckService::addFile(QString connectionId, QAny params)
+QAny TerminalCheckService::addFile(const QString &connectionId, const QAny &params)
 {
     begin("TerminalCheckService::addFile", connectionId, params);
     qint64 size = 0;

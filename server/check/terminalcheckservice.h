@@ -14,19 +14,19 @@ Q_SIGNALS:
     void finished(int id);
 
 public Q_SLOTS:
-    QAny query(QString connectionId, QAny params);
-    QAny exec(QString connectionId, QAny params);
+    QAny query(const QString &connectionId, const QAny &params);
+    QAny exec(const QString &connectionId, const QAny &params);
     // Deliberate: these three store nothing and say so, instead of "No such method".
-    QAny save(QString connectionId, QAny params);
-    QAny savehold(QString connectionId, QAny params);
-    QAny saveQrCustomer(QString connectionId, QAny params);
-    QAny insert(QString connectionId, QAny params);
-    QAny timeSync(QString connectionId, QAny params);
-    QAny recalc(QString connectionId, QAny params);
-    QAny krneki(QString connectionId, QAny params);
-    QAny ping(QString connectionId, QAny params);
-    QAny loadFile(QString connectionId, QAny params);
-    QAny addFile(QString connectionId, QAny params);
+    QAny save(const QString &connectionId, const QAny &params);
+    QAny savehold(const QString &connectionId, const QAny &params);
+    QAny saveQrCustomer(const QString &connectionId, const QAny &params);
+    QAny insert(const QString &connectionId, const QAny &params);
+    QAny timeSync(const QString &connectionId, const QAny &params);
+    QAny recalc(const QString &connectionId, const QAny &params);
+    QAny krneki(const QString &connectionId, const QAny &params);
+    QAny ping(const QString &connectionId, const QAny &params);
+    QAny loadFile(const QString &connectionId, const QAny &params);
+    QAny addFile(const QString &connectionId, const QAny &params);
 };
 
 /// The process's service; null before start and after stop. Only ServicesStarter (or a test) sets it.

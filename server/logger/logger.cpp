@@ -62,7 +62,7 @@ Logger::~Logger()
     m_keptEvents.flush();
 }
 
-QAny Logger::log(QString connectionId, QAny params)
+QAny Logger::log(const QString &connectionId, const QAny &params)
 {
     const qint64 id = params.lookup(QStringLiteral("ID")).toInteger();
     const int terminal = id == kAdministrationLogId ? administrationClientOf(connectionId) : terminalOf(connectionId);
@@ -74,7 +74,7 @@ QAny Logger::log(QString connectionId, QAny params)
                            params.lookup(QStringLiteral("FMESSAGE")).toString(), params.lookup(QStringLiteral("DATA")));
 }
 
-QAny Logger::event(QString connectionId, QAny params)
+QAny Logger::event(const QString &connectionId, const QAny &params)
 {
     const int terminal = terminalOf(connectionId);
     if (terminal < 0)

@@ -46,10 +46,10 @@ public:
 
 public Q_SLOTS:
     /// Stores a log line of the caller's. False when it is not logged in, or the line is not stored.
-    QAny log(QString connectionId, QAny params);
+    QAny log(const QString &connectionId, const QAny &params);
     /// Stores an attendance event and its journal row. False when the caller is no logged-in terminal; otherwise true,
     /// after the event was stored or kept, or when it can never be.
-    QAny event(QString connectionId, QAny params);
+    QAny event(const QString &connectionId, const QAny &params);
 
 private:
     int ownLine();

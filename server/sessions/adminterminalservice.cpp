@@ -24,23 +24,23 @@ AdminTerminalService::AdminTerminalService(KNet::RpcController *controller, QObj
     connect(controller, &KNet::RpcController::disconnected, this, &AdminTerminalService::onDisconnectedConnection);
 }
 
-QAny AdminTerminalService::login(QString connectionId, QAny params)
+QAny AdminTerminalService::login(const QString &connectionId, const QAny &params)
 {
     return logIn(connectionId, params);
 }
 
-QAny AdminTerminalService::status(QString connectionId, QAny params)
+QAny AdminTerminalService::status(const QString &connectionId, const QAny &params)
 {
     Q_UNUSED(params)
     return sessionStatus(connectionId);
 }
 
-void AdminTerminalService::onIncomingConnection(QString connectionId)
+void AdminTerminalService::onIncomingConnection(const QString &connectionId)
 {
     addPending(connectionId);
 }
 
-void AdminTerminalService::onDisconnectedConnection(QString connectionId)
+void AdminTerminalService::onDisconnectedConnection(const QString &connectionId)
 {
     endSession(connectionId);
 }

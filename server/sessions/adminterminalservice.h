@@ -14,10 +14,10 @@ Q_SIGNALS:
     void disconnected(int terminal);
 
 public Q_SLOTS:
-    QAny login(QString connectionId, QAny params);
-    QAny status(QString connectionId, QAny params);
-    void onIncomingConnection(QString connectionId);
-    void onDisconnectedConnection(QString connectionId);
+    QAny login(const QString &connectionId, const QAny &params);
+    QAny status(const QString &connectionId, const QAny &params);
+    void onIncomingConnection(const QString &connectionId);
+    void onDisconnectedConnection(const QString &connectionId);
 
 protected:
     void tellConnected(int terminal) override;

@@ -42,23 +42,23 @@ QAny MainTerminalService::getPictures(int terminal, int pictureId, const QAny &o
     return callTerminal(terminal, QStringLiteral("logger.getPictures"), params, kCallTimeoutMs);
 }
 
-QAny MainTerminalService::login(QString connectionId, QAny params)
+QAny MainTerminalService::login(const QString &connectionId, const QAny &params)
 {
     return logIn(connectionId, params);
 }
 
-QAny MainTerminalService::status(QString connectionId, QAny params)
+QAny MainTerminalService::status(const QString &connectionId, const QAny &params)
 {
     Q_UNUSED(params)
     return sessionStatus(connectionId);
 }
 
-void MainTerminalService::onIncomingConnection(QString connectionId)
+void MainTerminalService::onIncomingConnection(const QString &connectionId)
 {
     addPending(connectionId);
 }
 
-void MainTerminalService::onDisconnectedConnection(QString connectionId)
+void MainTerminalService::onDisconnectedConnection(const QString &connectionId)
 {
     endSession(connectionId);
 }

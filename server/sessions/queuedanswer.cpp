@@ -7,7 +7,7 @@ QueuedAnswer::QueuedAnswer(QObject *receiver, const QByteArray &method, QObject 
 {
 }
 
-void QueuedAnswer::onAnswer(QString connectionId, QAny answer)
+void QueuedAnswer::onAnswer(const QString &connectionId, const QAny &answer)
 {
     deleteLater();
     if (m_receiver && !QMetaObject::invokeMethod(m_receiver, m_method.constData(), Qt::QueuedConnection,

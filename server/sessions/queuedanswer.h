@@ -16,7 +16,7 @@ public:
     QueuedAnswer(QObject *receiver, const QByteArray &method, QObject *parent);
 
 private Q_SLOTS:
-    void onAnswer(QString connectionId, QAny answer);
+    void onAnswer(const QString &connectionId, const QAny &answer);
 
 private:
     QPointer<QObject> m_receiver;

@@ -52,7 +52,7 @@ void TerminalCatchUp::ask(const QString &method, const QAny &params, const char 
         .call(m_connectionId, method, params, this, member, TerminalService::kCallTimeoutMs);
 }
 
-void TerminalCatchUp::onLogs(QString connectionId, QAny answer)
+void TerminalCatchUp::onLogs(const QString &connectionId, const QAny &answer)
 {
     Q_UNUSED(connectionId)
     if (!answer.isList()) {
@@ -64,14 +64,19 @@ void TerminalCatchUp::onLogs(QString connectionId, QAny answer)
     if (m_role.tracesCatchUp)
         qDebug() << m_service.line("LogsToUpdate:").constData() << answer.count() << " ID:" << m_terminal;
     const QAny rows = usableRows(answer, "log lines");
-    if (rows.count() == 0)
+    if (rows.count() == 0) {
+        m_service.m_logsMissingFrom.remove(m_terminal);
         return endLogs();
+    }
     NewestTimes accepted;
     for (int i = 0; i < rows.count(); ++i)
         accepted.log = std::max(accepted.log, number(rows.at(i).lookup(m_role.logKeys.timestamp)));
-    m_service.keptReplies().enqueue({[this, rows, known = m_service.noteAccepted(m_terminal, accepted)](
-                                         DataBase &database) { return storeLogs(database, rows); },
-                                     [this](Failure) { endLogs(); }, nameOf("log lines", rows)});
+    const auto outcome =
+        m_service.keptReplies().enqueue({[this, rows, known = m_service.noteAccepted(m_terminal, accepted)](
+                                             DataBase &database) { return storeLogs(database, rows); },
+                                         [this](Failure) { endLogs(); }, nameOf("log lines", rows)});
+    if (outcome != KeptWrites::Outcome::Dropped)
+        m_service.m_logsMissingFrom.remove(m_terminal);
 }
 
 void TerminalCatchUp::endLogs()
@@ -91,11 +96,13 @@ void TerminalCatchUp::askEvents()
         SLOT(onEvents(QString, QAny)));
 }
 
-void TerminalCatchUp::onEvents(QString connectionId, QAny answer)
+void TerminalCatchUp::onEvents(const QString &connectionId, const QAny &answer)
 {
     Q_UNUSED(connectionId)
     const QAny rows = usableRows(answer, "events");
     if (rows.count() == 0) {
+        if (answer.isList())
+            m_service.m_eventsMissingFrom.remove(m_terminal);
         deleteLater();
         return;
     }
@@ -105,9 +112,12 @@ void TerminalCatchUp::onEvents(QString connectionId, QAny answer)
         if (number(event.lookup(kTid)) == m_terminal) // what lastEventTime() finds
             accepted.event = std::max(accepted.event, number(event.lookup(kTimestamp)));
     }
-    m_service.keptReplies().enqueue({[this, rows, known = m_service.noteAccepted(m_terminal, accepted)](
-                                         DataBase &database) { return storeEvents(database, rows); },
-                                     [this](Failure) { deleteLater(); }, nameOf("events", rows)});
+    const auto outcome =
+        m_service.keptReplies().enqueue({[this, rows, known = m_service.noteAccepted(m_terminal, accepted)](
+                                             DataBase &database) { return storeEvents(database, rows); },
+                                         [this](Failure) { deleteLater(); }, nameOf("events", rows)});
+    if (outcome != KeptWrites::Outcome::Dropped)
+        m_service.m_eventsMissingFrom.remove(m_terminal);
 }
 
 /// The elements that can be rows at all.

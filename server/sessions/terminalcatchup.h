@@ -25,8 +25,8 @@ public:
     void start();
 
 private Q_SLOTS:
-    void onLogs(QString connectionId, QAny answer);
-    void onEvents(QString connectionId, QAny answer);
+    void onLogs(const QString &connectionId, const QAny &answer);
+    void onEvents(const QString &connectionId, const QAny &answer);
 
 private:
     void ask(const QString &method, const QAny &params, const char *member);

@@ -1,5 +1,6 @@
 #include "terminalservice.h"
 
+#include "abridged.h"
 #include "queuedanswer.h"
 #include "rpccall.h"
 #include "rpccontroller.h"
@@ -84,7 +85,7 @@ QAny TerminalService::logIn(const QString &connectionId, const QAny &params)
     m_terminalIds.insert(connectionId, terminal);
     m_connectionIds.insert(terminal, connectionId);
     // Before anything of this connection is stored: live events must not hide the ones that the terminal still holds.
-    m_timesAtLogin.insert(terminal, newestTimes(terminal));
+    m_timesAtLogin.insert(terminal, timesToAskFrom(terminal));
     m_controller->addAuthorization(connectionId, kLoggerToken);
     m_controller->addAuthorization(connectionId, m_role.workToken);
     const QByteArray prefix = line("login");
@@ -92,7 +93,7 @@ QAny TerminalService::logIn(const QString &connectionId, const QAny &params)
     tellConnected(terminal);
     if (self)
         QCoreApplication::postEvent(this, new UpdateTerminalLogsEvent(m_updateTerminalLogs, terminal));
-    qDebug() << prefix.constData() << connectionId << params;
+    qDebug() << prefix.constData() << connectionId << abridged(params);
     return true;
 }
 
@@ -146,6 +147,20 @@ NewestTimes TerminalService::newestTimes(int terminal) const
     if (db()) {
         times.log = std::max(times.log, db()->lastLogTime(terminal));
         times.event = std::max(times.event, db()->lastEventTime(terminal));
+    }
+    return times;
+}
+
+/// The newest times that are known, or those of an earlier login whose catch-up has not come to its end: live events
+/// have been stored since.
+NewestTimes TerminalService::timesToAskFrom(int terminal)
+{
+    NewestTimes times = newestTimes(terminal);
+    times.log = std::min(times.log, m_logsMissingFrom.value(terminal, times.log));
+    m_logsMissingFrom.insert(terminal, times.log);
+    if (m_role.hasEvents) {
+        times.event = std::min(times.event, m_eventsMissingFrom.value(terminal, times.event));
+        m_eventsMissingFrom.insert(terminal, times.event);
     }
     return times;
 }

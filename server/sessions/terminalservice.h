@@ -79,6 +79,7 @@ private:
 
     QByteArray line(const char *what) const;
     NewestTimes newestTimes(int terminal) const;
+    NewestTimes timesToAskFrom(int terminal);
     void catchUp(int terminal);
 
     const TerminalRole &m_role;
@@ -88,6 +89,8 @@ private:
     QHash<QString, int> m_terminalIds;
     QMap<int, QString> m_connectionIds;
     QHash<int, NewestTimes> m_timesAtLogin; // of terminals whose catch-up has not begun
+    QHash<int, qint64> m_logsMissingFrom;   // of terminals whose latest catch-up brought no list of them
+    QHash<int, qint64> m_eventsMissingFrom;
     QHash<int, std::weak_ptr<NewestTimes>> m_accepted;
     KeptWrites m_keptReplies;
 };

@@ -1,0 +1,7 @@
+#pragma once
+
+#include "qany.h"
+
+/// The value as the diagnostics show it: of a long text its beginning, of many values the first ones. Peers decide how
+/// long their parameters are.
+QAny abridged(const QAny &value);
