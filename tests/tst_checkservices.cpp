@@ -584,7 +584,7 @@ void TestCheckServices::manyCommandsOfOneClient()
     // The refusal is the only answer while the terminal is silent. Our own wait is below the waiting commands.
     QTimer::singleShot(0, this, [&] { client.write(command.repeated(AdminCheckService::kMaxWaitingCommands + 1)); });
     connect(client.socket.get(), &QTcpSocket::readyRead, this,
-            [this] { QTimer::singleShot(0, this, [this] { m_site->main->disconnectTerminal(7); }); });
+            [this] { QTimer::singleShot(0, m_site->main.get(), [this] { m_site->main->disconnectTerminal(7); }); });
     QCOMPARE(client.next(), resultText(R"({"error":{"code":10300,"message":"Connection error"}})"));
     for (int i = 0; i < AdminCheckService::kMaxWaitingCommands; ++i)
         QVERIFY(client.next().contains("10310"));
