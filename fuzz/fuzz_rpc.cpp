@@ -49,9 +49,12 @@ public:
     explicit Service(KNet::RpcController *controller) : m_controller(controller) {}
 
 public Q_SLOTS:
-    QAny echo(QString, QAny params) { return params; }
+    QAny echo(const QString &, const QAny &params) { return params; }
     /// Asks the peer, and waits for its answer or its end.
-    QAny ask(QString id, QAny params) { return KNet::RpcCall(m_controller).call(id, "far.ask", params, 0); }
+    QAny ask(const QString &id, const QAny &params)
+    {
+        return KNet::RpcCall(m_controller).call(id, "far.ask", params, 0);
+    }
     QAny leave(const QString &id, const QAny &) { return m_controller->closeConnection(id); }
     QAny abort(const QString &id, const QAny &) { return m_controller->abortConnection(id); }
 

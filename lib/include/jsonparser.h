@@ -70,7 +70,7 @@ private:
     quint8 m_usualCount[kMaxDepth] = {};    // elements of the container that was read last at each depth
     QAny m_root;
     std::unique_ptr<TextCache> m_textCache;
-    int m_texts = 0;  // strings of this text before the cache
+    int m_texts = 0; // strings of this text before the cache
     qint64 m_values = 0;
     qint64 m_fed = 0; // bytes that this text may consist of
 };

@@ -112,13 +112,12 @@ QAny AdminCheckService::zukCmd(const QString &connectionId, const QAny &params)
         return error(QStringLiteral("Unknown ZUK id"));
     if (m_waitingCommands.value(connectionId) >= kMaxWaitingCommands)
         return KNet::rpcError(KNet::ConnectionError);
-    const QString client = connectionId; // it may leave while the terminal is asked, and this service end
-    const QPointer<AdminCheckService> self(this);
-    ++m_waitingCommands[client];
+    const QPointer<AdminCheckService> self(this); // it may end while the terminal is asked
+    ++m_waitingCommands[connectionId];
     const QAny answer =
         terminals->callTerminal(terminal, QStringLiteral("logger.zukCmd"), params, TerminalService::kCallTimeoutMs);
-    if (self && --m_waitingCommands[client] == 0)
-        m_waitingCommands.remove(client);
+    if (self && --m_waitingCommands[connectionId] == 0)
+        m_waitingCommands.remove(connectionId);
     return answer;
 }
 
