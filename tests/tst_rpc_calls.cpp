@@ -98,10 +98,8 @@ private Q_SLOTS:
     void quitWhileWaiting();
     void furtherMessagesWhileWaiting();
     void boundOfNestedCalls();
-    void stopRefusesToWait();
     void activityWhileWaiting();
     void waitInsideACompletion();
-    void receiverEndsAnother();
     void insideDisconnected();
     void serverEndsInItsSignal_data();
     void serverEndsInItsSignal();
@@ -667,30 +665,6 @@ void TestRpcCalls::boundOfNestedCalls()
     QVERIFY(!site.controller->hasWaitingCalls());
 }
 
-void TestRpcCalls::stopRefusesToWait()
-{
-    // Three waits, one within the other, end together; none begins any more.
-    RpcSite site;
-    const auto peer = site.peer();
-    QList<QByteArray> got;
-    site.service->action = [&](const QString &id, const QAny &) {
-        got.append(text(RpcCall(site.controller.get()).call(id, "far.ask", 1, 0)));
-        got.append(text(RpcCall(site.controller.get()).call(id, "far.ask", 2, 0)));
-        return QAny();
-    };
-    int calls = 0;
-    peer->onCall = [&](const QAny &) {
-        if (++calls == 3)
-            site.controller->endWaitingCalls();
-    };
-    peer->write(kRun + kRun + kRun);
-    QTRY_COMPARE(got.size(), 6);
-    for (const QByteArray &response : qAsConst(got))
-        QVERIFY2(response == "null" || response == kConnectionError, response);
-    QCOMPARE(calls, 3);
-    QVERIFY(!site.controller->hasWaitingCalls());
-}
-
 void TestRpcCalls::activityWhileWaiting()
 {
     // The time that a service takes is not the peer's idleness.
@@ -736,33 +710,6 @@ void TestRpcCalls::waitInsideACompletion()
         QCOMPARE(first.answers, second.answers);
     }
     QTRY_COMPARE(site.gone, QStringList(peer->connectionId));
-    QVERIFY(site.isServing());
-}
-
-void TestRpcCalls::receiverEndsAnother()
-{
-    RpcSite site;
-    RpcCall call(site.controller.get());
-    for (const bool closed : {false, true}) {
-        const auto peer = site.peer();
-        // Whichever comes first deletes the other, and then itself.
-        QPointer<Receiver> receivers[2] = {new Receiver, new Receiver};
-        int answered = 0;
-        for (int i = 0; i < 2; ++i) {
-            receivers[i]->then = [&, i] {
-                ++answered;
-                delete receivers[1 - i];
-                delete receivers[i];
-            };
-            call.call(peer->connectionId, "far.ask", i, receivers[i], SLOT(onAnswer(QString, QAny)), closed ? 0 : 100);
-        }
-        if (closed)
-            peer->socket->abort();
-        QTRY_COMPARE(answered, 1);
-        QTest::qWait(2 * RpcController::kSweepIntervalMs);
-        QCOMPARE(answered, 1);
-        QVERIFY(!receivers[0] && !receivers[1]);
-    }
     QVERIFY(site.isServing());
 }
 

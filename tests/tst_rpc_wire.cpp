@@ -96,7 +96,6 @@ private Q_SLOTS:
     void namesAndAddresses();
     void listening();
     void outOfDescriptors();
-    void signalsOfAConnection();
     void blockedLoopDropsNobody();
     void slowCallsShareTheTurns();
     void silentPeerIsDropped();
@@ -419,24 +418,6 @@ void TestRpcWire::outOfDescriptors()
 #else
     QSKIP("needs the limits of a Unix process");
 #endif
-}
-
-void TestRpcWire::signalsOfAConnection()
-{
-    RpcSite site;
-    const auto came = site.peer();
-    const auto dialled = site.dial();
-    const QString in = came->connectionId;
-    const QString out = dialled->connectionId;
-    came->socket->disconnectFromHost();
-    QTRY_VERIFY(site.gone.contains(in));
-    dialled->socket->abort();
-    QTRY_VERIFY(site.gone.contains(out));
-    settle();
-    // A peer that goes is an error of the socket.
-    const QStringList expected = {"incoming " + in,     "connected " + out, "error " + in,
-                                  "disconnected " + in, "error " + out,     "disconnected " + out};
-    QCOMPARE(site.events, expected);
 }
 
 /// Who sent in time is not dropped because we were busy for longer than the time-out.
