@@ -35,8 +35,7 @@ QAny without(const QAny &hash, const QString &column)
 QAny EventJournal::storedEvent(DataBase &database, const QAny &event, UserText form)
 {
     const QString &sql = form == UserText::Quoted ? kReadBackQuoted : kReadBackBare;
-    const QAny rows = database.select(sql.arg(event.lookup(kUser).toString(), event.lookup(kTimestamp).toString()));
-    return rows.count() > 0 ? rows.at(0) : QAny();
+    return database.firstRow(sql.arg(event.lookup(kUser).toString(), event.lookup(kTimestamp).toString()));
 }
 
 DataBase::Failure EventJournal::insert(DataBase &database, const QAny &event, UserText form)

@@ -543,6 +543,20 @@ QAny DataBase::select(const QString &sql)
     return ok ? rows : QAny(QAny::List);
 }
 
+QAny DataBase::firstRow(const QString &sql)
+{
+    QAny row;
+    d->runText("DataBase::select()", sql, [&row](QSqlQuery &query) {
+        if (!query.next())
+            return;
+        const QSqlRecord record = query.record();
+        row = QAny(QAny::Hash);
+        for (int i = 0; i < record.count(); ++i)
+            row.insert(record.fieldName(i), QAny::fromVariant(record.value(i)));
+    });
+    return row;
+}
+
 bool DataBase::exec(const QString &sql)
 {
     if (!d->refuseLost())

@@ -67,6 +67,8 @@ public:
 
     /// Rows as a List of Hashes keyed by the reported column names; an empty List when the statement fails.
     QAny select(const QString &sql);
+    /// The first of these rows alone, as a Hash; Null when there is none.
+    QAny firstRow(const QString &sql);
     /// True whenever the connection is open, also when the statement fails. A transaction that the text begins and does
     /// not end is committed, with a warning line, when control returns to the event loop.
     bool exec(const QString &sql);
