@@ -1,6 +1,7 @@
 #include "commandline.h"
 #include "consolerun.h"
 #include "descriptorlimit.h"
+#include "servicerun.h"
 
 #include <QCoreApplication>
 
@@ -23,6 +24,5 @@ int main(int argc, char *argv[])
     case RunMode::Service:
         break;
     }
-    std::fputs("zuk3server: the service mode is not part of this build; start with -d for a console run\n", stderr);
-    return 1;
+    return runService(argc, argv);
 }

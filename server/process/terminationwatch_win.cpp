@@ -3,6 +3,7 @@
 #include <QCoreApplication>
 #include <QSemaphore>
 
+#include <utility>
 #include <windows.h>
 
 namespace {
@@ -11,10 +12,19 @@ namespace {
 /// events that cannot be survived the handler waits here (the system waits some seconds for it).
 QSemaphore finished;
 
+/// Written before the handler is installed, and after it is gone.
+std::function<void()> onControlEvent;
+
 /// Runs on a thread of its own.
 BOOL WINAPI noteControlEvent(DWORD event)
 {
-    QMetaObject::invokeMethod(qApp, &QCoreApplication::quit, Qt::QueuedConnection);
+    QMetaObject::invokeMethod(
+        qApp,
+        [] {
+            if (const auto act = std::exchange(onControlEvent, nullptr))
+                act();
+        },
+        Qt::QueuedConnection);
     if (event == CTRL_CLOSE_EVENT || event == CTRL_LOGOFF_EVENT || event == CTRL_SHUTDOWN_EVENT)
         finished.acquire();
     return TRUE;
@@ -26,8 +36,11 @@ class TerminationWatch::Private
 {
 };
 
-TerminationWatch::TerminationWatch()
+TerminationWatch::TerminationWatch() : TerminationWatch(QCoreApplication::quit) {}
+
+TerminationWatch::TerminationWatch(std::function<void()> onTermination)
 {
+    onControlEvent = std::move(onTermination);
     SetConsoleCtrlHandler(noteControlEvent, TRUE);
 }
 

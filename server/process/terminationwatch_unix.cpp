@@ -8,6 +8,7 @@
 #include <csignal>
 #include <fcntl.h>
 #include <unistd.h>
+#include <utility>
 
 namespace {
 
@@ -30,7 +31,7 @@ void noteSignal(int)
 class TerminationWatch::Private
 {
 public:
-    Private()
+    explicit Private(std::function<void()> onTermination) : m_onTermination(std::move(onTermination))
     {
         if (pipe(m_ends) != 0) {
             qWarning() << "TerminationWatch::TerminationWatch no pipe:" << qt_error_string(errno);
@@ -44,7 +45,7 @@ public:
         m_notifier = std::make_unique<QSocketNotifier>(m_ends[0], QSocketNotifier::Read);
         QObject::connect(m_notifier.get(), &QSocketNotifier::activated, qApp, [this] {
             m_notifier->setEnabled(false);
-            QCoreApplication::quit();
+            m_onTermination();
         });
         struct sigaction action = {};
         action.sa_handler = noteSignal;
@@ -68,11 +69,17 @@ public:
 
 private:
     Q_DISABLE_COPY(Private)
+    std::function<void()> m_onTermination;
     int m_ends[2] = {-1, -1};
     std::unique_ptr<QSocketNotifier> m_notifier;
     struct sigaction m_previous[std::size(kSignals)] = {};
 };
 
-TerminationWatch::TerminationWatch() : d(std::make_unique<Private>()) {}
+TerminationWatch::TerminationWatch() : TerminationWatch(QCoreApplication::quit) {}
+
+TerminationWatch::TerminationWatch(std::function<void()> onTermination)
+    : d(std::make_unique<Private>(std::move(onTermination)))
+{
+}
 
 TerminationWatch::~TerminationWatch() = default;

@@ -1,0 +1,27 @@
+#include "servicerun.h"
+
+#include "knetsrvservice.h"
+#include "servicesstarter.h"
+
+#include <QTimer>
+
+namespace {
+
+/// After which the server starts even if the service shell's start did not come.
+constexpr int kFallbackStartMs = 5000;
+
+} // namespace
+
+int runService(int &argc, char **argv)
+{
+    ServicesStarter starter;
+    QTimer::singleShot(kFallbackStartMs, &starter, &ServicesStarter::start);
+    // However the event loop ends, the server has ended before the manager is told.
+    QObject::connect(qApp, &QCoreApplication::aboutToQuit, &starter, &ServicesStarter::stop);
+
+    KNetSrvService service(argc, argv, QStringLiteral("zuk3srv"));
+    service.setServiceDescription(QStringLiteral("ZUK3 server"));
+    // Day names are in the site's language.
+    service.setServiceEnvironment({QStringLiteral("LC_TIME=sl_SI.UTF-8")});
+    return service.exec();
+}

@@ -1,0 +1,8 @@
+#include "systemdlaunch.h"
+
+#include <QCoreApplication>
+
+bool isLaunchedBySystemd()
+{
+    return qEnvironmentVariable("SYSTEMD_EXEC_PID") == QString::number(QCoreApplication::applicationPid());
+}

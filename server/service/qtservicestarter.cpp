@@ -1,0 +1,18 @@
+#include "qtservicestarter.h"
+
+#include "afterwards.h"
+#include "qtservicebase.h"
+
+#include <utility>
+
+QtServiceStarter::QtServiceStarter(QtServiceBase &service, std::function<void()> onStarted)
+    : m_service(service), m_onStarted(std::move(onStarted))
+{
+}
+
+void QtServiceStarter::slotStart()
+{
+    m_service.start();
+    if (m_onStarted)
+        runAfterwards(this, m_onStarted);
+}

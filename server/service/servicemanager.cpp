@@ -1,0 +1,7 @@
+#include "servicemanager.h"
+
+bool isManagersAccount(const QString &account)
+{
+    return account.isEmpty() || account.compare(QStringLiteral("LocalSystem"), Qt::CaseInsensitive) == 0 ||
+           account.endsWith(QStringLiteral("\\LocalSystem"), Qt::CaseInsensitive);
+}

@@ -1,0 +1,20 @@
+#pragma once
+
+#include "servicemanager.h"
+
+/// The unit file by which systemd knows a service.
+namespace SystemdUnit {
+
+/// For a service that tells when it is ready, and that is started again however it ends, unless it was stopped.
+QString text(const ServiceManager::Installation &service);
+
+/// Executable and description as they stand in a unit of ours or somebody else's; whether it runs is not in it.
+ServiceManager::ServiceInfo read(const QString &text);
+
+/// Whether text() wrote it.
+bool isOurs(const QString &text);
+
+/// Whether the text can stand for an account: a name of letters, digits, dot, hyphen and underscore, or a number.
+bool isAccountName(const QString &account);
+
+} // namespace SystemdUnit

@@ -1,0 +1,4 @@
+#pragma once
+
+/// Code of the calling thread's latest failed system call: GetLastError() on Windows, elsewhere errno.
+int lastSystemError();

@@ -1,0 +1,8 @@
+#include "systemerror.h"
+
+#include <cerrno>
+
+int lastSystemError()
+{
+    return errno;
+}

@@ -1,0 +1,8 @@
+#include "systemerror.h"
+
+#include <windows.h>
+
+int lastSystemError()
+{
+    return static_cast<int>(GetLastError());
+}
