@@ -324,9 +324,9 @@ ServiceManager::Launch WindowsServiceManager::connectService(const QString &name
     m_dispatcher.reset(QThread::create([this] {
         const ServiceTableEntry table[] = {{text(m_name), serviceMain}, {nullptr, nullptr}};
         const bool isServed = m_functions.startDispatcher(table);
-        const int code = lastSystemError();
+        const int code = isServed ? 0 : lastSystemError();
         const QMutexLocker dispatcherLocker(&m_mutex);
-        if (isServed || m_stage != Stage::Dispatching)
+        if (m_stage != Stage::Dispatching)
             return;
         m_error = code;
         m_stage = Stage::Refused;
