@@ -12,7 +12,12 @@
 #include <QTest>
 #include <QTimer>
 
+#include <csignal>
 #include <ctime>
+
+#ifdef Q_OS_UNIX
+#include <unistd.h>
+#endif
 
 static const QStringList kServices{"terminalcheck", "admincheck"};
 static const QString kTimeFormat = QStringLiteral("dd.MM.yyyy hh:mm:ss");
@@ -103,6 +108,7 @@ private Q_SLOTS:
     void connectedTerminals();
     void restart_data();
     void restart();
+    void restartWithoutRights();
     void restartWithoutScript();
 
 private:
@@ -634,6 +640,35 @@ void TestCheckServices::restart()
     QVERIFY(!QFile::exists("update/zuk3server"));
 #else
     QSKIP("the stand-in is a shell script");
+#endif
+}
+
+void TestCheckServices::restartWithoutRights()
+{
+#ifdef Q_OS_UNIX
+    // A service that is not root may neither stop itself nor start a program outside itself; it may end.
+    static volatile std::sig_atomic_t ended;
+    ended = 0;
+    const auto former = std::signal(SIGTERM, [](int) { ended = 1; });
+    qputenv("SYSTEMD_EXEC_PID", QByteArray::number(QCoreApplication::applicationPid()));
+    QVERIFY(QDir().mkdir("update"));
+    const QByteArray recorder = kRecorder.arg("new").toUtf8();
+    write("update/zuk3server", recorder);
+    for (const char *folder : {".", "update"})
+        QFile::setPermissions(folder, QFileDevice::Permissions(0x7777));
+    const bool isRoot = geteuid() == 0;
+    QVERIFY(!isRoot || seteuid(65534) == 0);
+    const QString answer = m_site->ask("admincheck.restartService");
+    QVERIFY(!isRoot || seteuid(0) == 0);
+    qunsetenv("SYSTEMD_EXEC_PID");
+    QCOMPARE(answer, QString(R"({"msg":"restart","result":"true"})"));
+    QTRY_VERIFY(ended);
+    std::signal(SIGTERM, former);
+    QCOMPARE(content("zuk3server"), recorder);
+    QVERIFY(QFileInfo("zuk3server").isExecutable());
+    QCOMPARE(content("calls"), QByteArray("no file"));
+#else
+    QSKIP("the service manager is another");
 #endif
 }
 

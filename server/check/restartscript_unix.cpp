@@ -6,18 +6,21 @@
 #include <QFile>
 #include <QProcess>
 
+#include <unistd.h>
+
 namespace {
 
 const QString kShellScript = QStringLiteral("rest.sh");
 
 // The executable in use can be replaced, but not overwritten. Without an uploaded one the same starts again.
+// A process id as the argument stands for a server that may only end itself, and that its manager starts again.
 const char kShellLines[] = "#!/bin/sh\n"
                            "cd \"$(dirname \"$0\")\" || exit 1\n"
-                           "./zuk3server -t\n"
+                           "[ -n \"$1\" ] || ./zuk3server -t\n"
                            "if [ -f update/zuk3server ]; then\n"
                            "    chmod +x update/zuk3server && mv -f update/zuk3server zuk3server\n"
                            "fi\n"
-                           "./zuk3server -s\n";
+                           "if [ -n \"$1\" ]; then kill \"$1\"; else ./zuk3server -s; fi\n";
 
 /// The service manager names the process that it started.
 bool isStartedBySystemd()
@@ -39,9 +42,11 @@ bool RestartScript::start()
 {
     const QString script = QDir::current().absoluteFilePath(kShellScript);
     const QString shell = QStringLiteral("/bin/sh");
-    // A child of the service would be stopped with it.
-    if (isStartedBySystemd())
+    if (!isStartedBySystemd())
+        return QProcess::startDetached(shell, {script});
+    // A child of the service would be stopped with it; but only root may start it elsewhere, and stop the service.
+    if (geteuid() == 0)
         return QProcess::startDetached(QStringLiteral("systemd-run"),
                                        {QStringLiteral("--collect"), QStringLiteral("--quiet"), shell, script});
-    return QProcess::startDetached(shell, {script});
+    return QProcess::startDetached(shell, {script, QString::number(QCoreApplication::applicationPid())});
 }
