@@ -1,5 +1,7 @@
 #include "restartscript.h"
 
+#include "systemdlaunch.h"
+
 #include <QCoreApplication>
 #include <QDebug>
 #include <QDir>
@@ -22,12 +24,6 @@ const char kShellLines[] = "#!/bin/sh\n"
                            "fi\n"
                            "if [ -n \"$1\" ]; then kill \"$1\"; else ./zuk3server -s; fi\n";
 
-/// The service manager names the process that it started.
-bool isStartedBySystemd()
-{
-    return qEnvironmentVariable("SYSTEMD_EXEC_PID") == QString::number(QCoreApplication::applicationPid());
-}
-
 } // namespace
 
 void RestartScript::writeEquivalent()
@@ -42,7 +38,7 @@ bool RestartScript::start()
 {
     const QString script = QDir::current().absoluteFilePath(kShellScript);
     const QString shell = QStringLiteral("/bin/sh");
-    if (!isStartedBySystemd())
+    if (!isLaunchedBySystemd())
         return QProcess::startDetached(shell, {script});
     // A child of the service would be stopped with it; but only root may start it elsewhere, and stop the service.
     if (geteuid() == 0)
