@@ -15,6 +15,8 @@ const TerminalRole kAttendanceTerminal{
     true,
 };
 
+const QString kUlkaCsvEvent = QStringLiteral("logger.ulkaCsvEvent");
+
 } // namespace
 
 MainTerminalService::MainTerminalService(KNet::RpcController *controller, QObject *parent)
@@ -28,7 +30,15 @@ QAny MainTerminalService::ulkaCsvEvent(int terminal, const QAny &params)
 {
     if (!isConnected(terminal))
         return {{QStringLiteral("NOZUK"), true}};
-    return callTerminal(terminal, QStringLiteral("logger.ulkaCsvEvent"), params, kCallTimeoutMs);
+    return callTerminal(terminal, kUlkaCsvEvent, params, kCallTimeoutMs);
+}
+
+bool MainTerminalService::offerUlkaCsvEvent(int terminal, const QAny &params)
+{
+    if (!isConnected(terminal))
+        return false;
+    callTerminalAsync(terminal, kUlkaCsvEvent, params, kCallTimeoutMs);
+    return true;
 }
 
 QAny MainTerminalService::getPictures(int terminal, int pictureId, const QAny &options)

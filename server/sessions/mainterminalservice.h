@@ -11,6 +11,8 @@ public:
 
     /// Tells the terminal of a row of the fingerprint reader's; {"NOZUK": true} when it is not connected.
     QAny ulkaCsvEvent(int terminal, const QAny &params);
+    /// The same without waiting for the answer; false when it is not connected.
+    bool offerUlkaCsvEvent(int terminal, const QAny &params);
     /// Fetches a picture; the empty String when the terminal is not connected. Of the options only "CTRL" is passed on.
     QAny getPictures(int terminal, int pictureId, const QAny &options);
 

@@ -1,0 +1,70 @@
+#pragma once
+
+#include "csvfollower.h"
+#include "ekeylineprocessor.h"
+#include "ekeysettings.h"
+#include "mainthreadwork.h"
+
+#include <QThread>
+
+#include <atomic>
+#include <condition_variable>
+#include <memory>
+#include <mutex>
+
+/// Follows the fingerprint reader's file on a thread of its own and makes an event of each line that is appended. Lines
+/// that the file holds at first, or again after it was cut, are read without events.
+///
+/// Made, started, finished and destroyed on the main thread, where it has its lines stored; db(), logger() and
+/// mainTerminalService() may be missing. Owned by ServicesStarter, finished before they go.
+class EkeyEventHandler : public QThread
+{
+    Q_OBJECT
+public:
+    /// Pauses while the file brings nothing, in ms: after each such look, and then before the next one.
+    static constexpr int kIdleMs = 500;
+    static constexpr int kStepMs = 200;
+    static constexpr int kInitialStepMs = 10;
+    /// While the database cannot be read.
+    static constexpr int kRetryMs = 5000;
+    /// Lines that are stored as one; less when they are long. They hold up the main thread for some milliseconds.
+    static constexpr int kBatchLines = 200;
+    static constexpr qint64 kBatchBytes = 1024 * 1024;
+
+    explicit EkeyEventHandler(const EkeySettings &settings = EkeySettings::read(), QObject *parent = nullptr);
+    /// As finish().
+    ~EkeyEventHandler() override;
+
+    /// Whether the settings ask for the thread to be started.
+    bool isEnabled() const { return m_settings.isOn; }
+    /// Ends the thread and stores what it has read. Not to be started again. Called before the database ends.
+    void finish();
+    EkeyLineProcessor &processor() { return m_processor; }
+
+protected:
+    void run() override;
+
+private:
+    bool trackingStep();
+    void addLine(const QByteArray &line);
+    void addMessage(const char *message);
+    void deliver();
+    bool isStopping() const { return m_isStopping.load(std::memory_order_relaxed); }
+    void pause(int ms);
+
+    const EkeySettings m_settings;
+    EkeyLineProcessor m_processor;
+    MainThreadWork m_mainThread;
+
+    std::mutex m_mutex;
+    std::condition_variable m_wake;
+    std::atomic<bool> m_isStopping{false};
+    bool m_hasRoom = true;
+
+    // The thread's own.
+    std::unique_ptr<CsvFollower> m_follower; // only where the settings ask for one
+    int m_lastStatus;
+    bool m_isInitialRun = true;
+    EkeyLineProcessor::Entries m_batch;
+    qint64 m_batchBytes = 0;
+};

@@ -1,0 +1,216 @@
+#include "ekeylineprocessor.h"
+
+#include "ekeyline.h"
+#include "ekeylog.h"
+#include "eventjournal.h"
+#include "logger.h"
+#include "mainterminalservice.h"
+
+#include <QDebug>
+
+#include <memory>
+
+using Failure = DataBase::Failure;
+
+namespace {
+
+// Rows of the journal.
+const QString kNewEntry = QStringLiteral("Logger::EKEY_CSV_TRACKER Detected new CSV entry");
+const QString kTooShort = QStringLiteral("Logger::EKEY_ProcessLine too short:%1");
+const QString kNoTerminal = QStringLiteral("Logger::EKEY_ProcessLine ZukID error : %1 - %2");
+const QString kNoUser = QStringLiteral("Logger::EKEY_ProcessLine UserID error : %1 - %2");
+const QString kNoDate = QStringLiteral("Logger::EKEY_ProcessLine date format error 1:%1");
+const QString kNoTime = QStringLiteral("Logger::EKEY_ProcessLine date format error 2:%1");
+const QString kTooOld = QStringLiteral("Logger::EKEY_ProcessLine date too old: %1-%2");
+const QString kWrongDate = QStringLiteral("Logger::EKEY_ProcessLine date error: %1-%2");
+const QString kAccepted = QStringLiteral("Logger::EKEY %1");
+
+const auto kUserTable =
+    QStringLiteral("CREATE TABLE IF NOT EXISTS [ULKAIDS] ([ID] INTEGER  PRIMARY KEY AUTOINCREMENT NOT NULL,"
+                   "[UID] int  UNIQUE not NULL,[ULKAID] text  UNIQUE not NULL)");
+// Deliberate: the reader's text stands in the statement as it is; sites use it for conditions of their own.
+const auto kEmployeeOfUser = QStringLiteral("SELECT UID FROM ULKAIDS WHERE ULKAID='%1'");
+const auto kNameOfEmployee =
+    QStringLiteral("SELECT (LASTNAME || \" \" || FIRSTNAME) as NAME FROM employees where id=%1");
+const auto kNobody = QStringLiteral("n.n.");
+
+const QString kUser = QStringLiteral("USER");
+const QString kTimestamp = QStringLiteral("TIMESTAMP");
+const QString kTerminal = QStringLiteral("TID");
+
+/// The first value of the first row, Null without a row. False when another attempt is worth while.
+bool readValue(const QString &sql, QAny *value)
+{
+    if (!db())
+        return false;
+    const QAny row = db()->firstRow(sql);
+    *value = row.count() > 0 ? row.at(0) : QAny();
+    return row.isHash() || db()->lastFailure() != Failure::Passing;
+}
+
+QString report(const EkeyTime &times, const EkeyTime::Verdict &verdict, const EkeyLine &line, qint64 lastAccepted)
+{
+    switch (verdict.fault) {
+    case EkeyTime::Fault::NoDate:
+        return kNoDate.arg(line.date());
+    case EkeyTime::Fault::NoTime:
+        return kNoTime.arg(line.date());
+    case EkeyTime::Fault::TooOld:
+        return kTooOld.arg(line.date(), times.text(lastAccepted));
+    default:
+        return kWrongDate.arg(line.date(), line.text());
+    }
+}
+
+Failure logRow(DataBase &database, const QString &message)
+{
+    if (!logger())
+        return Failure::None;
+    logger()->log(message);
+    return database.lastFailure();
+}
+
+/// The event and its journal row.
+Failure storeEvent(DataBase &database, const QAny &event)
+{
+    const Failure inserted = EventJournal::insert(database, event, EventJournal::UserText::Bare);
+    qCDebug(ekeyLog) << "db()->insert(events,event) :" << (inserted == Failure::None);
+    if (inserted == Failure::Passing)
+        return inserted;
+    QAny found;
+    const Failure journaled =
+        EventJournal::addRow(database, event, EventJournal::UserText::Bare, [&](QAny &row, const QAny &stored) {
+            found = stored;
+            row.insert(QStringLiteral("REMARK"), QStringLiteral("EKEY%1 CSV").arg(event.lookup(kTerminal).toInteger()));
+            row.insert(QStringLiteral("TAG"), 0);
+        });
+    qCDebug(ekeyLog) << "db()->insert(allevents,event) :" << (journaled == Failure::None);
+    qCDebug(ekeyLog).noquote() << "CSV to DB ID:" << found.lookup(QStringLiteral("IDX")).toString();
+    qCDebug(ekeyLog).noquote() << "TIMESTAMP:" << found.lookup(kTimestamp).toString();
+    return journaled;
+}
+
+} // namespace
+
+EkeyLineProcessor::EkeyLineProcessor(const EkeySettings &settings, std::function<void()> roomAgain)
+    : m_settings(settings), m_roomAgain(std::move(roomAgain)), m_time(settings.dateFormat),
+      m_kept("EkeyLineProcessor::take", kMaxWaiting + 1)
+{
+    if (db())
+        db()->exec(kUserTable);
+}
+
+void EkeyLineProcessor::skip(const QByteArray &line)
+{
+    const EkeyTime::Verdict verdict = m_time.judge(EkeyLine::dateOf(line), m_today.date(), m_lastAccepted);
+    if (verdict.fault == EkeyTime::Fault::None)
+        m_lastAccepted = verdict.time;
+}
+
+EkeyLineProcessor::Taken EkeyLineProcessor::take(Entries *entries, bool atOnce)
+{
+    if (!atOnce && (m_waiting >= kMaxWaiting || m_waitingBytes >= kMaxWaitingBytes))
+        return Taken::NoRoom;
+    std::vector<Outcome> outcomes;
+    outcomes.reserve(entries->size());
+    qint64 bytes = 0;
+    for (const Entry &entry : *entries) {
+        Outcome outcome;
+        if (!entry.message.isNull())
+            outcome.messages += entry.message;
+        else if (!prepare(entry.line, atOnce, &outcome))
+            break;
+        outcomes.push_back(std::move(outcome));
+        bytes += entry.line.size();
+    }
+    entries->erase(entries->begin(), entries->begin() + static_cast<std::ptrdiff_t>(outcomes.size()));
+    if (!outcomes.empty())
+        submit(std::move(outcomes), bytes);
+    return entries->empty() ? Taken::All : Taken::NotReadable;
+}
+
+/// Everything about a line but its storing, once. False, with nothing done, when the database cannot be read for the
+/// moment.
+bool EkeyLineProcessor::prepare(const QByteArray &bytes, bool atOnce, Outcome *outcome)
+{
+    outcome->messages += kNewEntry;
+    const EkeyLine line(bytes);
+    if (!line.isComplete()) {
+        outcome->messages += kTooShort.arg(line.text());
+        return true;
+    }
+    qCDebug(ekeyLog).noquote() << "CSVuser:" << line.user();
+    qCDebug(ekeyLog).noquote() << "CSVfinger:" << line.finger();
+    const int terminal = m_settings.terminalOf(line.reader());
+    if (terminal < 0) {
+        outcome->messages += kNoTerminal.arg(line.reader(), line.text());
+        return true;
+    }
+    QAny employee;
+    if (!readValue(kEmployeeOfUser.arg(line.user()), &employee) && !atOnce)
+        return false;
+    if (employee.isNull()) {
+        outcome->messages += kNoUser.arg(line.user(), line.text());
+        return true;
+    }
+    const EkeyTime::Verdict verdict = m_time.judge(line.date(), m_today.date(), m_lastAccepted);
+    if (verdict.fault != EkeyTime::Fault::None) {
+        outcome->messages += report(m_time, verdict, line, m_lastAccepted);
+        return true;
+    }
+    QAny name;
+    if (!readValue(kNameOfEmployee.arg(employee.toString()), &name) && !atOnce)
+        return false;
+    qCDebug(ekeyLog) << "CSVDATE:" << verdict.time;
+    qCDebug(ekeyLog) << "NOW:" << QDateTime::currentSecsSinceEpoch();
+    qCDebug(ekeyLog) << "LTS:" << m_lastAccepted;
+    qCDebug(ekeyLog) << "TS:" << verdict.time;
+    m_lastAccepted = verdict.time;
+    offer(terminal, employee, line.finger());
+    outcome->messages += kAccepted.arg(line.text());
+    outcome->event = {{QStringLiteral("ID_TYPE"), QStringLiteral("FING")},
+                      {QStringLiteral("NAME"), name.isNull() ? kNobody : name.toString()},
+                      {kUser, employee},
+                      {QStringLiteral("UID"), employee},
+                      {QStringLiteral("ACCESS_CODE"), QStringLiteral("101:Prihod")},
+                      {QStringLiteral("DESCRIPTION"), QStringLiteral("Ekey CSV")},
+                      {kTimestamp, verdict.time},
+                      {kTerminal, terminal},
+                      {QStringLiteral("TERMINAL"), QStringLiteral("EKEYterminal")}};
+    return true;
+}
+
+/// Does not wait: a terminal that does not answer holds up nobody.
+void EkeyLineProcessor::offer(int terminal, const QAny &employee, const QString &finger) const
+{
+    const QAny params{{QStringLiteral("EID"), employee}, {QStringLiteral("FID"), finger.toLongLong()}};
+    if (!mainTerminalService() || !mainTerminalService()->offerUlkaCsvEvent(terminal, params))
+        qCDebug(ekeyLog).noquote() << QStringLiteral("CSV to ZUK ID: %1 ZUK NOT ONLINE").arg(terminal);
+}
+
+void EkeyLineProcessor::submit(std::vector<Outcome> outcomes, qint64 bytes)
+{
+    const int count = static_cast<int>(outcomes.size());
+    const QString name = outcomes.front().messages.last().left(200) + QStringLiteral(" (%1 in all)").arg(count);
+    m_waiting += count;
+    m_waitingBytes += bytes;
+    // std::function wants to be copied.
+    const auto stored = std::make_shared<const std::vector<Outcome>>(std::move(outcomes));
+    const auto store = [stored](DataBase &database) {
+        for (const Outcome &outcome : *stored) {
+            for (const QString &message : outcome.messages) {
+                if (logRow(database, message) == Failure::Passing)
+                    return Failure::Passing;
+            }
+            if (outcome.event.isHash() && storeEvent(database, outcome.event) == Failure::Passing)
+                return Failure::Passing;
+        }
+        return Failure::None; // what can never be stored does not undo the rest
+    };
+    const auto ended = [this, count, bytes](Failure) {
+        m_waiting -= count;
+        m_waitingBytes -= bytes;
+        m_roomAgain();
+    };
+    m_kept.submit({store, ended, name});
+}

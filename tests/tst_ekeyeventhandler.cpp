@@ -1,0 +1,418 @@
+#include "attendancefile.h"
+#include "ekeyeventhandler.h"
+#include "rpcpeer.h"
+#include "terminalsite.h"
+
+#include <QDir>
+#include <QElapsedTimer>
+#include <QLoggingCategory>
+#include <QTest>
+
+class TestEkeyEventHandler : public QObject
+{
+    Q_OBJECT
+private Q_SLOTS:
+    void init();
+    void settings_data();
+    void settings();
+    void lines_data();
+    void lines();
+    void autumnHour();
+    void databaseRefuses();
+    void boundOnWhatWaits();
+    void fileComesAndGoes();
+    void terminals();
+    void stopsWhileMainThreadIsBusy();
+    void withoutFollower();
+};
+
+static const QString kNew = QStringLiteral("Logger::EKEY_CSV_TRACKER Detected new CSV entry");
+static const QString kInitialRunEnded = QStringLiteral("Logger::EKEY_CSV_TRACKER Initial run ended");
+
+/// A site where the reader's user 70 is employee 5, user 80 one whom the administration does not know, and the reader
+/// 3 stands for terminal 12.
+class ReaderSite : public TerminalSite
+{
+public:
+    ReaderSite()
+    {
+        setLogger(journal.get());
+        run(*database, threeEmployees());
+        settings.file = folder.filePath(QStringLiteral("ekey.csv"));
+        settings.isOn = true;
+        settings.readers[2].terminal = 12;
+        settings.readers[4] = {QStringLiteral("vhod"), 13};
+        const EkeyEventHandler maker(settings);
+        database->exec("insert into ULKAIDS (UID,ULKAID) values (5,'70')");
+        database->exec("insert into ULKAIDS (UID,ULKAID) values (80,'80')");
+    }
+    ~ReaderSite() { setLogger(nullptr); }
+
+    void write(const QByteArray &bytes, QIODevice::OpenMode mode = QIODevice::Append)
+    {
+        QFile file(settings.file);
+        QVERIFY(file.open(mode));
+        file.write(bytes);
+    }
+    QStringList messages() { return rows("select FMESSAGE from logs order by IDX"); }
+    bool waitForMessage(const QString &message)
+    {
+        return waitFor([&] { return messages().contains(message); });
+    }
+    QStringList times() { return rows("select TIMESTAMP from events order by ID"); }
+
+    EkeySettings settings;
+};
+
+static EkeyLineProcessor::Entries entries(const QByteArrayList &lines)
+{
+    EkeyLineProcessor::Entries list;
+    for (const QByteArray &line : lines)
+        list.push_back({line, {}});
+    return list;
+}
+
+/// Collects the debug lines of all threads.
+class Diagnostics
+{
+public:
+    Diagnostics()
+    {
+        lines.clear();
+        QLoggingCategory::setFilterRules(QString());
+        m_former = qInstallMessageHandler([](QtMsgType, const QMessageLogContext &, const QString &text) {
+            const std::lock_guard<std::mutex> lock(mutex);
+            lines.append(text);
+            changed.notify_all();
+        });
+    }
+    ~Diagnostics() { qInstallMessageHandler(m_former); }
+
+    static QStringList taken()
+    {
+        const std::lock_guard<std::mutex> lock(mutex);
+        return lines;
+    }
+    /// Without running the event loop.
+    static bool waitForLine(const QString &line)
+    {
+        std::unique_lock<std::mutex> lock(mutex);
+        return changed.wait_for(lock, std::chrono::seconds(5), [&] { return lines.contains(line); });
+    }
+
+private:
+    static QStringList lines;
+    static std::mutex mutex;
+    static std::condition_variable changed;
+    QtMessageHandler m_former;
+};
+QStringList Diagnostics::lines;
+std::mutex Diagnostics::mutex;
+std::condition_variable Diagnostics::changed;
+
+void TestEkeyEventHandler::init()
+{
+    QLoggingCategory::setFilterRules(QStringLiteral("*.debug=false"));
+}
+
+void TestEkeyEventHandler::settings_data()
+{
+    QTest::addColumn<QByteArray>("file");
+    QTest::addColumn<QString>("values");
+    const QString usual = QStringLiteral("ekey.csv|%1|d.M.yyyy hh:mm:ss|1:1,2:2,3:3,4:4,5:5");
+    QTest::newRow("no file") << QByteArray() << usual.arg(0);
+    QTest::newRow("some") << QByteArray("ON=true\nUlkaId3=vhod\nZukId4=17\nFILE=C:/ekey/\xc5\xa1.csv")
+                          << QStringLiteral("C:/ekey/š.csv|1|d.M.yyyy hh:mm:ss|1:1,2:2,vhod:3,4:17,5:5");
+    QTest::newRow("a comma without quotes") << QByteArray("FILE=a,b.csv\nON=1\nDATEF=\"d.M.yyyy, hh:mm\"")
+                                            << QStringLiteral("a,b.csv|1|d.M.yyyy, hh:mm|1:1,2:2,3:3,4:4,5:5");
+    QTest::newRow("off") << QByteArray("ON=off\n") << usual.arg(0);
+    QTest::newRow("a terminal that is no number") << QByteArray("ZukId2=x\n") << usual.arg(0).replace("2:2", "2:-1");
+}
+
+void TestEkeyEventHandler::settings()
+{
+    QFETCH(QByteArray, file);
+    const QTemporaryDir folder;
+    QDir::setCurrent(folder.path());
+    QFile ini(QStringLiteral("UlkaCsv.ini"));
+    QVERIFY(ini.open(QIODevice::WriteOnly));
+    ini.write("[CSVFILE]\n" + file);
+    ini.close();
+    const auto values = [](const EkeySettings &read) {
+        QStringList readers;
+        for (const EkeySettings::Reader &reader : read.readers)
+            readers += reader.id + ':' + QString::number(reader.terminal);
+        return QStringList{read.file, QString::number(read.isOn), read.dateFormat, readers.join(',')}.join('|');
+    };
+    const EkeySettings read = EkeySettings::read();
+    QTEST(values(read), "values");
+    QVERIFY(ini.remove());
+    QVERIFY(read.write());
+    QCOMPARE(values(EkeySettings::read()), values(read));
+    QDir::setCurrent(QCoreApplication::applicationDirPath());
+}
+
+void TestEkeyEventHandler::lines_data()
+{
+    QTest::addColumn<QByteArray>("line");
+    QTest::addColumn<QString>("report"); // %1 is the line
+    QTest::addColumn<QString>("event");  // empty where there is none
+    const QString done = QStringLiteral("Logger::EKEY %1");
+    const QString event =
+        QStringLiteral("FING|Žagar Ana|5|5|101:Prihod|Ekey CSV|%2|%1|EKEYterminal|EKEY%1 CSV|0|%2|EV");
+    const QString eight = QString::number(unixTime("2026-01-05 08:00"));
+    const QString today = QDate::currentDate().toString("d.M.yyyy");
+    const QString tomorrow = QDate::currentDate().addDays(1).toString("d.M.yyyy");
+    const QString none;
+
+    QTest::newRow("a reader of the settings")
+        << QByteArray("70;2;3;5.1.2026 08:00:00;x") << done << event.arg(12).arg(eight);
+    QTest::newRow("a reader by name") << QByteArray("70;2;vhod;5.1.2026 08:00:00") << done << event.arg(13).arg(eight);
+    QTest::newRow("a reader by its own number")
+        << QByteArray("70;2;44;5.1.2026 08:00:00") << done << event.arg(44).arg(eight);
+    QTest::newRow("blanks") << QByteArray(" 70 ;2; 3 ; 5.1.2026 08:00:00 ") << done << event.arg(12).arg(eight);
+    QTest::newRow("not earlier than the last accepted")
+        << QByteArray("70;2;1;5.1.2026 07:59:59") << done << event.arg(1).arg(eight.toLongLong() - 1);
+    QTest::newRow("later today") << QByteArray("70;2;1;" + today.toLatin1() + " 23:59:59") << done
+                                 << event.arg(1).arg(
+                                        QDateTime(QDate::currentDate(), QTime(23, 59, 59)).toSecsSinceEpoch());
+    QTest::newRow("employee without a name") << QByteArray("80;2;1;5.1.2026 08:00:00") << done
+                                             << event.arg(1).arg(eight).replace("Žagar Ana|5|5", "n.n.|80|80");
+    // Deliberate: the user's text is part of the statement.
+    QTest::newRow("a condition for a user")
+        << QByteArray("' or UID=5 or ULKAID='x;2;1;5.1.2026 08:00:00") << done << event.arg(1).arg(eight);
+    QTest::newRow("broken statement") << QByteArray("7'0;2;1;5.1.2026 08:00:00")
+                                      << "Logger::EKEY_ProcessLine UserID error : 7'0 - %1" << none;
+    QTest::newRow("three fields") << QByteArray("70;2;1") << "Logger::EKEY_ProcessLine too short:%1" << none;
+    QTest::newRow("empty") << QByteArray() << "Logger::EKEY_ProcessLine too short:%1" << none;
+    QTest::newRow("reader without a number")
+        << QByteArray("70;2;1a;5.1.2026 08:00:00") << "Logger::EKEY_ProcessLine ZukID error : 1a - %1" << none;
+    QTest::newRow("unknown user, before the date")
+        << QByteArray("71;2;1;x") << "Logger::EKEY_ProcessLine UserID error : 71 - %1" << none;
+    QTest::newRow("no point") << QByteArray("70;2;1;5-1-2026 08:00:00")
+                              << "Logger::EKEY_ProcessLine date format error 1:5-1-2026 08:00:00" << none;
+    QTest::newRow("no colon") << QByteArray("70;2;1;5.1.2026")
+                              << "Logger::EKEY_ProcessLine date format error 2:5.1.2026" << none;
+    QTest::newRow("no such day") << QByteArray("70;2;1;31.2.2026 08:00:00")
+                                 << "Logger::EKEY_ProcessLine date error: 31.2.2026 08:00:00-%1" << none;
+    QTest::newRow("tomorrow") << QByteArray("70;2;1;" + tomorrow.toLatin1() + " 00:00:00")
+                              << "Logger::EKEY_ProcessLine date error: " + tomorrow + " 00:00:00-%1" << none;
+    QTest::newRow("older than the last accepted")
+        << QByteArray("70;2;1;5.1.2026 07:59:58")
+        << "Logger::EKEY_ProcessLine date too old: 5.1.2026 07:59:58-5.1.2026 07:59:59" << none;
+    QTest::newRow("places in the text") << QByteArray("70;2;%2%1;5.1.2026 08:00:00")
+                                        << "Logger::EKEY_ProcessLine ZukID error : %2%1 - 70;2;%2%1;5.1.2026 08:00:00"
+                                        << none;
+    QTest::newRow("Latin-1") << QByteArray("70;2;1;5.1.2026 08:00:00;\xe9") << "Logger::EKEY 70;2;1;5.1.2026 08:00:00;é"
+                             << event.arg(1).arg(eight);
+    QTest::newRow("rubbish") << QByteArray("\0a\x1b\xff\t", 5)
+                             << QString::fromUtf8("Logger::EKEY_ProcessLine too short:\ufffda\ufffdÿ\t") << none;
+    QTest::newRow("a megabyte") << QByteArray("70;2;1;5.1.2026 08:00:00;" + QByteArray(1000000, 'x')) << done
+                                << event.arg(1).arg(eight);
+}
+
+void TestEkeyEventHandler::lines()
+{
+    QFETCH(QByteArray, line);
+    QFETCH(QString, report);
+    QFETCH(QString, event);
+    ReaderSite site;
+    EkeyLineProcessor processor(site.settings, [] {});
+    // Of these, only the times count that can be right.
+    const QByteArray tomorrow = QDate::currentDate().addDays(1).toString("d.M.yyyy").toLatin1();
+    for (const QByteArray &old : {QByteArray("no;user;here;5.1.2026 07:59:59"), QByteArray("1;1;1;5.1.2026 07:00:00"),
+                                  "1;1;1;" + tomorrow + " 08:00:00", QByteArray("1;1;1;32.1.2026 08:00:00")})
+        processor.skip(old);
+    auto list = entries({line});
+    QCOMPARE(processor.take(&list, false), EkeyLineProcessor::Taken::All);
+    if (report.endsWith("%1"))
+        report = report.left(report.size() - 2) + QString::fromUtf8(line);
+    QCOMPARE(site.messages(), (QStringList{kNew, report}));
+    QCOMPARE(site.rows("select e.ID_TYPE,e.NAME,e.USER,e.UID,e.ACCESS_CODE,e.DESCRIPTION,e.TIMESTAMP,e.TID,e.TERMINAL,"
+                       "a.REMARK,a.TAG,a.TIMESTAMP,a.TYPE from events e left join allevents a on a.IDX=e.ID")
+                 .join('\n'),
+             event);
+}
+
+/// 26 October 2025: 2:00 to 3:00 comes first from 0:00 UTC, then from 1:00 UTC.
+void TestEkeyEventHandler::autumnHour()
+{
+    ReaderSite site;
+    EkeyLineProcessor processor(site.settings, [] {});
+    const qint64 midnight = QDateTime({2025, 10, 26}, {0, 0}, Qt::UTC).toSecsSinceEpoch();
+    auto list = entries({"70;2;1;26.10.2025 02:10:00", "70;2;1;26.10.2025 02:50:00", "70;2;1;26.10.2025 02:10:00",
+                         "70;2;1;26.10.2025 02:05:00", "70;2;1;26.10.2025 01:59:00", "70;2;1;26.10.2025 03:00:00"});
+    processor.take(&list, false);
+    QStringList expected;
+    for (int minutes : {10, 50, 70, 120})
+        expected += QString::number(midnight + minutes * 60);
+    QCOMPARE(site.times(), expected);
+    QCOMPARE(site.messages().filter("date too old").size(), 2);
+}
+
+void TestEkeyEventHandler::databaseRefuses()
+{
+    ReaderSite site;
+    EkeyLineProcessor processor(site.settings, [] {});
+    const auto take = [&](const QByteArrayList &lines) {
+        auto list = entries(lines);
+        QCOMPARE(processor.take(&list, false), EkeyLineProcessor::Taken::All);
+    };
+    processor.keptWrites().setRetryInterval(1);
+    const auto lock = site.lock();
+    take({"70;2;1;1.1.1970 01:01:01", "70;2;1;1.1.1970 01:01:02"});
+    take({"x"});
+    take({"70;2;1;1.1.1970 01:01:03"});
+    QCOMPARE(processor.waiting(), 4);
+    QCOMPARE(site.messages() + site.times(), QStringList());
+    lock->release();
+    QVERIFY(waitFor([&] { return processor.waiting() == 0; }));
+    QCOMPARE(site.times(), (QStringList{"61", "62", "63"}));
+    QCOMPARE(site.rows("select TIMESTAMP from allevents order by ID"), site.times());
+    QStringList expected;
+    for (const char *text : {" 70;2;1;1.1.1970 01:01:01", " 70;2;1;1.1.1970 01:01:02", "_ProcessLine too short:x",
+                             " 70;2;1;1.1.1970 01:01:03"})
+        expected << kNew << QStringLiteral("Logger::EKEY") + text;
+    QCOMPARE(site.messages(), expected);
+
+    // Tables of the administration's that are missing cost what stands in them.
+    site.database->exec("drop table allevents");
+    site.database->exec("drop table employees");
+    take({"70;2;1;1.1.1970 01:01:04"});
+    QCOMPARE(site.rows("select TIMESTAMP,NAME from events").last(), QString("64|n.n."));
+    // Without a database, as for a moment of a start or stop, nothing may be judged: lines are given again.
+    setDb(nullptr);
+    auto list = entries({"70;2;1;1.1.1970 01:01:05"});
+    QCOMPARE(processor.take(&list, false), EkeyLineProcessor::Taken::NotReadable);
+    QCOMPARE(list.size(), size_t(1));
+    setDb(site.database.get());
+    QCOMPARE(processor.take(&list, false), EkeyLineProcessor::Taken::All);
+    QCOMPARE(site.times().last(), QString("65"));
+}
+
+void TestEkeyEventHandler::boundOnWhatWaits()
+{
+    ReaderSite site;
+    int told = 0;
+    EkeyLineProcessor processor(site.settings, [&told] { ++told; });
+    processor.keptWrites().setRetryInterval(1);
+    const auto lock = site.lock();
+    EkeyLineProcessor::Entries full(EkeyLineProcessor::kMaxWaiting, {{}, QStringLiteral("x")});
+    QCOMPARE(processor.take(&full, false), EkeyLineProcessor::Taken::All);
+    auto list = entries({"1", "2"});
+    QCOMPARE(processor.take(&list, false), EkeyLineProcessor::Taken::NoRoom);
+    QCOMPARE(list.size(), size_t(2));
+    lock->release();
+    QVERIFY(waitFor([&told] { return told == 1; }, 30000));
+    QCOMPARE(processor.take(&list, false), EkeyLineProcessor::Taken::All);
+    QCOMPARE(site.messages().size(), EkeyLineProcessor::kMaxWaiting + 4);
+}
+
+void TestEkeyEventHandler::fileComesAndGoes()
+{
+    const QString tracker = QStringLiteral("Logger::EKEY_CSV_TRACKER ");
+    ReaderSite site;
+    const QString file = site.settings.file;
+    EkeyEventHandler handler(site.settings);
+    QVERIFY(handler.isEnabled());
+    handler.start();
+    QStringList expected;
+    const auto says = [&](const QStringList &messages) {
+        expected += messages;
+        return waitFor([&] { return site.messages().size() >= expected.size(); });
+    };
+    QVERIFY(says({tracker + "Missing CVS file"}));
+    QByteArray old;
+    for (int i = 0; i < 1000; ++i)
+        old += i % 100 == 0 ? "x\n" : "70;2;1;5.1.2026 08:00:00\r\n";
+    site.settings.file += ".new"; // there at once, as whole
+    site.write(old);
+    QVERIFY(QFile::rename(site.settings.file, file));
+    site.settings.file = file;
+    QVERIFY(says({kInitialRunEnded}));
+    site.write("70;2;1;5.1.2026 07:00:00\n70;2;1;5.1.2026 09:00:00\n");
+    QVERIFY(says({kNew, "Logger::EKEY_ProcessLine date too old: 5.1.2026 07:00:00-5.1.2026 08:00:00", kNew,
+                  "Logger::EKEY 70;2;1;5.1.2026 09:00:00"}));
+    QVERIFY(QFile::remove(site.settings.file));
+    QVERIFY(says({tracker + "Missing CVS file"}));
+    QVERIFY(QDir().mkdir(site.settings.file));
+    QVERIFY(says({tracker + "CVS io error"}));
+    QVERIFY(QDir().rmdir(site.settings.file));
+    QVERIFY(says({tracker + "Missing CVS file"}));
+    site.write("70;2;1;5.1.2026 10:00:00\n");
+    QVERIFY(says({tracker + "CVS file size error", kInitialRunEnded}));
+    site.write("70;2;1;5.1.2026 11:00:00\n");
+    QVERIFY(says({kNew, "Logger::EKEY 70;2;1;5.1.2026 11:00:00"}));
+    handler.finish();
+    QCOMPARE(site.messages(), expected);
+    QCOMPARE(site.times(), (QStringList{QString::number(unixTime("2026-01-05 09:00")),
+                                        QString::number(unixTime("2026-01-05 11:00"))}));
+}
+
+void TestEkeyEventHandler::terminals()
+{
+    ReaderSite site;
+    QVERIFY(!site.terminal(12).isEmpty());
+    RpcPeer silent(site.server.serverPort());
+    silent.write(callText("mainterminal.login", R"({"id":2})"));
+    QVERIFY(waitFor([&site] { return site.main->isConnected(2); }));
+    site.write("");
+    EkeyEventHandler handler(site.settings);
+    handler.start();
+    QVERIFY(site.waitForMessage(kInitialRunEnded));
+    {
+        const Diagnostics diagnostics;
+        site.write("70;4;2;5.1.2026 08:00:00\n70;5;3;5.1.2026 09:00:00\n70;6;44;5.1.2026 10:00:00\n");
+        QVERIFY(waitFor([&site] { return site.times().size() == 3; }));
+        const QStringList lines = Diagnostics::taken();
+        for (const char *line : {"NEW_LINE 70;4;2;5.1.2026 08:00:00", "CSVuser: 70", "CSVfinger: 6", "TS: 1767603600",
+                                 "db()->insert(events,event) : true", "db()->insert(allevents,event) : true",
+                                 "CSV to DB ID: 3", "CSV to ZUK ID: 44 ZUK NOT ONLINE"})
+            QVERIFY2(lines.contains(line), line);
+        QCOMPARE(lines.filter("NOT ONLINE").size(), 1);
+    }
+    const QString offered = QStringLiteral(R"(ulkaCsvEvent {"EID":5,"FID":5})");
+    QVERIFY(waitFor([&] { return site.side.requests.contains(offered); }));
+    QVERIFY(waitFor([&] { return silent.raw.contains(R"("logger.ulkaCsvEvent")"); }));
+    QElapsedTimer elapsed;
+    elapsed.start();
+    handler.finish();
+    QVERIFY(elapsed.elapsed() < 1000);
+}
+
+/// The thread has read lines and waits for the main thread, which does not run its event loop before the stop.
+void TestEkeyEventHandler::stopsWhileMainThreadIsBusy()
+{
+    ReaderSite site;
+    site.write("");
+    EkeyEventHandler handler(site.settings);
+    handler.start();
+    QVERIFY(site.waitForMessage(kInitialRunEnded));
+    const Diagnostics diagnostics;
+    site.write("70;2;1;5.1.2026 08:00:00\n70;2;1;5.1.2026 09:00:00\n");
+    QVERIFY(Diagnostics::waitForLine("NEW_LINE 70;2;1;5.1.2026 09:00:00"));
+    QElapsedTimer elapsed;
+    elapsed.start();
+    handler.finish();
+    QVERIFY(elapsed.elapsed() < 1000);
+    QVERIFY(handler.isFinished());
+    QCOMPARE(Diagnostics::taken().filter("ULKAcsv thread"), QStringList("End ULKAcsv thread  execute"));
+    QCOMPARE(site.times().size(), 2);
+    QCOMPARE(site.messages().last(), QString("Logger::EKEY 70;2;1;5.1.2026 09:00:00"));
+}
+
+void TestEkeyEventHandler::withoutFollower()
+{
+    ReaderSite site;
+    site.settings.isOn = false;
+    EkeyEventHandler handler(site.settings);
+    QVERIFY(!handler.isEnabled());
+    const Diagnostics diagnostics;
+    handler.start();
+    QVERIFY(Diagnostics::waitForLine("no csv_tracker"));
+    handler.finish();
+    QCOMPARE(site.messages(), QStringList());
+}
+
+QTEST_GUILESS_MAIN(TestEkeyEventHandler)
+#include "tst_ekeyeventhandler.moc"
