@@ -5,6 +5,7 @@
 #include "configuration.h"
 #include "database.h"
 #include "echoserver.h"
+#include "ekeyeventhandler.h"
 #include "logger.h"
 #include "mainterminalservice.h"
 #include "rpccontroller.h"
@@ -18,6 +19,7 @@
 
 namespace {
 
+EkeyEventHandler *theEkeyEventHandler = nullptr;
 EchoServer *theWebServer = nullptr;
 
 /// A stop waits until the callers of synchronous calls have left the stack; a start may come meanwhile.
@@ -45,6 +47,14 @@ KNet::RpcController *createController()
         qWarning() << "ServicesStarter::start can't listen on TCP port" << ServicesStarter::kRpcPort
                    << controller->errorString();
     return controller;
+}
+
+EkeyEventHandler *createEkeyEventHandler()
+{
+    auto *handler = new EkeyEventHandler;
+    if (handler->isEnabled())
+        handler->start();
+    return handler;
 }
 
 /// In the order of their registration; only those who log in reach the rest.
@@ -77,6 +87,11 @@ EchoServer *ServicesStarter::webServer()
     return theWebServer;
 }
 
+EkeyEventHandler *ServicesStarter::ekeyEventHandler()
+{
+    return theEkeyEventHandler;
+}
+
 void ServicesStarter::start()
 {
     if (pending != Pending::Nothing)
@@ -90,6 +105,7 @@ void ServicesStarter::start()
     setAdminTerminalService(new AdminTerminalService(rpcController()));
     setTerminalCheckService(new TerminalCheckService);
     setAdminCheckService(new AdminCheckService);
+    theEkeyEventHandler = createEkeyEventHandler();
     theWebServer = new EchoServer(Configuration::webPort());
     registerServices(*rpcController());
     logger()->log(QStringLiteral("Started"));
@@ -125,6 +141,8 @@ void ServicesStarter::resume()
 
 void ServicesStarter::tearDown()
 {
+    // Its last lines need the database, the logger and the sessions.
+    theEkeyEventHandler->finish();
     logger()->log(QStringLiteral("Finished"));
     rpcController()->close();
     mainTerminalService()->disconnectAll();
@@ -136,5 +154,6 @@ void ServicesStarter::tearDown()
     destroy(logger, setLogger);
     destroy(db, setDb);
     destroy(rpcController, setRpcController);
+    delete std::exchange(theEkeyEventHandler, nullptr);
     delete std::exchange(theWebServer, nullptr);
 }

@@ -3,6 +3,7 @@
 #include <QObject>
 
 class EchoServer;
+class EkeyEventHandler;
 
 /// Creates every long-lived object of the server in a fixed order and takes them down again. The objects belong to
 /// the process, not to an instance: several short-lived starters act on the same ones. Main thread only.
@@ -18,6 +19,8 @@ public:
     static bool isStarted();
     /// The running web server; null while stopped.
     static EchoServer *webServer();
+    /// The tracker of the fingerprint reader's file, whether it runs or not; null while stopped.
+    static EkeyEventHandler *ekeyEventHandler();
 
 public Q_SLOTS:
     /// Does nothing while started. The settings file is read from the current directory.
