@@ -2,6 +2,7 @@
 #include "configuration.h"
 #include "database.h"
 #include "echoserver.h"
+#include "ekeyeventhandler.h"
 #include "jsonparser.h"
 #include "logger.h"
 #include "mainterminalservice.h"
@@ -34,6 +35,8 @@ private Q_SLOTS:
     void busyWebPort();
     void busyRpcPort();
     void rpcServices();
+    void readersFile_data();
+    void readersFile();
     void stopsBehindWaitingCalls_data();
     void stopsBehindWaitingCalls();
 
@@ -222,6 +225,42 @@ void TestServicesStarter::rpcServices()
     }
     DataBase database;
     QCOMPARE(database.select(QStringLiteral("select ID from events")).count(), 2);
+}
+
+void TestServicesStarter::readersFile_data()
+{
+    QTest::addColumn<QByteArray>("settings");
+    QTest::addColumn<bool>("isFollowed");
+    QTest::newRow("usual") << QByteArray() << false;
+    QTest::newRow("switched on") << QByteArray("[CSVFILE]\nON=1\n") << true;
+}
+
+void TestServicesStarter::readersFile()
+{
+    QFETCH(QByteArray, settings);
+    QFETCH(bool, isFollowed);
+    writePort(QStringLiteral("any"));
+    QFile file(QStringLiteral("UlkaCsv.ini"));
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    file.write(settings);
+    file.close();
+    ServicesStarter starter;
+    starter.start();
+    QCOMPARE(ServicesStarter::ekeyEventHandler()->isRunning(), isFollowed);
+    const auto isMissed = [] {
+        return db()->select(QStringLiteral("select 1 from logs where FMESSAGE like '%Missing CVS file'")).count() > 0;
+    };
+    QTRY_COMPARE(isMissed(), isFollowed);
+    starter.stop();
+    QVERIFY(!ServicesStarter::ekeyEventHandler());
+    QStringList expected{"Started", "Finished"};
+    if (isFollowed)
+        expected.insert(1, "Logger::EKEY_CSV_TRACKER Missing CVS file");
+    QCOMPARE(journal(), expected);
+    DataBase database;
+    QCOMPARE(database.select(QStringLiteral("select UID from ULKAIDS")).count(), 0);
+    QVERIFY(database.exec(QStringLiteral("insert into ULKAIDS (UID,ULKAID) values (1,'a')")));
+    QCOMPARE(database.select(QStringLiteral("select UID from ULKAIDS")).count(), 1);
 }
 
 void TestServicesStarter::stopsBehindWaitingCalls_data()

@@ -45,7 +45,7 @@ void EkeyEventHandler::finish()
         m_isStopping = true;
         m_wake.notify_all();
     }
-    if (isRunning())
+    if (isRunning() || isFinished())
         m_mainThread.serve();
     wait();
     m_processor.flush();

@@ -7,7 +7,7 @@
 #include <mutex>
 
 /// Where another thread has work done on the main thread, to which the database and the sessions belong. One thread
-/// hands over, one piece at a time. Made and destroyed on the main thread, after the other thread has ended.
+/// hands over, one piece at a time. Made on the main thread, and destroyed there after the other thread has ended.
 ///
 /// The main thread does the work from its event loop; or in serve(), when it waits for the other thread to end. So
 /// neither ever waits for the other in vain.
