@@ -18,10 +18,11 @@ private Q_SLOTS:
     void lines_data();
     void lines();
     void autumnHour();
-    void databaseRefuses();
+    void databaseLacksSomething();
     void boundOnWhatWaits();
     void fileComesAndGoes();
     void terminals();
+    void growsBehindLockedDatabase();
     void stopsWhileMainThreadIsBusy();
     void withoutFollower();
 };
@@ -159,83 +160,73 @@ void TestEkeyEventHandler::settings()
 void TestEkeyEventHandler::lines_data()
 {
     QTest::addColumn<QByteArray>("line");
-    QTest::addColumn<QString>("report"); // %1 is the line
-    QTest::addColumn<QString>("event");  // empty where there is none
-    const QString done = QStringLiteral("Logger::EKEY %1");
-    const QString event =
-        QStringLiteral("FING|Žagar Ana|5|5|101:Prihod|Ekey CSV|%2|%1|EKEYterminal|EKEY%1 CSV|0|%2|EV");
-    const QString eight = QString::number(unixTime("2026-01-05 08:00"));
-    const QString today = QDate::currentDate().toString("d.M.yyyy");
-    const QString tomorrow = QDate::currentDate().addDays(1).toString("d.M.yyyy");
-    const QString none;
+    QTest::addColumn<QString>("report"); // behind "Logger::EKEY"; %1 is the line
+    QTest::addColumn<int>("terminal");   // of the event, 0 where there is none
+    QTest::addColumn<qint64>("time");
+    QTest::addColumn<QString>("employee");
+    const auto accept = [](const char *name, const QByteArray &line, int terminal,
+                           const char *local = "2026-01-05 08:00", const char *report = " %1",
+                           const char *employee = "5|5|Žagar Ana") {
+        QTest::newRow(name) << line << QString(report) << terminal << unixTime(local) << QString(employee);
+    };
+    const auto refuse = [](const char *name, const QByteArray &line, const QString &report) {
+        QTest::newRow(name) << line << "_ProcessLine " + report << 0 << qint64(0) << QString();
+    };
+    const QByteArray today = QDate::currentDate().toString("d.M.yyyy").toLatin1();
+    const QByteArray tomorrow = QDate::currentDate().addDays(1).toString("d.M.yyyy").toLatin1();
+    const QByteArray lateToday = QDate::currentDate().toString("yyyy-MM-dd 23:59").toLatin1();
 
-    QTest::newRow("a reader of the settings")
-        << QByteArray("70;2;3;5.1.2026 08:00:00;x") << done << event.arg(12).arg(eight);
-    QTest::newRow("a reader by name") << QByteArray("70;2;vhod;5.1.2026 08:00:00") << done << event.arg(13).arg(eight);
-    QTest::newRow("a reader by its own number")
-        << QByteArray("70;2;44;5.1.2026 08:00:00") << done << event.arg(44).arg(eight);
-    QTest::newRow("blanks") << QByteArray(" 70 ;2; 3 ; 5.1.2026 08:00:00 ") << done << event.arg(12).arg(eight);
-    QTest::newRow("not earlier than the last accepted")
-        << QByteArray("70;2;1;5.1.2026 07:59:59") << done << event.arg(1).arg(eight.toLongLong() - 1);
-    QTest::newRow("later today") << QByteArray("70;2;1;" + today.toLatin1() + " 23:59:59") << done
-                                 << event.arg(1).arg(
-                                        QDateTime(QDate::currentDate(), QTime(23, 59, 59)).toSecsSinceEpoch());
-    QTest::newRow("employee without a name") << QByteArray("80;2;1;5.1.2026 08:00:00") << done
-                                             << event.arg(1).arg(eight).replace("Žagar Ana|5|5", "n.n.|80|80");
+    accept("a reader of the settings", "70;2;3;5.1.2026 08:00:00;x", 12);
+    accept("a reader by name", "70;2;vhod;5.1.2026 08:00:00", 13);
+    accept("a reader by its own number", "70;2;44;5.1.2026 08:00:00", 44);
+    accept("blanks", " 70 ;2; 3 ; 5.1.2026 08:00:00 ", 12);
+    accept("as old as the last accepted", "70;2;1;5.1.2026 07:59:00", 1, "2026-01-05 07:59");
+    accept("later today", "70;2;1;" + today + " 23:59:00", 1, lateToday);
+    accept("nobody's name", "80;2;1;5.1.2026 08:00:00", 1, "2026-01-05 08:00", " %1", "80|80|n.n.");
     // Deliberate: the user's text is part of the statement.
-    QTest::newRow("a condition for a user")
-        << QByteArray("' or UID=5 or ULKAID='x;2;1;5.1.2026 08:00:00") << done << event.arg(1).arg(eight);
-    QTest::newRow("broken statement") << QByteArray("7'0;2;1;5.1.2026 08:00:00")
-                                      << "Logger::EKEY_ProcessLine UserID error : 7'0 - %1" << none;
-    QTest::newRow("three fields") << QByteArray("70;2;1") << "Logger::EKEY_ProcessLine too short:%1" << none;
-    QTest::newRow("empty") << QByteArray() << "Logger::EKEY_ProcessLine too short:%1" << none;
-    QTest::newRow("reader without a number")
-        << QByteArray("70;2;1a;5.1.2026 08:00:00") << "Logger::EKEY_ProcessLine ZukID error : 1a - %1" << none;
-    QTest::newRow("unknown user, before the date")
-        << QByteArray("71;2;1;x") << "Logger::EKEY_ProcessLine UserID error : 71 - %1" << none;
-    QTest::newRow("no point") << QByteArray("70;2;1;5-1-2026 08:00:00")
-                              << "Logger::EKEY_ProcessLine date format error 1:5-1-2026 08:00:00" << none;
-    QTest::newRow("no colon") << QByteArray("70;2;1;5.1.2026")
-                              << "Logger::EKEY_ProcessLine date format error 2:5.1.2026" << none;
-    QTest::newRow("no such day") << QByteArray("70;2;1;31.2.2026 08:00:00")
-                                 << "Logger::EKEY_ProcessLine date error: 31.2.2026 08:00:00-%1" << none;
-    QTest::newRow("tomorrow") << QByteArray("70;2;1;" + tomorrow.toLatin1() + " 00:00:00")
-                              << "Logger::EKEY_ProcessLine date error: " + tomorrow + " 00:00:00-%1" << none;
-    QTest::newRow("older than the last accepted")
-        << QByteArray("70;2;1;5.1.2026 07:59:58")
-        << "Logger::EKEY_ProcessLine date too old: 5.1.2026 07:59:58-5.1.2026 07:59:59" << none;
-    QTest::newRow("places in the text") << QByteArray("70;2;%2%1;5.1.2026 08:00:00")
-                                        << "Logger::EKEY_ProcessLine ZukID error : %2%1 - 70;2;%2%1;5.1.2026 08:00:00"
-                                        << none;
-    QTest::newRow("Latin-1") << QByteArray("70;2;1;5.1.2026 08:00:00;\xe9") << "Logger::EKEY 70;2;1;5.1.2026 08:00:00;é"
-                             << event.arg(1).arg(eight);
-    QTest::newRow("rubbish") << QByteArray("\0a\x1b\xff\t", 5)
-                             << QString::fromUtf8("Logger::EKEY_ProcessLine too short:\ufffda\ufffdÿ\t") << none;
-    QTest::newRow("a megabyte") << QByteArray("70;2;1;5.1.2026 08:00:00;" + QByteArray(1000000, 'x')) << done
-                                << event.arg(1).arg(eight);
+    accept("a condition for a user", "' or UID=5 or ULKAID='x;2;1;5.1.2026 08:00:00", 1);
+    accept("a megabyte", "70;2;1;5.1.2026 08:00:00;" + QByteArray(1000000, 'x'), 1);
+    accept("UTF-8", "70;2;1;5.1.2026 08:00:00;\xc4\x8d", 1);
+    accept("Latin-1", "70;2;1;5.1.2026 08:00:00;\xe9", 1, "2026-01-05 08:00", " 70;2;1;5.1.2026 08:00:00;é");
+    refuse("rubbish", QByteArray("\0a\x1b\xff\t", 5), QString::fromUtf8("too short:\ufffda\ufffdÿ\t"));
+    refuse("broken statement", "7'0;2;1;5.1.2026 08:00:00", "UserID error : 7'0 - %1");
+    refuse("three fields", "70;2;1", "too short:%1");
+    refuse("empty", "", "too short:%1");
+    refuse("reader without a number", "70;2;1a;5.1.2026 08:00:00", "ZukID error : 1a - %1");
+    refuse("unknown user, before the date", "71;2;1;x", "UserID error : 71 - %1");
+    refuse("no point", "70;2;1;5-1-2026 08:00:00", "date format error 1:5-1-2026 08:00:00");
+    refuse("no colon", "70;2;1;5.1.2026", "date format error 2:5.1.2026");
+    refuse("no such day", "70;2;1;31.2.2026 08:00:00", "date error: 31.2.2026 08:00:00-%1");
+    refuse("tomorrow", "70;2;1;" + tomorrow + " 00:00:00", "date error: " + tomorrow + " 00:00:00-%1");
+    refuse("older than the last accepted", "70;2;1;5.1.2026 07:58:59",
+           "date too old: 5.1.2026 07:58:59-5.1.2026 07:59:00");
+    refuse("places in the text", "70;2;%2%1;x", "ZukID error : %2%1 - 70;2;%2%1;x");
 }
 
 void TestEkeyEventHandler::lines()
 {
     QFETCH(QByteArray, line);
     QFETCH(QString, report);
-    QFETCH(QString, event);
+    QFETCH(int, terminal);
+    QFETCH(qint64, time);
+    QFETCH(QString, employee);
     ReaderSite site;
     EkeyLineProcessor processor(site.settings, [] {});
     // Of these, only the times count that can be right.
     const QByteArray tomorrow = QDate::currentDate().addDays(1).toString("d.M.yyyy").toLatin1();
-    for (const QByteArray &old : {QByteArray("no;user;here;5.1.2026 07:59:59"), QByteArray("1;1;1;5.1.2026 07:00:00"),
+    for (const QByteArray &old : {QByteArray("no;user;here;5.1.2026 07:59:00"), QByteArray("1;1;1;5.1.2026 07:00:00"),
                                   "1;1;1;" + tomorrow + " 08:00:00", QByteArray("1;1;1;32.1.2026 08:00:00")})
         processor.skip(old);
     auto list = entries({line});
     QCOMPARE(processor.take(&list, false), EkeyLineProcessor::Taken::All);
     if (report.endsWith("%1"))
         report = report.left(report.size() - 2) + QString::fromUtf8(line);
-    QCOMPARE(site.messages(), (QStringList{kNew, report}));
-    QCOMPARE(site.rows("select e.ID_TYPE,e.NAME,e.USER,e.UID,e.ACCESS_CODE,e.DESCRIPTION,e.TIMESTAMP,e.TID,e.TERMINAL,"
+    QCOMPARE(site.messages(), (QStringList{kNew, "Logger::EKEY" + report}));
+    const QString event = QStringLiteral("%1|FING|101:Prihod|Ekey CSV|%2|%3|EKEYterminal|EKEY%3 CSV|0|%2|EV");
+    QCOMPARE(site.rows("select e.USER,e.UID,e.NAME,e.ID_TYPE,e.ACCESS_CODE,e.DESCRIPTION,e.TIMESTAMP,e.TID,e.TERMINAL,"
                        "a.REMARK,a.TAG,a.TIMESTAMP,a.TYPE from events e left join allevents a on a.IDX=e.ID")
                  .join('\n'),
-             event);
+             terminal > 0 ? event.arg(employee, QString::number(time), QString::number(terminal)) : QString());
 }
 
 /// 26 October 2025: 2:00 to 3:00 comes first from 0:00 UTC, then from 1:00 UTC.
@@ -254,44 +245,21 @@ void TestEkeyEventHandler::autumnHour()
     QCOMPARE(site.messages().filter("date too old").size(), 2);
 }
 
-void TestEkeyEventHandler::databaseRefuses()
+void TestEkeyEventHandler::databaseLacksSomething()
 {
     ReaderSite site;
     EkeyLineProcessor processor(site.settings, [] {});
-    const auto take = [&](const QByteArrayList &lines) {
-        auto list = entries(lines);
-        QCOMPARE(processor.take(&list, false), EkeyLineProcessor::Taken::All);
-    };
-    processor.keptWrites().setRetryInterval(1);
-    const auto lock = site.lock();
-    take({"70;2;1;1.1.1970 01:01:01", "70;2;1;1.1.1970 01:01:02"});
-    take({"x"});
-    take({"70;2;1;1.1.1970 01:01:03"});
-    QCOMPARE(processor.waiting(), 4);
-    QCOMPARE(site.messages() + site.times(), QStringList());
-    lock->release();
-    QVERIFY(waitFor([&] { return processor.waiting() == 0; }));
-    QCOMPARE(site.times(), (QStringList{"61", "62", "63"}));
-    QCOMPARE(site.rows("select TIMESTAMP from allevents order by ID"), site.times());
-    QStringList expected;
-    for (const char *text : {" 70;2;1;1.1.1970 01:01:01", " 70;2;1;1.1.1970 01:01:02", "_ProcessLine too short:x",
-                             " 70;2;1;1.1.1970 01:01:03"})
-        expected << kNew << QStringLiteral("Logger::EKEY") + text;
-    QCOMPARE(site.messages(), expected);
-
     // Tables of the administration's that are missing cost what stands in them.
     site.database->exec("drop table allevents");
     site.database->exec("drop table employees");
-    take({"70;2;1;1.1.1970 01:01:04"});
-    QCOMPARE(site.rows("select TIMESTAMP,NAME from events").last(), QString("64|n.n."));
-    // Without a database, as for a moment of a start or stop, nothing may be judged: lines are given again.
+    auto list = entries({"70;2;1;1.1.1970 01:01:04", "70;2;1;1.1.1970 01:01:05"});
+    // Without a database nothing can be judged: the lines are to be given again.
     setDb(nullptr);
-    auto list = entries({"70;2;1;1.1.1970 01:01:05"});
     QCOMPARE(processor.take(&list, false), EkeyLineProcessor::Taken::NotReadable);
-    QCOMPARE(list.size(), size_t(1));
+    QCOMPARE(list.size(), size_t(2));
     setDb(site.database.get());
     QCOMPARE(processor.take(&list, false), EkeyLineProcessor::Taken::All);
-    QCOMPARE(site.times().last(), QString("65"));
+    QCOMPARE(site.rows("select TIMESTAMP,NAME from events order by ID"), (QStringList{"64|n.n.", "65|n.n."}));
 }
 
 void TestEkeyEventHandler::boundOnWhatWaits()
@@ -382,6 +350,44 @@ void TestEkeyEventHandler::terminals()
     elapsed.start();
     handler.finish();
     QVERIFY(elapsed.elapsed() < 1000);
+}
+
+/// The writer's pieces end anywhere.
+void TestEkeyEventHandler::growsBehindLockedDatabase()
+{
+    ReaderSite site;
+    site.write("");
+    EkeyEventHandler handler(site.settings);
+    handler.processor().keptWrites().setRetryInterval(1);
+    handler.start();
+    QVERIFY(site.waitForMessage(kInitialRunEnded));
+    const auto lock = site.lock();
+    QByteArray bytes;
+    QStringList expected;
+    QStringList messages{kInitialRunEnded};
+    for (qint64 time = 1767600000; time < 1767602000; ++time) {
+        const QString line = "70;2;1;" + QDateTime::fromSecsSinceEpoch(time).toString(site.settings.dateFormat);
+        bytes += line.toLatin1() + "\r\n";
+        expected << QString::number(time);
+        messages << kNew << "Logger::EKEY " + line;
+    }
+    const auto write = [&](int from, int to) {
+        constexpr int piece = 997;
+        for (; from < to; from += piece) {
+            site.write(bytes.mid(from, qMin(piece, to - from)));
+            settle();
+        }
+    };
+    write(0, bytes.size() / 2);
+    QVERIFY(waitFor([&handler] { return handler.processor().waiting() > 500; }));
+    write(bytes.size() / 2, bytes.size() * 2 / 3);
+    lock->release();
+    write(bytes.size() * 2 / 3, bytes.size());
+    QVERIFY(waitFor([&] { return site.times().size() >= expected.size(); }));
+    handler.finish();
+    QCOMPARE(site.times(), expected);
+    QCOMPARE(site.rows("select TIMESTAMP from allevents order by ID"), expected);
+    QCOMPARE(site.messages(), messages);
 }
 
 /// The thread has read lines and waits for the main thread, which does not run its event loop before the stop.
