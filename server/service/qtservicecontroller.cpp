@@ -23,7 +23,7 @@ bool QtServiceController::isInstalled() const
 
 bool QtServiceController::isRunning() const
 {
-    return info().isRunning;
+    return isInstalled() && m_manager->isRunning(m_name);
 }
 
 QString QtServiceController::serviceDescription() const

@@ -46,13 +46,14 @@ public:
         QString executable;
         QString description;
         StartupType startup = StartupType::Automatic;
-        bool isRunning = false; // also while it starts, is paused or stops
     };
 
     virtual ~ServiceManager() = default;
 
     /// Nothing when no such service is installed, or the manager cannot be asked.
     virtual std::optional<ServiceInfo> query(const QString &name) = 0;
+    /// True also while it starts, is paused or stops.
+    virtual bool isRunning(const QString &name) = 0;
 
     /// The new service starts with the system from the next time on (or by hand), and again when it fails.
     virtual bool install(const Installation &service) = 0;

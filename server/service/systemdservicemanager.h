@@ -32,6 +32,7 @@ public:
     ~SystemdServiceManager() override;
 
     std::optional<ServiceInfo> query(const QString &name) override;
+    bool isRunning(const QString &name) override;
     /// The password is ignored. Fails for an account that the system does not know.
     bool install(const Installation &service) override;
     bool uninstall(const QString &name) override;

@@ -6,6 +6,7 @@
 
 #include <QDebug>
 #include <QFile>
+#include <QFileInfo>
 #include <QProcess>
 #include <QSaveFile>
 
@@ -106,17 +107,18 @@ std::optional<ServiceManager::ServiceInfo> SystemdServiceManager::query(const QS
     if (path.isEmpty())
         return {};
     ServiceInfo info = SystemdUnit::read(content(path));
-    const auto property = [&](const char *key) {
-        return systemctl({QStringLiteral("show"), QStringLiteral("--value"),
-                          QStringLiteral("--property=") + QLatin1String(key), unitName(name)},
-                         m_options.queryTimeoutMs)
-            .value_or(QString());
-    };
-    // A service that starts or stops is not "active", but runs.
-    const QString state = property("ActiveState");
-    info.isRunning = !state.isEmpty() && state != QLatin1String("inactive") && state != QLatin1String("failed");
-    info.startup = property("UnitFileState") == QLatin1String("enabled") ? StartupType::Automatic : StartupType::Manual;
+    const QString wanted = m_options.unitFolders.first() + QStringLiteral("/multi-user.target.wants");
+    info.startup = QFileInfo(unitPath(wanted, name)).isSymLink() ? StartupType::Automatic : StartupType::Manual;
     return info;
+}
+
+bool SystemdServiceManager::isRunning(const QString &name)
+{
+    // One that starts or stops is not "active".
+    const std::optional<QString> state = systemctl(
+        {QStringLiteral("show"), QStringLiteral("--value"), QStringLiteral("--property=ActiveState"), unitName(name)},
+        m_options.queryTimeoutMs);
+    return state && *state != QLatin1String("inactive") && *state != QLatin1String("failed");
 }
 
 bool SystemdServiceManager::install(const Installation &service)
@@ -168,9 +170,7 @@ bool SystemdServiceManager::start(const QString &name)
 
 bool SystemdServiceManager::stop(const QString &name)
 {
-    const std::optional<ServiceInfo> info = query(name);
-    return info && info->isRunning &&
-           systemctl({QStringLiteral("stop"), unitName(name)}, m_options.jobTimeoutMs).has_value();
+    return isRunning(name) && systemctl({QStringLiteral("stop"), unitName(name)}, m_options.jobTimeoutMs).has_value();
 }
 
 bool SystemdServiceManager::pause(const QString &)

@@ -8,7 +8,7 @@ namespace SystemdUnit {
 /// For a service that tells when it is ready, and that is started again however it ends, unless it was stopped.
 QString text(const ServiceManager::Installation &service);
 
-/// Executable and description as they stand in a unit of ours or somebody else's; whether it runs is not in it.
+/// Executable and description as they stand in a unit of ours or somebody else's.
 ServiceManager::ServiceInfo read(const QString &text);
 
 /// Whether text() wrote it.

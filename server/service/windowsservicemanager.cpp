@@ -120,7 +120,7 @@ WindowsServiceManager::OpenHandle WindowsServiceManager::openService(const QStri
 
 std::optional<ServiceManager::ServiceInfo> WindowsServiceManager::query(const QString &name)
 {
-    const OpenHandle service = openService(name, kServiceQueryConfig | kServiceQueryStatus);
+    const OpenHandle service = openService(name, kServiceQueryConfig);
     if (!service)
         return {};
     ServiceInfo info;
@@ -147,10 +147,15 @@ std::optional<ServiceManager::ServiceInfo> WindowsServiceManager::query(const QS
         if (m_functions.queryConfig2(service, kConfigDescription, buffer.data(), size, &needed))
             info.description = string(reinterpret_cast<Description *>(buffer.data())->text);
     }
-    ServiceStatus status;
-    info.isRunning =
-        m_functions.queryStatus && m_functions.queryStatus(service, &status) && status.currentState != kStopped;
     return info;
+}
+
+bool WindowsServiceManager::isRunning(const QString &name)
+{
+    const OpenHandle service = openService(name, kServiceQueryStatus);
+    ServiceStatus status;
+    return service && m_functions.queryStatus && m_functions.queryStatus(service, &status) &&
+           status.currentState != kStopped;
 }
 
 QString WindowsServiceManager::accountName(const QString &account)

@@ -27,6 +27,7 @@ public:
     ~WindowsServiceManager() override;
 
     std::optional<ServiceInfo> query(const QString &name) override;
+    bool isRunning(const QString &name) override;
     bool install(const Installation &service) override;
     bool uninstall(const QString &name) override;
     bool start(const QString &name) override;
