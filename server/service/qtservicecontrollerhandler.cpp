@@ -90,7 +90,8 @@ bool QtServiceControllerHandler::command(int code)
 bool QtServiceControllerHandler::post(Request request, int code)
 {
     if (QThread::currentThread() == thread()) {
-        handle(request, code);
+        if (accept(request))
+            carryOut(request, code);
         return true;
     }
     const QDeadlineTimer deadline(kTakeTimeoutMs);
@@ -113,31 +114,49 @@ void QtServiceControllerHandler::customEvent(QEvent *event)
     if (event->type() != RequestEvent::eventType())
         return;
     const auto *request = static_cast<RequestEvent *>(event);
-    // The manager's thread goes on; the event's own release then wakes nobody.
+    // Before the manager's thread goes on, so that whoever asked the manager sees that it is under way.
+    const bool isAccepted = accept(request->request);
+    // The event's own release then wakes nobody.
     request->taken->release();
-    handle(request->request, request->code);
+    if (isAccepted)
+        carryOut(request->request, request->code);
 }
 
-void QtServiceControllerHandler::handle(Request request, int code)
+/// Tells the manager that the request is under way. A service that stops does nothing else any more.
+bool QtServiceControllerHandler::accept(Request request)
 {
-    // A service that stops does nothing else any more.
     if (m_isStopping)
-        return;
+        return false;
     switch (request) {
     case Request::Stop:
         m_isStopping = true;
-        qDebug() << "QtServiceControllerHandler::handle stopping";
+        qDebug() << "QtServiceControllerHandler::accept stopping";
         m_manager.report(State::Stopping);
+        break;
+    case Request::Pause:
+        m_manager.report(State::Pausing);
+        break;
+    case Request::Resume:
+        m_manager.report(State::Resuming);
+        break;
+    case Request::Command:
+        break;
+    }
+    return true;
+}
+
+void QtServiceControllerHandler::carryOut(Request request, int code)
+{
+    switch (request) {
+    case Request::Stop:
         m_service.stop();
         runAfterwards(this, [] { QCoreApplication::quit(); });
         break;
     case Request::Pause:
-        m_manager.report(State::Pausing);
         m_service.pause();
         m_manager.report(State::Paused);
         break;
     case Request::Resume:
-        m_manager.report(State::Resuming);
         m_service.resume();
         m_manager.report(State::Running);
         break;

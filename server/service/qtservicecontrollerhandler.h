@@ -41,7 +41,8 @@ private:
     enum class Stage { Starting, Open, Closed };
 
     bool post(Request request, int code = 0);
-    void handle(Request request, int code);
+    bool accept(Request request);
+    void carryOut(Request request, int code);
 
     QtServiceBase &m_service;
     ServiceManager &m_manager;
