@@ -395,9 +395,11 @@ void WindowsServiceManager::handle(Dword control)
         m_controls->resume();
     else if (control >= kFirstUserControl && control <= kLastUserControl)
         m_controls->command(static_cast<int>(control));
-    // Whatever was asked, also the mere question, the manager is told the state.
+    // Whatever was asked, also the mere question, the manager is told the state; but never again that of a service that
+    // has stopped: its handle is gone.
     const QMutexLocker locker(&m_mutex);
-    sendStatus();
+    if (m_status.currentState != kStopped)
+        sendStatus();
 }
 
 void WindowsServiceManager::report(State state)
