@@ -128,6 +128,10 @@ bool SystemdServiceManager::install(const Installation &service)
         qWarning() << "SystemdServiceManager::install no such account:" << service.account;
         return false;
     }
+    if (!SystemdUnit::isExecutablePath(service.executable)) {
+        qWarning() << "SystemdServiceManager::install systemd runs nothing from such a path:" << service.executable;
+        return false;
+    }
     const QString path = unitPath(m_options.unitFolders.first(), service.name);
     QSaveFile unit(path);
     if (!unit.open(QIODevice::WriteOnly) || unit.write(SystemdUnit::text(service).toUtf8()) < 0 || !unit.commit()) {

@@ -96,6 +96,12 @@ bool SystemdUnit::isOurs(const QString &text)
     return text.startsWith(kMark);
 }
 
+bool SystemdUnit::isExecutablePath(const QString &path)
+{
+    static const QRegularExpression allowed(QStringLiteral("\\A/[^\"'\\\\\\x00-\\x1f\\x7f]+\\z"));
+    return allowed.match(path).hasMatch();
+}
+
 bool SystemdUnit::isAccountName(const QString &account)
 {
     // As systemd's own rule, which has 31 characters at most.

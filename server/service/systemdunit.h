@@ -14,6 +14,9 @@ ServiceManager::ServiceInfo read(const QString &text);
 /// Whether text() wrote it.
 bool isOurs(const QString &text);
 
+/// Whether systemd takes it for an executable's path: no quotes, backslashes and control characters, even escaped.
+bool isExecutablePath(const QString &path);
+
 /// Whether the text can stand for an account: a name of letters, digits, dot, hyphen and underscore, or a number.
 bool isAccountName(const QString &account);
 
