@@ -9,3 +9,9 @@ zuk_test(tst_service zuk_service)
 target_compile_definitions(tst_service PRIVATE ZUK_STANDIN="$<TARGET_FILE:standin_advapi32>"
     ZUK_STANDIN_LACKING="$<TARGET_FILE:standin_lacking>")
 add_dependencies(tst_service standin_advapi32 standin_lacking)
+
+if(UNIX)
+    zuk_test(tst_systemdservice zuk_service)
+    target_compile_definitions(tst_systemdservice PRIVATE
+        ZUK_PACKAGED_UNIT="${CMAKE_SOURCE_DIR}/packaging/zuk3srv.service")
+endif()
