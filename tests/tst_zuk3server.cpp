@@ -4,13 +4,18 @@
 #include <QDir>
 #include <QProcess>
 #include <QRegularExpression>
+#include <QScopeGuard>
 #include <QTemporaryDir>
 #include <QTest>
 
 #include <csignal>
+#include <cstring>
 #include <memory>
 #ifdef Q_OS_UNIX
+#include <sys/socket.h>
 #include <sys/types.h>
+#include <sys/un.h>
+#include <unistd.h>
 #endif
 
 /// The real executable, copied into a folder of its own and launched from another one.
@@ -22,8 +27,9 @@ private Q_SLOTS:
     void cleanup();
     void usage_data();
     void usage();
-    void noConsoleRun_data();
-    void noConsoleRun();
+    void startByHand_data();
+    void startByHand();
+    void serviceRun();
     void consoleRun_data();
     void consoleRun();
     void unusableDatabase_data();
@@ -32,7 +38,8 @@ private Q_SLOTS:
 private:
     QString inFolder(const char *name) const { return m_folder->filePath(QStringLiteral("server/") + name); }
     QString inLaunch(const char *name) const { return m_folder->filePath(QStringLiteral("launch/") + name); }
-    void launch(const QStringList &arguments);
+    void launch(const QStringList &arguments, const QMap<QString, QString> &variables = {},
+                const QString &program = {});
     quint16 port();
 
     std::unique_ptr<QTemporaryDir> m_folder;
@@ -60,14 +67,17 @@ void TestZuk3Server::cleanup()
     m_server.reset();
 }
 
-void TestZuk3Server::launch(const QStringList &arguments)
+void TestZuk3Server::launch(const QStringList &arguments, const QMap<QString, QString> &variables,
+                            const QString &program)
 {
     m_server = std::make_unique<QProcess>();
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
     environment.insert(QStringLiteral("QT_FORCE_STDERR_LOGGING"), QStringLiteral("1"));
+    for (auto variable = variables.cbegin(); variable != variables.cend(); ++variable)
+        environment.insert(variable.key(), variable.value());
     m_server->setProcessEnvironment(environment);
     m_server->setWorkingDirectory(m_folder->filePath(QStringLiteral("launch")));
-    m_server->start(inFolder("zuk3server"), arguments);
+    m_server->start(program.isEmpty() ? inFolder("zuk3server") : program, arguments);
     QVERIFY(m_server->waitForStarted());
 }
 
@@ -114,25 +124,102 @@ void TestZuk3Server::usage()
     QVERIFY(!QFile::exists(inLaunch("debug.txt")));
 }
 
-void TestZuk3Server::noConsoleRun_data()
+void TestZuk3Server::startByHand_data()
 {
     QTest::addColumn<QStringList>("arguments");
-    QTest::newRow("none") << QStringList{};
-    QTest::newRow("upper case") << QStringList{"-D"};
-    QTest::newRow("two dashes") << QStringList{"--debug"};
-    QTest::newRow("second argument") << QStringList{"-x", "-debug"};
+    QTest::addColumn<bool>("succeeds");
+    QTest::addColumn<QByteArray>("job");
+    QTest::addColumn<QByteArray>("error");
+    const QByteArray notStarted = "The service zuk3srv could not start\n";
+    QTest::newRow("none") << QStringList{} << true << QByteArray("start") << QByteArray();
+    QTest::newRow("listed, but no word") << QStringList{"-s"} << true << QByteArray("start") << QByteArray();
+    QTest::newRow("upper case") << QStringList{"-D"} << true << QByteArray("start") << QByteArray();
+    QTest::newRow("two dashes") << QStringList{"--debug"} << true << QByteArray("start") << QByteArray();
+    QTest::newRow("second argument") << QStringList{"-x", "-debug"} << true << QByteArray("start") << QByteArray();
+    QTest::newRow("manager fails") << QStringList{} << false << QByteArray("start") << notStarted;
+    QTest::newRow("terminate") << QStringList{"-t"} << true << QByteArray("stop") << QByteArray();
+    QTest::newRow("manager fails to stop")
+        << QStringList{"-t"} << false << QByteArray("stop") << QByteArray("The service could not be stopped.");
 }
 
-void TestZuk3Server::noConsoleRun()
+/// Launched by nobody's manager, it asks systemd, whose program is a script of ours, and starts nothing itself.
+void TestZuk3Server::startByHand()
 {
+#ifndef Q_OS_UNIX
+    QSKIP("needs a shell");
+#endif
     QFETCH(QStringList, arguments);
-    launch(arguments);
+    QFETCH(bool, succeeds);
+    QFETCH(QByteArray, job);
+    QFile script(inLaunch("systemctl"));
+    QVERIFY(script.open(QIODevice::WriteOnly));
+    script.write("#!/bin/sh\necho \"$@\" >> \"${0%/*}/calls\"\ncase \"$*\" in *show*) echo active; exit 0;; esac\n");
+    script.write(succeeds ? "exit 0\n" : "exit 1\n");
+    QVERIFY(script.setPermissions(QFile::ReadOwner | QFile::ExeOwner));
+    script.close();
+    launch(arguments, {{"PATH", m_folder->filePath("launch:") + qEnvironmentVariable("PATH")}});
     QVERIFY(m_server->waitForFinished());
     QCOMPARE(m_server->exitStatus(), QProcess::NormalExit);
-    QCOMPARE(m_server->exitCode(), 1);
-    QVERIFY(m_server->readAllStandardError().contains("service mode"));
+    QCOMPARE(m_server->exitCode(), succeeds ? 0 : 1);
+    QFETCH(QByteArray, error);
+    const QByteArray output = m_server->readAllStandardError();
+    QVERIFY2(succeeds ? output.isEmpty() : output.endsWith(error), output);
+    QCOMPARE(m_server->readAllStandardOutput(), QByteArray());
+    QFile calls(inLaunch("calls"));
+    QVERIFY(calls.open(QIODevice::ReadOnly));
+    QVERIFY(calls.readAll().endsWith(job + " zuk3srv.service\n"));
     QVERIFY(!QFile::exists(inFolder("zuknetserver.db")));
     QVERIFY(!QFile::exists(inLaunch("debug.txt")));
+}
+
+/// As systemd runs it: ready when it has started, ended by a signal.
+void TestZuk3Server::serviceRun()
+{
+#ifdef Q_OS_LINUX
+    const auto journal = [this] {
+        DataBase database(inFolder("zuknetserver.db"));
+        const QAny rows = database.select(QStringLiteral("select FMESSAGE as M from logs order by IDX"));
+        QStringList texts;
+        for (int i = 0; i < rows.count(); ++i)
+            texts.append(rows.at(i).lookup("M").toString());
+        return texts;
+    };
+    const int manager = socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+    const auto closing = qScopeGuard([manager] { close(manager); });
+    sockaddr_un address = {};
+    address.sun_family = AF_UNIX;
+    const QByteArray path = inLaunch("notify").toLocal8Bit();
+    QVERIFY(path.size() < int(sizeof address.sun_path));
+    std::memcpy(address.sun_path, path.constData(), size_t(path.size()));
+    QCOMPARE(bind(manager, reinterpret_cast<sockaddr *>(&address), sizeof address), 0);
+    QByteArray told;
+    const auto isTold = [&](const char *text) {
+        return QTest::qWaitFor(
+            [&] {
+                char buffer[256];
+                const ssize_t size = recv(manager, buffer, sizeof buffer, MSG_DONTWAIT);
+                if (size > 0)
+                    told += QByteArray(buffer, int(size)) + ' ';
+                return told.contains(text);
+            },
+            20000);
+    };
+    const QString start = "export SYSTEMD_EXEC_PID=$$; exec " + inFolder("zuk3server");
+    launch({"-c", start}, {{"NOTIFY_SOCKET", path}}, QStringLiteral("/bin/sh"));
+    QVERIFY(isTold("READY=1"));
+    QCOMPARE(journal(), QStringList{"Started"});
+    const QString process = QStringLiteral("/proc/%1/").arg(m_server->processId());
+    QCOMPARE(QFile::symLinkTarget(process + "cwd"), QFileInfo(inFolder("zuk3server")).canonicalPath());
+    m_server->terminate();
+    QVERIFY(isTold("STOPPING=1"));
+    QVERIFY(m_server->waitForFinished());
+    QCOMPARE(told, QByteArray("READY=1 STOPPING=1 "));
+    QCOMPARE(m_server->exitStatus(), QProcess::NormalExit);
+    QCOMPARE(m_server->exitCode(), 0);
+    QCOMPARE(journal(), (QStringList{"Started", "Finished"}));
+#else
+    QSKIP("systemd is Linux's");
+#endif
 }
 
 void TestZuk3Server::consoleRun_data()
