@@ -35,6 +35,7 @@ private:
     void verify(const QString &unit) const;
 
     std::unique_ptr<QTemporaryDir> m_folder;
+    int m_jobTimeoutMs = 30000;
 };
 
 const QString kUnit = QStringLiteral("own/zuk3srv.service");
@@ -69,6 +70,7 @@ QString TestSystemdService::read(const QString &name) const
 void TestSystemdService::init()
 {
     m_folder = std::make_unique<QTemporaryDir>();
+    m_jobTimeoutMs = 30000;
     QVERIFY(QDir(m_folder->path()).mkdir(QStringLiteral("own")) && QDir(m_folder->path()).mkdir("package"));
     QVERIFY(write("systemctl", kSystemctl));
 }
@@ -78,8 +80,8 @@ std::shared_ptr<SystemdServiceManager> TestSystemdService::manager(const QString
     SystemdServiceManager::Options options;
     options.systemctl = path(systemctl);
     options.unitFolders = QStringList{path("own"), path("package")};
-    options.queryTimeoutMs = 5000;
-    options.jobTimeoutMs = 300;
+    options.queryTimeoutMs = 30000;
+    options.jobTimeoutMs = m_jobTimeoutMs;
     return std::make_shared<SystemdServiceManager>(options);
 }
 
@@ -192,6 +194,8 @@ void TestSystemdService::unusable()
     QFETCH(QString, argument);
     if (!failing.isEmpty())
         QVERIFY(write(failing.left(5), failing.mid(6)));
+    if (failing.startsWith("hangs"))
+        m_jobTimeoutMs = 300;
     QElapsedTimer elapsed;
     elapsed.start();
     const Outcome outcome = run({argument}, systemctl);
