@@ -316,6 +316,9 @@ void TestService::exitCodeOfTheLoop()
 
 void TestService::foreground()
 {
+#ifndef Q_OS_UNIX
+    QSKIP("a console event cannot be sent to one process alone");
+#endif
     QStringList notes, argumentsInside;
     const auto note = [&](const QString &line) {
         notes.append(line);
