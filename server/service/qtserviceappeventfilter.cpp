@@ -8,8 +8,8 @@ bool QtServiceAppEventFilter::nativeEventFilter(const QByteArray &eventType, voi
     const bool isSessionEnd = native->message == kQueryEndSession || native->message == kEndSession;
     if (!isSessionEnd || !(static_cast<quint32>(native->lParam) & kLogOff))
         return false;
-    // Yes to the question whether the session may end; the process stays.
+    // Yes to the question whether the session may end, 0 to the news that it does; the process stays.
     if (result)
-        *result = 1;
+        *result = native->message == kQueryEndSession ? 1 : 0;
     return true;
 }

@@ -118,7 +118,8 @@ bool SystemdServiceManager::isRunning(const QString &name)
     const std::optional<QString> state = systemctl(
         {QStringLiteral("show"), QStringLiteral("--value"), QStringLiteral("--property=ActiveState"), unitName(name)},
         m_options.queryTimeoutMs);
-    return state && *state != QLatin1String("inactive") && *state != QLatin1String("failed");
+    // It says nothing where it ignores the question.
+    return state && !state->isEmpty() && *state != QLatin1String("inactive") && *state != QLatin1String("failed");
 }
 
 bool SystemdServiceManager::install(const Installation &service)

@@ -326,7 +326,7 @@ ServiceManager::Launch WindowsServiceManager::connectService(const QString &name
     m_name = name;
     m_controls = &controls;
     m_stage = Stage::Dispatching;
-    m_dispatcher.reset(QThread::create([this] {
+    m_dispatcher.reset(QThread::create([this, self = shared_from_this()] {
         const ServiceTableEntry table[] = {{text(m_name), serviceMain}, {nullptr, nullptr}};
         const bool isServed = m_functions.startDispatcher(table);
         const int code = isServed ? 0 : lastSystemError();
@@ -344,9 +344,13 @@ ServiceManager::Launch WindowsServiceManager::connectService(const QString &name
         return Launch::ByManager;
 
     locker.unlock();
-    m_dispatcher->wait();
-    m_dispatcher.reset();
-    connected = nullptr;
+    if (m_dispatcher->wait(kGiveUpMs)) {
+        m_dispatcher.reset();
+        connected = nullptr;
+    } else {
+        // It goes on until the process ends, which is soon, and keeps what it uses.
+        [[maybe_unused]] const QThread *const abandoned = m_dispatcher.release();
+    }
     if (m_error == kErrorNotLaunchedByManager)
         return Launch::ByUser;
     *error = qt_error_string(m_error);

@@ -10,7 +10,9 @@
 /// The Windows service control manager, reached through its library. An operation fails when a function that it needs
 /// is missing. The manager's dispatcher runs on a thread of its own, from connectService() to releaseService(); one
 /// instance in the process may be connected.
-class WindowsServiceManager : public ServiceManager
+///
+/// To be held by a shared pointer.
+class WindowsServiceManager : public ServiceManager, public std::enable_shared_from_this<WindowsServiceManager>
 {
 public:
     /// How long a start or stop may take to be seen, and how often it is looked for, in ms.
@@ -21,6 +23,8 @@ public:
     /// Before a service that failed is started again, and after which time without one a failure is the first again.
     static constexpr int kRestartDelayMs = 5000;
     static constexpr int kFailureResetSeconds = 86400;
+    /// How long a dispatcher without a service is waited for, in ms. The system's may wait for one for ever.
+    static constexpr int kGiveUpMs = 2000;
 
     /// With the file name of the library, with or without its ending.
     explicit WindowsServiceManager(const QString &library);
