@@ -94,8 +94,8 @@ qint64 seconds(const QString &text)
 
 QString duration(qint64 value)
 {
-    const QTime rest = QTime(0, 0).addSecs(static_cast<int>(value % 3600));
-    return shortened(QString::number(value / 3600) + rest.toString(":mm:ss"));
+    const QTime rest = QTime(0, 0).addSecs(static_cast<int>(qAbs(value) % 3600));
+    return (value < 0 ? "-" : "") + shortened(QString::number(qAbs(value) / 3600) + rest.toString(":mm:ss"));
 }
 
 QDate date(const QString &text)
@@ -106,6 +106,24 @@ QDate date(const QString &text)
 qint64 midnight(const QString &text)
 {
     return date(text).startOfDay().toSecsSinceEpoch();
+}
+
+QString values(const QAny &row, const QString &keys)
+{
+    QStringList texts;
+    for (const QString &key : keys.split(' ')) {
+        const QAny cell = row.value(key);
+        texts += (cell.isHash() ? cell.value("UWVS") : cell).toJson().replace('"', '\'');
+    }
+    return texts.join(',');
+}
+
+QString durations(const QAny &row, const QString &keys)
+{
+    QStringList texts;
+    for (const QString &key : keys.split(' '))
+        texts += row.value(key).isInteger() ? duration(row.value(key).toInteger()) : QString('-');
+    return texts.join(' ');
 }
 
 QAny Outcome::row(const QString &list, qint64 user, const QString &day) const
@@ -127,13 +145,9 @@ QAny Outcome::ruled(qint64 user, const QString &day) const
     return {};
 }
 
-QString Outcome::remarks(qint64 user, const QString &day) const
+QString Outcome::remarks(qint64 user, const QString &date) const
 {
-    QStringList texts;
-    const QList<QAny> all = ruled(user, day).value("OPOMBA").toList();
-    for (const QAny &text : all)
-        texts += text.toString();
-    return texts.join("; ");
+    return day(user, date).value("OPOMBA").toVariant().toStringList().join("; ");
 }
 
 QList<qint64> Outcome::users(const QString &list) const
@@ -150,10 +164,10 @@ QString Outcome::pairTexts(qint64 user) const
     QStringList texts;
     const QList<QAny> all = pairs(user).toList();
     for (const QAny &pair : all)
-        texts += QString("%1 %2-%3 %4 %5")
+        texts += QString("%1 %2-%3 %4 %5 %6")
                      .arg(clock(pair.value("DATESTAMP"), "d.M."), clock(pair.value("TIMESTAMP")),
-                          clock(pair.value("TIMESTAMP2")), pair.value("TIP2").toString(),
-                          duration(pair.value("PTIME").toInteger()))
+                          clock(pair.value("TIMESTAMP2")), pair.value("TIP2").toString(), durations(pair, "PTIME"),
+                          pair.value("NW").toInteger() ? "NW " + durations(pair, "NW") : QString())
                      .simplified();
     return texts.join("; ");
 }
@@ -166,7 +180,8 @@ QStringList Outcome::errors(const QStringList &codes) const
         if (codes.contains(error.value("CODE").toString()))
             texts += QString("%1 %2 %3 %4")
                          .arg(error.value("CODE").toString(), error.value("NAPAKA").toString(),
-                              error.value("USER").toString(), clock(error.value("DATESTAMP"), "d.M."));
+                              error.value("USER").toString(), clock(error.value("DATESTAMP"), "d.M."))
+                         .simplified();
     texts.sort();
     return texts;
 }
@@ -192,6 +207,13 @@ CalcSite::CalcSite() : m_database(std::make_unique<DataBase>(m_folder.filePath("
     sql("insert into calendar (DATE,DATESTAMP,NOTE,PRAZNIK) values " + days.join(','));
     if (!transaction.commit())
         qFatal("CalcSite: nothing stored");
+}
+
+CalcSite::CalcSite(const QString &script, const QString &schedule, const QString &settings, const QString &columns)
+    : CalcSite()
+{
+    employee(1, "Novak Ana", schedule, settings, columns);
+    events(1, script);
 }
 
 void CalcSite::sql(const QString &statement)

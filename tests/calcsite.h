@@ -33,6 +33,11 @@ QDate date(const QString &text);
 /// Unix seconds of the local midnight that the date ("2.3.2026") begins with.
 qint64 midnight(const QString &text);
 
+/// What the row shows under each key (of a packed cell its display value): "'Novak Ana',1,null".
+QString values(const QAny &row, const QString &keys);
+/// Seconds under each key: "7:30 0:00 -", the last one Null.
+QString durations(const QAny &row, const QString &keys);
+
 /// What a calculation answered, and short ways to say what one looks for in it.
 class Outcome
 {
@@ -52,11 +57,11 @@ public:
     QAny pairs(qint64 user, const QString &list = "CALC") const { return row(list, user).value("PAIRS"); }
     /// Ids of the employees in their order.
     QList<qint64> users(const QString &list = "CALC") const;
-    /// The pairs as "2.3. 07:00-15:00 102 8:00", seconds only where there are some, a missing half left empty. Joined
-    /// by
-    /// "; ".
+    /// The pairs as "2.3. 07:00-15:00 102 8:00", seconds only where there are some, a missing half left empty, and
+    /// "NW 6:00" where a part was measured. Joined by "; ".
     QString pairTexts(qint64 user) const;
-    /// The errors of the given codes as "ATP Ni Prihoda! 1 2.3.", in alphabetical order.
+    /// The errors of the given codes as "ATP Ni Prihoda! 1 2.3.", in alphabetical order; without what is not
+    /// known of them.
     QStringList errors(const QStringList &codes) const;
     bool hasError(const QString &code, const QString &text, qint64 user) const;
 };
@@ -66,6 +71,9 @@ class CalcSite
 {
 public:
     CalcSite();
+    /// With employee 1, Novak Ana, and the events.
+    explicit CalcSite(const QString &events, const QString &schedule = kDay, const QString &settings = kNoRules,
+                      const QString &columns = {});
 
     DataBase &database() { return *m_database; }
     void sql(const QString &statement);
