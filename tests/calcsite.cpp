@@ -136,15 +136,6 @@ QAny Outcome::row(const QString &list, qint64 user, const QString &day) const
     return {};
 }
 
-QAny Outcome::ruled(qint64 user, const QString &day) const
-{
-    const QList<QAny> days = row("CALC", user).value("DAYS").toList();
-    for (const QAny &candidate : days)
-        if (candidate.value("DATE").toInteger() == midnight(day))
-            return candidate;
-    return {};
-}
-
 QString Outcome::remarks(qint64 user, const QString &date) const
 {
     return day(user, date).value("OPOMBA").toVariant().toStringList().join("; ");
@@ -184,15 +175,6 @@ QStringList Outcome::errors(const QStringList &codes) const
                          .simplified();
     texts.sort();
     return texts;
-}
-
-bool Outcome::hasError(const QString &code, const QString &text, qint64 user) const
-{
-    const QList<QAny> all = result.value("ERR").toList();
-    return std::any_of(all.begin(), all.end(), [&](const QAny &error) {
-        return error.value("CODE").toString() == code && error.value("NAPAKA").toString().startsWith(text) &&
-               error.value("USER").toInteger() == user;
-    });
 }
 
 CalcSite::CalcSite() : m_database(std::make_unique<DataBase>(m_folder.filePath("site.db")))

@@ -50,8 +50,6 @@ public:
     QAny row(const QString &list, qint64 user, const QString &day = {}) const;
     QAny day(qint64 user, const QString &day) const { return row("DAYS", user, day); }
     QAny sum(qint64 user) const { return row("CALCsum", user); }
-    /// What the rules made of the day: DATE, IN, OUT, DC, OPOMBA.
-    QAny ruled(qint64 user, const QString &day) const;
     /// The remarks of that day, joined by "; ".
     QString remarks(qint64 user, const QString &day) const;
     QAny pairs(qint64 user, const QString &list = "CALC") const { return row(list, user).value("PAIRS"); }
@@ -63,7 +61,6 @@ public:
     /// The errors of the given codes as "ATP Ni Prihoda! 1 2.3.", in alphabetical order; without what is not
     /// known of them.
     QStringList errors(const QStringList &codes) const;
-    bool hasError(const QString &code, const QString &text, qint64 user) const;
 };
 
 /// A database file with the attendance tables, the calendar of 2026, and short ways to fill it.
