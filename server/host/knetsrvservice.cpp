@@ -29,5 +29,6 @@ void KNetSrvService::start()
 void KNetSrvService::stop()
 {
     logMessage(QStringLiteral("Terminated"), MessageType::Information);
+    onStopping();
     schedule(&ServicesStarter::stop);
 }

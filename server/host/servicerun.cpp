@@ -15,11 +15,16 @@ constexpr int kFallbackStartMs = 5000;
 int runService(int &argc, char **argv)
 {
     ServicesStarter starter;
-    QTimer::singleShot(kFallbackStartMs, &starter, &ServicesStarter::start);
+    QTimer fallback;
+    fallback.setSingleShot(true);
+    QObject::connect(&fallback, &QTimer::timeout, &starter, &ServicesStarter::start);
+    fallback.start(kFallbackStartMs);
     // However the event loop ends, the server has ended before the manager is told.
     QObject::connect(qApp, &QCoreApplication::aboutToQuit, &starter, &ServicesStarter::stop);
 
     KNetSrvService service(argc, argv, QStringLiteral("zuk3srv"));
+    // A stop that takes its time must not end in another start.
+    service.onStopping = [&fallback] { fallback.stop(); };
     service.setServiceDescription(QStringLiteral("ZUK3 server"));
     // Day names are in the site's language.
     service.setServiceEnvironment({QStringLiteral("LC_TIME=sl_SI.UTF-8")});
