@@ -12,7 +12,8 @@
 
 namespace {
 
-constexpr int kSignals[] = {SIGINT, SIGTERM};
+// The last one comes when the terminal of a console run closes.
+constexpr int kSignals[] = {SIGINT, SIGTERM, SIGHUP};
 
 // A handler may do little more than write(); the event loop reads the other end.
 volatile sig_atomic_t writeEnd = -1;
@@ -51,8 +52,11 @@ public:
         action.sa_handler = noteSignal;
         action.sa_flags = SA_RESTART;
         sigemptyset(&action.sa_mask);
-        for (size_t i = 0; i < std::size(kSignals); ++i)
-            sigaction(kSignals[i], &action, &m_previous[i]);
+        for (size_t i = 0; i < std::size(kSignals); ++i) {
+            sigaction(kSignals[i], nullptr, &m_previous[i]);
+            if (m_previous[i].sa_handler != SIG_IGN) // as nohup has it
+                sigaction(kSignals[i], &action, nullptr);
+        }
     }
 
     ~Private()

@@ -204,10 +204,7 @@ int QtServiceBase::runAsService(QtServiceController &controller)
     m_manager->report(ServiceManager::State::Starting);
     QtServiceAppEventFilter filter;
     QCoreApplication::instance()->installNativeEventFilter(&filter);
-    QtServiceStarter starter(*this, [this, &handler] {
-        m_manager->report(ServiceManager::State::Running);
-        handler.open();
-    });
+    QtServiceStarter starter(*this, [&handler] { handler.open(); });
     QMetaObject::invokeMethod(&starter, &QtServiceStarter::slotStart, Qt::QueuedConnection);
     const int result = executeApplication();
     handler.close();

@@ -51,6 +51,8 @@ QtServiceControllerHandler::~QtServiceControllerHandler()
 
 void QtServiceControllerHandler::open()
 {
+    if (!m_isStopping)
+        m_manager.report(State::Running);
     const QMutexLocker locker(&m_mutex);
     if (m_stage == Stage::Starting)
         m_stage = Stage::Open;

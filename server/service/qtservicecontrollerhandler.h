@@ -21,7 +21,8 @@ public:
     QtServiceControllerHandler(QtServiceBase &service, ServiceManager &manager);
     ~QtServiceControllerHandler() override;
 
-    /// The service has started: requests that came earlier, and wait, are delivered now, and later ones at once.
+    /// The service has started: the manager is told, unless it stops already; requests that came earlier, and wait, are
+    /// delivered now, and later ones at once.
     void open();
     /// The service has ended: who waits goes on, and every further request is refused.
     void close();
