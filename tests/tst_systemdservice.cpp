@@ -118,7 +118,7 @@ void TestSystemdService::commandLine_data()
     for (const char *account : {"a b", "x\nExecStart=/bin/sh", "-x", "no.such.user", "%u", "ana;root"})
         failed(qPrintable("account " + QString(account).simplified()), "", {"-i", account}, notInstallable);
     done("uninstall", "active", {"-u"}, "The service zuk3srv has been uninstalled.\n",
-         {"disable --now zuk3srv.service", "daemon-reload"});
+         {"stop zuk3srv.service", "disable zuk3srv.service", "daemon-reload"});
     failed("uninstall without one", "", {"-u"}, "The service zuk3srv is not installed\n");
     done("version, running", "active", {"-v"}, version.arg("installed and running"));
     done("version, starting", "activating", {"-v"}, version.arg("installed and running"));

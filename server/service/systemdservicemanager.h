@@ -51,6 +51,7 @@ public:
 
 private:
     QString unitPath(const QString &folder, const QString &name) const;
+    QString startLink(const QString &name) const;
     QString installedUnit(const QString &name) const;
     std::optional<QString> systemctl(const QStringList &arguments, int timeoutMs) const;
 

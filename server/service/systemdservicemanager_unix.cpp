@@ -68,6 +68,12 @@ QString SystemdServiceManager::unitPath(const QString &folder, const QString &na
     return folder + QLatin1Char('/') + unitName(name);
 }
 
+/// By which the service starts with the system.
+QString SystemdServiceManager::startLink(const QString &name) const
+{
+    return unitPath(m_options.unitFolders.first() + QStringLiteral("/multi-user.target.wants"), name);
+}
+
 QString SystemdServiceManager::installedUnit(const QString &name) const
 {
     for (const QString &folder : m_options.unitFolders) {
@@ -107,8 +113,7 @@ std::optional<ServiceManager::ServiceInfo> SystemdServiceManager::query(const QS
     if (path.isEmpty())
         return {};
     ServiceInfo info = SystemdUnit::read(content(path));
-    const QString wanted = m_options.unitFolders.first() + QStringLiteral("/multi-user.target.wants");
-    info.startup = QFileInfo(unitPath(wanted, name)).isSymLink() ? StartupType::Automatic : StartupType::Manual;
+    info.startup = QFileInfo(startLink(name)).isSymLink() ? StartupType::Automatic : StartupType::Manual;
     return info;
 }
 
@@ -148,6 +153,7 @@ bool SystemdServiceManager::install(const Installation &service)
     if (systemctl(arguments, m_options.jobTimeoutMs))
         return true;
     QFile::remove(path);
+    QFile::remove(startLink(service.name));
     return false;
 }
 
@@ -158,7 +164,10 @@ bool SystemdServiceManager::uninstall(const QString &name)
         qWarning().noquote() << "SystemdServiceManager::uninstall not installed by us:" << path;
         return false;
     }
-    if (!systemctl({QStringLiteral("disable"), QStringLiteral("--now"), unitName(name)}, m_options.jobTimeoutMs))
+    // In two steps, so that it can be removed where systemd does not run.
+    if (isRunning(name) && !systemctl({QStringLiteral("stop"), unitName(name)}, m_options.jobTimeoutMs))
+        return false;
+    if (!systemctl({QStringLiteral("disable"), unitName(name)}, m_options.jobTimeoutMs))
         return false;
     if (!QFile::remove(path)) {
         qWarning().noquote() << "SystemdServiceManager::uninstall can't remove" << path;
