@@ -12,6 +12,9 @@
 
 namespace {
 
+/// It only hands the command over.
+constexpr int kSystemdRunMs = 5000;
+
 const QString kShellScript = QStringLiteral("rest.sh");
 
 // The executable in use can be replaced, but not overwritten. Without an uploaded one the same starts again.
@@ -23,6 +26,20 @@ const char kShellLines[] = "#!/bin/sh\n"
                            "    chmod +x update/zuk3server && mv -f update/zuk3server zuk3server\n"
                            "fi\n"
                            "if [ -n \"$1\" ]; then kill \"$1\"; else ./zuk3server -s; fi\n";
+
+/// Whether systemd has taken it.
+bool runInOwnUnit(const QStringList &command)
+{
+    QProcess systemd;
+    systemd.start(QStringLiteral("systemd-run"),
+                  QStringList{QStringLiteral("--collect"), QStringLiteral("--quiet")} + command);
+    const bool isEnded = systemd.waitForFinished(kSystemdRunMs);
+    if (isEnded && systemd.exitStatus() == QProcess::NormalExit && systemd.exitCode() == 0)
+        return true;
+    qWarning().noquote() << "RestartScript::start systemd-run failed:" << systemd.readAllStandardError().simplified()
+                         << systemd.errorString();
+    return false;
+}
 
 } // namespace
 
@@ -42,7 +59,6 @@ bool RestartScript::start()
         return QProcess::startDetached(shell, {script});
     // A child of the service would be stopped with it; but only root may start it elsewhere, and stop the service.
     if (geteuid() == 0)
-        return QProcess::startDetached(QStringLiteral("systemd-run"),
-                                       {QStringLiteral("--collect"), QStringLiteral("--quiet"), shell, script});
+        return runInOwnUnit({shell, script});
     return QProcess::startDetached(shell, {script, QString::number(QCoreApplication::applicationPid())});
 }
