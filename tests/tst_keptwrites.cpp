@@ -121,7 +121,7 @@ void TestKeptWrites::whatIsLostIsTold()
     m_fails[2] = Failure::Passing;
     expect("Owner::do dropped, too many are kept: 3");
     expect("Owner::do not stored, kept for another attempt: 2");
-    expect("Owner::do lost at the end: 1 from 2");
+    expect("Owner::do lost at the end: 2");
     for (int user : {1, 2, 3})
         writes.enqueue(row(user));
     QCOMPARE(m_log, QStringList("lost 3"));

@@ -75,8 +75,8 @@ void KeptWrites::flush()
     Outcomes outcomes;
     while (!m_kept.empty() && storeTurn(&outcomes))
         outcomes.clear();
-    if (!m_kept.empty())
-        qWarning().noquote() << m_owner << "lost at the end:" << count() << "from" << m_kept.front().name;
+    for (const Write &write : m_kept)
+        warn("lost at the end:", write.name);
     m_kept.clear();
     m_refused = false;
 }
