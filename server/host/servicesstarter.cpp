@@ -142,7 +142,7 @@ void ServicesStarter::resume()
 void ServicesStarter::tearDown()
 {
     // Its last lines need the database, the logger and the sessions.
-    theEkeyEventHandler->finish();
+    const bool isTrackerEnded = theEkeyEventHandler->finish();
     logger()->log(QStringLiteral("Finished"));
     rpcController()->close();
     mainTerminalService()->disconnectAll();
@@ -154,6 +154,8 @@ void ServicesStarter::tearDown()
     destroy(logger, setLogger);
     destroy(db, setDb);
     destroy(rpcController, setRpcController);
-    delete std::exchange(theEkeyEventHandler, nullptr);
+    if (isTrackerEnded)
+        delete theEkeyEventHandler;
+    theEkeyEventHandler = nullptr;
     delete std::exchange(theWebServer, nullptr);
 }

@@ -3,6 +3,7 @@
 #include "ekeyline.h"
 #include "ekeylog.h"
 
+#include <QDeadlineTimer>
 #include <QDebug>
 
 #include <chrono>
@@ -38,17 +39,21 @@ EkeyEventHandler::~EkeyEventHandler()
     finish();
 }
 
-void EkeyEventHandler::finish()
+bool EkeyEventHandler::finish()
 {
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
         m_isStopping = true;
         m_wake.notify_all();
     }
-    if (isRunning() || isFinished())
-        m_mainThread.serve();
-    wait();
+    const bool wasStarted = isRunning() || isFinished();
+    const bool hasEnded = !wasStarted || m_mainThread.serve(std::chrono::milliseconds(kPatienceMs));
+    if (hasEnded)
+        wait();
+    else
+        qWarning().noquote() << "EkeyEventHandler::finish given up, the system does not let go of" << m_settings.file;
     m_processor.flush();
+    return hasEnded;
 }
 
 void EkeyEventHandler::run()
@@ -59,6 +64,7 @@ void EkeyEventHandler::run()
         if (!trackingStep())
             pause(m_isInitialRun ? kInitialStepMs : kStepMs);
     }
+    readLastLines();
     deliver();
     qCDebug(ekeyLog, "End ULKAcsv thread  execute");
     m_mainThread.end();
@@ -104,6 +110,20 @@ bool EkeyEventHandler::trackingStep()
     return false;
 }
 
+/// After the next start they would be old ones.
+void EkeyEventHandler::readLastLines()
+{
+    const QDeadlineTimer deadline(kLastLinesMs);
+    while (!m_isInitialRun && m_follower && m_follower->poll() == CsvFollower::NewLine) {
+        addLine(m_follower->line());
+        if (deadline.hasExpired()) {
+            qWarning().noquote() << "EkeyEventHandler::readLastLines lines behind this one are left, no events:"
+                                 << EkeyLine::textOf(m_follower->line());
+            return;
+        }
+    }
+}
+
 void EkeyEventHandler::addLine(const QByteArray &line)
 {
     qCDebug(ekeyLog).noquote() << "NEW_LINE" << EkeyLine::textOf(line);
@@ -131,7 +151,8 @@ void EkeyEventHandler::deliver()
             m_hasRoom = false;
         }
         auto taken = EkeyLineProcessor::Taken::All;
-        m_mainThread.run([this, &taken] { taken = m_processor.take(&m_batch, isStopping()); });
+        if (!m_mainThread.run([this, &taken] { taken = m_processor.take(&m_batch, isStopping()); }))
+            break;
         if (taken == EkeyLineProcessor::Taken::NoRoom) {
             std::unique_lock<std::mutex> lock(m_mutex);
             m_wake.wait(lock, [this] { return m_hasRoom || isStopping(); });
@@ -139,6 +160,7 @@ void EkeyEventHandler::deliver()
             pause(kRetryMs);
         }
     }
+    m_batch.clear();
     m_batchBytes = 0;
 }
 

@@ -27,18 +27,23 @@ public:
     static constexpr int kInitialStepMs = 10;
     /// While the database cannot be read.
     static constexpr int kRetryMs = 5000;
+    /// How long lines that are there when the thread is to end are still read, and how long the thread may hang before
+    /// it is given up (the file may lie on another machine), in ms.
+    static constexpr int kLastLinesMs = 300;
+    static constexpr int kPatienceMs = 800;
     /// Lines that are stored as one; less when they are long. They hold up the main thread for some milliseconds.
     static constexpr int kBatchLines = 200;
     static constexpr qint64 kBatchBytes = 1024 * 1024;
 
     explicit EkeyEventHandler(const EkeySettings &settings = EkeySettings::read(), QObject *parent = nullptr);
-    /// As finish().
+    /// As finish(), unless that was called.
     ~EkeyEventHandler() override;
 
     /// Whether the settings ask for the thread to be started.
     bool isEnabled() const { return m_settings.isOn; }
-    /// Ends the thread and stores what it has read. Not to be started again. Called before the database ends.
-    void finish();
+    /// Ends the thread and stores what it has read. Not to be started again. Called before the database ends. False,
+    /// with a warning line, when the thread hangs: then this object must not be destroyed.
+    bool finish();
     EkeyLineProcessor &processor() { return m_processor; }
 
 protected:
@@ -51,6 +56,7 @@ private:
     void deliver();
     bool isStopping() const { return m_isStopping.load(std::memory_order_relaxed); }
     void pause(int ms);
+    void readLastLines();
 
     const EkeySettings m_settings;
     EkeyLineProcessor m_processor;

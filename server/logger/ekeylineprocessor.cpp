@@ -34,6 +34,9 @@ const auto kNameOfEmployee =
     QStringLiteral("SELECT (LASTNAME || \" \" || FIRSTNAME) as NAME FROM employees where id=%1");
 const auto kNobody = QStringLiteral("n.n.");
 
+/// Of a message, in a warning line.
+constexpr int kShownLength = 200;
+
 const QString kUser = QStringLiteral("USER");
 const QString kTimestamp = QStringLiteral("TIMESTAMP");
 const QString kTerminal = QStringLiteral("TID");
@@ -96,8 +99,15 @@ EkeyLineProcessor::EkeyLineProcessor(const EkeySettings &settings, std::function
     : m_settings(settings), m_roomAgain(std::move(roomAgain)), m_time(settings.dateFormat),
       m_kept("EkeyLineProcessor::take", kMaxWaiting + 1)
 {
-    if (db())
-        db()->exec(kUserTable);
+    makeTable();
+}
+
+void EkeyLineProcessor::makeTable()
+{
+    if (m_hasTable || !db())
+        return;
+    db()->exec(kUserTable);
+    m_hasTable = db()->lastFailure() != Failure::Passing;
 }
 
 void EkeyLineProcessor::skip(const QByteArray &line)
@@ -111,6 +121,7 @@ EkeyLineProcessor::Taken EkeyLineProcessor::take(Entries *entries, bool atOnce)
 {
     if (!atOnce && (m_waiting >= kMaxWaiting || m_waitingBytes >= kMaxWaitingBytes))
         return Taken::NoRoom;
+    makeTable();
     std::vector<Outcome> outcomes;
     outcomes.reserve(entries->size());
     qint64 bytes = 0;
@@ -147,8 +158,11 @@ bool EkeyLineProcessor::prepare(const QByteArray &bytes, bool atOnce, Outcome *o
         return true;
     }
     QAny employee;
-    if (!readValue(kEmployeeOfUser.arg(line.user()), &employee) && !atOnce)
-        return false;
+    if (!readValue(kEmployeeOfUser.arg(line.user()), &employee)) {
+        if (atOnce)
+            qWarning().noquote() << "EkeyLineProcessor::prepare lost, the users cannot be read:" << line.text();
+        return atOnce;
+    }
     if (employee.isNull()) {
         outcome->messages += kNoUser.arg(line.user(), line.text());
         return true;
@@ -191,7 +205,9 @@ void EkeyLineProcessor::offer(int terminal, const QAny &employee, const QString 
 void EkeyLineProcessor::submit(std::vector<Outcome> outcomes, qint64 bytes)
 {
     const int count = static_cast<int>(outcomes.size());
-    const QString name = outcomes.front().messages.last().left(200) + QStringLiteral(" (%1 in all)").arg(count);
+    const auto shown = [](const Outcome &outcome) { return outcome.messages.last().left(kShownLength); };
+    const QString name = QStringLiteral("%1 rows, from %2 to %3")
+                             .arg(QString::number(count), shown(outcomes.front()), shown(outcomes.back()));
     m_waiting += count;
     m_waitingBytes += bytes;
     // std::function wants to be copied.

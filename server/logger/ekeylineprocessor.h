@@ -13,8 +13,6 @@
 #include <functional>
 #include <vector>
 
-class EkeyLine;
-
 /// Makes events of the lines of the fingerprint reader's file: tells the terminal that stands for the reader, and
 /// stores the event with its journal row and the log rows of its line, all of them or none. What the database refuses
 /// for the moment is kept and stored later, in order.
@@ -60,12 +58,12 @@ private:
     };
 
     bool prepare(const QByteArray &bytes, bool atOnce, Outcome *outcome);
-    bool readEmployee(const QString &user, QAny *employee) const;
-    bool readName(const QAny &employee, QString *name) const;
+    void makeTable();
     void offer(int terminal, const QAny &employee, const QString &finger) const;
     void submit(std::vector<Outcome> outcomes, qint64 bytes);
 
     EkeySettings m_settings;
+    bool m_hasTable = false;
     std::function<void()> m_roomAgain;
     EkeyToday m_today;
     EkeyTime m_time;

@@ -1,6 +1,7 @@
 #include "ekeysettings.h"
 
 #include <QDebug>
+#include <QFileInfo>
 #include <QSettings>
 
 #include <memory>
@@ -63,6 +64,10 @@ EkeySettings EkeySettings::read()
             qWarning().noquote() << "EkeySettings::read no terminal number:" << kTerminal.arg(i + 1) << terminal;
         }
     }
+    // One that is not there is no error.
+    if (file->status() != QSettings::NoError ||
+        (QFile::exists(file->fileName()) && !QFileInfo(file->fileName()).isReadable()))
+        qWarning().noquote() << "EkeySettings::read can't read" << file->fileName();
     tell("RINI", settings);
     return settings;
 }

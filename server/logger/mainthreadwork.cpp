@@ -1,8 +1,10 @@
 #include "mainthreadwork.h"
 
-void MainThreadWork::run(const std::function<void()> &work)
+bool MainThreadWork::run(const std::function<void()> &work)
 {
     std::unique_lock<std::mutex> lock(m_mutex);
+    if (m_givenUp)
+        return false;
     m_work = &work;
     m_changed.notify_all();
     QMetaObject::invokeMethod(
@@ -13,6 +15,7 @@ void MainThreadWork::run(const std::function<void()> &work)
         },
         Qt::QueuedConnection);
     m_changed.wait(lock, [this] { return !m_work; });
+    return true;
 }
 
 void MainThreadWork::end()
@@ -22,13 +25,14 @@ void MainThreadWork::end()
     m_changed.notify_all();
 }
 
-void MainThreadWork::serve()
+bool MainThreadWork::serve(std::chrono::milliseconds patience)
 {
     std::unique_lock<std::mutex> lock(m_mutex);
-    while (!m_ended) {
-        m_changed.wait(lock, [this] { return m_work || m_ended; });
+    while (!m_ended && !m_givenUp) {
+        m_givenUp = !m_changed.wait_for(lock, patience, [this] { return m_work || m_ended; });
         doWaiting(lock);
     }
+    return m_ended;
 }
 
 void MainThreadWork::doWaiting(std::unique_lock<std::mutex> &lock)
