@@ -255,7 +255,7 @@ void CalcSite::events(qint64 user, const QString &script, const QString &table)
 void CalcSite::holiday(const QString &day, const QAny &text)
 {
     sql(QString("update calendar set PRAZNIK=%1 where DATE=%2")
-            .arg(text.isInteger() ? text.toString() : '\'' + text.toString() + '\'')
+            .arg(text.toJson().replace('"', '\''))
             .arg(midnight(day)));
 }
 
