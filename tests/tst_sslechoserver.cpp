@@ -2,7 +2,6 @@
 
 #include <QDir>
 #include <QFile>
-#include <QMetaMethod>
 #include <QProcess>
 #include <QRegularExpression>
 #include <QSignalSpy>
@@ -35,7 +34,6 @@ private Q_SLOTS:
     void initTestCase();
     void cleanupTestCase();
 
-    void signalsAndSlotsInOrder();
     void answersOverTls_data();
     void answersOverTls();
     void newerVersionsOnlyAreRefused();
@@ -74,17 +72,6 @@ void TestSslEchoServer::initTestCase()
 void TestSslEchoServer::cleanupTestCase()
 {
     QDir::setCurrent(m_formerFolder);
-}
-
-void TestSslEchoServer::signalsAndSlotsInOrder()
-{
-    const QMetaObject &meta = SslEchoServer::staticMetaObject;
-    QByteArray found;
-    for (int i = meta.methodOffset(); i < meta.methodCount(); ++i)
-        found += meta.method(i).methodSignature() + ' ';
-    QCOMPARE(found, QByteArray("newRequest(QAny) newEvent(QString) newAnswer(QAny) onNewConnection() "
-                               "processTextMessage(QString) processBinaryMessage(QByteArray) socketDisconnected() "
-                               "onSslErrors(QList<QSslError>) "));
 }
 
 void TestSslEchoServer::answersOverTls_data()
