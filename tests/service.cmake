@@ -1,6 +1,7 @@
 # Tests of the service shell. The stand-ins for the system library are loaded when the tests run.
 foreach(standin standin_advapi32 standin_lacking)
     add_library(${standin} MODULE standin_advapi32.cpp)
+    target_link_libraries(${standin} PRIVATE Qt5::Core)
     set_target_properties(${standin} PROPERTIES PREFIX "" AUTOMOC OFF CXX_VISIBILITY_PRESET hidden)
 endforeach()
 target_compile_definitions(standin_lacking PRIVATE STANDIN_LACKING)

@@ -4,6 +4,7 @@
 
 #include <QCoreApplication>
 #include <QTemporaryFile>
+#include <QTest>
 #include <QThread>
 #include <QTimer>
 
@@ -17,7 +18,7 @@ inline const QString kServiceName = QStringLiteral("zuk3srv");
 inline int g_argc = 0;
 inline char *g_argv[16] = {};
 
-/// A service that notes what it is asked to do.
+/// A service that notes what it is asked to do, within the operation.
 class NotedService : public QtService<QCoreApplication>
 {
 public:
@@ -30,23 +31,18 @@ public:
         setServiceDescription(QStringLiteral("ZUK3 server"));
     }
 
-    /// Called within the named operation.
-    std::function<void(const QString &)> onOperation = [](const QString &) {};
-
 protected:
     void start() override { operate("start", true); }
     void stop() override { operate("stop", true); }
     void pause() override { operate("pause", false); }
     void resume() override { operate("resume", false); }
-    void processCommand(int code) override { operate("command " + QByteArray::number(code), false); }
+    void processCommand(int code) override { operate("command " + QString::number(code), false); }
 
 private:
-    void operate(const QByteArray &name, bool armsWork)
+    void operate(const QString &operation, bool armsWork)
     {
-        const QString operation = QString::fromLatin1(name);
         const bool isInLoop = QThread::currentThread() == qApp->thread() && QThread::currentThread()->loopLevel() > 0;
         m_note(operation + (isInLoop ? "" : " outside the loop"));
-        onOperation(operation);
         if (armsWork)
             QTimer::singleShot(0, [this, operation] { m_note(operation + " work"); });
     }
@@ -54,15 +50,45 @@ private:
     Note m_note;
 };
 
-/// What a program gives back to its caller.
-struct Outcome {
-    int exitCode = -1;
-    QString output;
-    QString error;
-    QStringList diagnostics;
+/// The rows of a test of command lines: the service's state, what the program gives back, what it requests of the
+/// manager, and what is special about that.
+class CommandRows
+{
+public:
+    CommandRows()
+    {
+        QTest::addColumn<QString>("state");
+        QTest::addColumn<QStringList>("arguments");
+        QTest::addColumn<QString>("result");
+        QTest::addColumn<QStringList>("requests");
+        QTest::addColumn<QString>("manager");
+    }
+    void done(const char *name, const char *state, const QStringList &arguments, const QString &output = {},
+              const QStringList &requests = {}, const QString &manager = {})
+    {
+        QTest::newRow(name) << state << arguments << "0|" + output + "|" << requests << manager;
+    }
+    void failed(const char *name, const char *state, const QStringList &arguments, const QString &error = {},
+                const QStringList &requests = {}, const QString &manager = {})
+    {
+        QTest::newRow(name) << state << arguments << "1||" + error << requests << manager;
+    }
+
+    const QString installed = "The service zuk3srv has been installed under: " + qApp->applicationFilePath() + "\n";
+    const QString notInstallable = "The service zuk3srv could not be installed\n";
+    const QString installedAlready = "The service zuk3srv is already installed\n";
+    const QString uninstalled = "The service zuk3srv has been uninstalled.\n";
+    const QString notInstalled = "The service zuk3srv is not installed\n";
+    const QString version = "The service\n\tzuk3srv\n\t%1\n\nis %2\n\n";
+    const QString notStarted = "The service zuk3srv could not start\n";
+    const QString notStopped = "The service could not be stopped.";
 };
 
-inline QStringList g_diagnostics;
+/// What a program gives back to its caller.
+struct Outcome {
+    QString result; // "exit code|output|error output"
+    QStringList diagnostics;
+};
 
 /// Runs with the arguments, the streams caught.
 inline Outcome runCaught(const QStringList &arguments, const std::function<int()> &run)
@@ -76,28 +102,26 @@ inline Outcome runCaught(const QStringList &arguments, const std::function<int()
         g_argv[g_argc++] = text.data();
     g_argv[g_argc] = nullptr;
 
-    Outcome outcome;
-    g_diagnostics.clear();
+    static QStringList diagnostics;
+    diagnostics.clear();
     const auto handler = qInstallMessageHandler(
-        [](QtMsgType, const QMessageLogContext &, const QString &text) { g_diagnostics.append(text); });
+        [](QtMsgType, const QMessageLogContext &, const QString &text) { diagnostics.append(text); });
     QTemporaryFile files[2];
     int kept[2];
+    std::fflush(nullptr);
     for (int i = 0; i < 2; ++i) {
-        std::fflush(nullptr);
         kept[i] = dup(i + 1);
         if (files[i].open())
             dup2(files[i].handle(), i + 1);
     }
-    outcome.exitCode = run();
+    QString result = QString::number(run());
     std::fflush(nullptr);
     for (int i = 0; i < 2; ++i) {
         dup2(kept[i], i + 1);
         close(kept[i]);
         files[i].seek(0);
+        result += '|' + QString::fromUtf8(files[i].readAll());
     }
     qInstallMessageHandler(handler);
-    outcome.output = QString::fromUtf8(files[0].readAll());
-    outcome.error = QString::fromUtf8(files[1].readAll());
-    outcome.diagnostics = g_diagnostics;
-    return outcome;
+    return {result, diagnostics};
 }

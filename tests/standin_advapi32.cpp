@@ -1,33 +1,21 @@
 // A stand-in for the system library of Windows' services, for any platform: records, rights, error codes and threads as
-// the system documents them. A test steers it, and reads what happened, through the functions at the end. A breach of
-// what the system asks of its callers becomes a line that begins with "fault".
+// the system documents them.
 
-#include <algorithm>
+#include "standin_advapi32.h"
+
 #include <cerrno>
-#include <condition_variable>
-#include <cstdint>
 #include <cstring>
-#include <deque>
-#include <map>
+#include <future>
 #include <memory>
-#include <mutex>
-#include <set>
-#include <string>
 #include <thread>
-#include <vector>
 
-#ifdef _WIN32
-#define STANDIN_API extern "C" __declspec(dllexport)
+#define STANDIN_API extern "C" Q_DECL_EXPORT
+#ifdef Q_OS_WIN
 #define STANDIN_CALL __stdcall
 extern "C" __declspec(dllimport) void __stdcall SetLastError(unsigned long code);
-static void setError(int code)
-{
-    SetLastError(code);
-}
 #else
-#define STANDIN_API extern "C" __attribute__((visibility("default")))
 #define STANDIN_CALL
-static void setError(int code)
+static void SetLastError(int code)
 {
     errno = code;
 }
@@ -36,527 +24,288 @@ static void setError(int code)
 using Text = const char16_t *;
 
 struct SERVICE_STATUS {
-    uint32_t dwServiceType, dwCurrentState, dwControlsAccepted, dwWin32ExitCode, dwServiceSpecificExitCode,
-        dwCheckPoint, dwWaitHint;
+    quint32 dwServiceType, dwCurrentState, dwControlsAccepted, dwWin32ExitCode, dwServiceSpecificExitCode, dwCheckPoint,
+        dwWaitHint;
 };
 struct QUERY_SERVICE_CONFIGW {
-    uint32_t dwServiceType, dwStartType, dwErrorControl;
-    char16_t *lpBinaryPathName, *lpLoadOrderGroup;
-    uint32_t dwTagId;
-    char16_t *lpDependencies, *lpServiceStartName, *lpDisplayName;
+    quint32 dwServiceType, dwStartType, dwErrorControl;
+    Text lpBinaryPathName, lpLoadOrderGroup;
+    quint32 dwTagId;
+    Text lpDependencies, lpServiceStartName, lpDisplayName;
 };
 struct SC_ACTION {
-    uint32_t Type, Delay;
+    quint32 Type, Delay;
 };
 struct SERVICE_FAILURE_ACTIONSW {
-    uint32_t dwResetPeriod;
-    char16_t *lpRebootMsg, *lpCommand;
-    uint32_t cActions;
+    quint32 dwResetPeriod;
+    Text lpRebootMsg, lpCommand;
+    quint32 cActions;
     SC_ACTION *lpsaActions;
 };
 struct SERVICE_TABLE_ENTRYW {
     Text lpServiceName;
-    void(STANDIN_CALL *lpServiceProc)(uint32_t, char16_t **);
+    void(STANDIN_CALL *lpServiceProc)(quint32, char16_t **);
 };
 
 namespace {
 
-struct Service {
-    std::u16string path, account, password, description;
-    uint32_t startType = 0, state = 1, restartDelay = 0;
-};
+/// The right to write to a log; other rights are the system's.
+constexpr quint32 kLog = 0x80000000;
 
-enum class Kind { Manager, Service, Log };
-struct Object {
-    Kind kind;
-    uint32_t access;
-    std::u16string name;
-};
+Standin known;
+void(STANDIN_CALL *handler)(quint32) = nullptr;
 
-std::recursive_mutex mutex;
-std::condition_variable_any changed;
-std::set<std::string> switches;
-std::vector<std::string> journal;
-std::map<std::u16string, Service> services;
-std::set<Object *> objects;
-void(STANDIN_CALL *handler)(uint32_t) = nullptr;
-std::deque<uint32_t> controls;
-size_t handled = 0;
-uint32_t state = 0;
-bool isDispatching = false;
-
-using Lock = std::unique_lock<std::recursive_mutex>;
-
-std::string narrow(const std::u16string &text)
+QString string(Text text)
 {
-    std::string result;
-    for (const char16_t c : text)
-        result += char(c);
-    return result;
-}
-
-std::u16string wide(Text text)
-{
-    return text ? text : u"";
-}
-
-void note(const std::string &line)
-{
-    Lock lock(mutex);
-    journal.push_back(line);
-    changed.notify_all();
+    return text ? QString::fromUtf16(text) : QString();
 }
 
 int fail(int code)
 {
-    setError(code);
+    SetLastError(code);
     return 0;
 }
 
-bool isOn(const char *word)
+/// Null, with the error, when there is one. No handle comes twice.
+void *open(const QString &name, quint32 access, int error = 0)
 {
-    Lock lock(mutex);
-    return switches.count(word);
+    static quintptr last = 0;
+    if (error != 0)
+        return fail(error), nullptr;
+    void *handle = reinterpret_cast<void *>(++last);
+    known.handles[handle] = {name, access};
+    return handle;
 }
 
-void *open(Kind kind, uint32_t access, Text name)
+/// The service, or what else has handles. Null, with the error, without the right.
+Standin::Service *opened(void *handle, quint32 access)
 {
-    Lock lock(mutex);
-    return *objects.insert(new Object{kind, access, wide(name)}).first;
+    const Standin::Handle found = known.handles.value(handle);
+    if ((found.access & access) == access)
+        return &known.services[found.name];
+    known.note("fault: no open handle with the right");
+    fail(6);
+    return nullptr;
 }
 
-/// Null, with the error set, for a handle that is not open, of another kind or without the right.
-Object *opened(void *handle, Kind kind, uint32_t access)
+int close(void *handle)
 {
-    const auto found = objects.find(static_cast<Object *>(handle));
-    if (found == objects.end() || (*found)->kind != kind) {
-        note("fault: handle");
-        fail(6);
-        return nullptr;
-    }
-    if (((*found)->access & access) != access) {
-        note("fault: right");
-        fail(5);
-        return nullptr;
-    }
-    return *found;
+    if (!known.handles.contains(handle))
+        known.note("fault: closed twice");
+    return known.handles.remove(handle);
 }
 
-Service *serviceOf(void *handle, uint32_t access)
+/// Puts the text behind the record in the caller's buffer. Null, with the error, when that is too small.
+Text behind(void *record, quint32 recordSize, const QString &text, quint32 size, quint32 *needed)
 {
-    const Object *object = opened(handle, Kind::Service, access);
-    return object ? &services[object->name] : nullptr;
-}
-
-const char *stateName(uint32_t value)
-{
-    static const char *const kNames[] = {"?",       "STOPPED",          "START_PENDING", "STOP_PENDING",
-                                         "RUNNING", "CONTINUE_PENDING", "PAUSE_PENDING", "PAUSED"};
-    return kNames[value < 8 ? value : 0];
+    const auto textSize = quint32(2 * (text.size() + 1));
+    *needed = recordSize + textSize;
+    if (size >= *needed)
+        return static_cast<Text>(std::memcpy(static_cast<char *>(record) + recordSize, text.utf16(), textSize));
+    fail(122);
+    return nullptr;
 }
 
 } // namespace
 
-STANDIN_API void *STANDIN_CALL OpenSCManagerW(Text, Text, uint32_t access)
+STANDIN_API Standin *standin()
 {
-    if (isOn("denied") && access & 0x2) {
-        fail(5);
-        return nullptr;
-    }
-    return open(Kind::Manager, access, nullptr);
+    return &known;
+}
+
+STANDIN_API void *STANDIN_CALL OpenSCManagerW(Text, Text, quint32 access)
+{
+    return open({}, access, known.switches.contains("denied") && access & 0x2 ? 5 : 0);
 }
 
 STANDIN_API int STANDIN_CALL CloseServiceHandle(void *handle)
 {
-    Lock lock(mutex);
-    const auto found = objects.find(static_cast<Object *>(handle));
-    if (found == objects.end() || (*found)->kind == Kind::Log) {
-        note("fault: handle closed");
-        return fail(6);
-    }
-    delete *found;
-    objects.erase(found);
-    return 1;
+    return close(handle);
 }
 
-STANDIN_API void *STANDIN_CALL CreateServiceW(void *manager, Text name, Text, uint32_t access, uint32_t type,
-                                              uint32_t startType, uint32_t, Text path, Text, uint32_t *, Text,
+STANDIN_API void *STANDIN_CALL CreateServiceW(void *manager, Text name, Text, quint32 access, quint32 type,
+                                              quint32 startType, quint32, Text path, Text, quint32 *, Text,
                                               Text account, Text password)
 {
-    Lock lock(mutex);
-    if (!opened(manager, Kind::Manager, 0x2))
-        return nullptr;
-    const std::u16string user = wide(account);
-    int error = 0;
-    if (services.count(name))
-        error = 1073;
-    else if (type != 0x10 || startType < 2 || startType > 4)
-        error = 87;
-    else if (account && user != u"LocalSystem" && user.find(u'\\') == std::u16string::npos)
-        error = 1057;
-    if (error != 0) {
-        fail(error);
-        return nullptr;
-    }
-    Service service;
-    service.path = path;
-    service.account = user;
-    service.password = wide(password);
-    service.startType = startType;
-    services[name] = service;
-    return open(Kind::Service, access, name);
+    const int error = !opened(manager, 0x2) ? 6 : known.services.contains(string(name)) ? 1073 : 0;
+    if (error == 0)
+        known.services[string(name)] = {string(path), string(account), string(password), {}, type, startType};
+    return open(string(name), access, error);
 }
 
-STANDIN_API void *STANDIN_CALL OpenServiceW(void *manager, Text name, uint32_t access)
+STANDIN_API void *STANDIN_CALL OpenServiceW(void *manager, Text name, quint32 access)
 {
-    Lock lock(mutex);
-    if (!opened(manager, Kind::Manager, 0x1))
-        return nullptr;
-    constexpr uint32_t kEveryonesRights = 0x1 | 0x4 | 0x8 | 0x80 | 0x100 | 0x20000;
-    const int error = !services.count(name) ? 1060 : isOn("denied") && (access & ~kEveryonesRights) ? 5 : 0;
-    if (error != 0) {
-        fail(error);
-        return nullptr;
-    }
-    return open(Kind::Service, access, name);
+    constexpr quint32 kEveryonesRights = 0x1 | 0x4 | 0x8 | 0x80 | 0x100 | 0x20000;
+    const bool isDenied = known.switches.contains("denied") && access & ~kEveryonesRights;
+    const int error = !opened(manager, 0x1) ? 6 : !known.services.contains(string(name)) ? 1060 : isDenied ? 5 : 0;
+    return open(string(name), access, error);
 }
 
 STANDIN_API int STANDIN_CALL DeleteService(void *handle)
 {
-    Lock lock(mutex);
-    const Service *service = serviceOf(handle, 0x10000);
-    if (!service)
-        return 0;
-    if (service->state != 1)
-        note("fault: deleted while it runs");
-    services.erase(static_cast<Object *>(handle)->name);
-    return 1;
+    const Standin::Service *service = opened(handle, 0x10000);
+    if (service && service->state != 1)
+        known.note("fault: deleted while it runs");
+    return service ? known.services.remove(known.handles[handle].name) : 0;
 }
 
-STANDIN_API int STANDIN_CALL ChangeServiceConfig2W(void *handle, uint32_t level, void *info)
+STANDIN_API int STANDIN_CALL ChangeServiceConfig2W(void *handle, quint32 level, void *info)
 {
-    Lock lock(mutex);
     // Restarting a service is its starting, so it needs that right.
-    Service *service = serviceOf(handle, level == 2 ? 0x2 | 0x10 : 0x2);
-    if (!service)
-        return 0;
-    if (level == 1) {
-        service->description = *static_cast<Text *>(info);
-    } else if (level == 2) {
-        const auto *actions = static_cast<const SERVICE_FAILURE_ACTIONSW *>(info);
-        if (actions->cActions < 1 || actions->lpsaActions[0].Type != 1)
-            return fail(87);
-        service->restartDelay = actions->lpsaActions[0].Delay;
-    }
-    return 1;
+    Standin::Service *service = opened(handle, level == 2 ? 0x2 | 0x10 : 0x2);
+    const auto *onFailure = static_cast<const SERVICE_FAILURE_ACTIONSW *>(info);
+    if (service && level == 1)
+        service->description = string(*static_cast<Text *>(info));
+    else if (service && level == 2 && onFailure->cActions > 0 && onFailure->lpsaActions->Type == 1)
+        service->restartDelay = onFailure->lpsaActions->Delay;
+    return service != nullptr;
 }
 
-/// A record with its texts behind it, which lie in the same buffer.
-class Answer
+STANDIN_API int STANDIN_CALL QueryServiceConfigW(void *handle, QUERY_SERVICE_CONFIGW *config, quint32 size,
+                                                 quint32 *needed)
 {
-public:
-    Answer(void *buffer, uint32_t record) : m_next(static_cast<char *>(buffer)), m_size(record)
-    {
-        if (m_next)
-            m_next += record;
-    }
-    /// Fails, as the system does, when it is too small.
-    bool fits(uint32_t size, uint32_t *needed, const std::vector<std::u16string> &texts)
-    {
-        for (const std::u16string &text : texts)
-            m_size += uint32_t(2 * (text.size() + 1));
-        *needed = m_size;
-        return size >= m_size || fail(122);
-    }
-    char16_t *append(const std::u16string &text)
-    {
-        auto *result = reinterpret_cast<char16_t *>(m_next);
-        std::memcpy(m_next, text.c_str(), 2 * (text.size() + 1));
-        m_next += 2 * (text.size() + 1);
-        return result;
-    }
-
-private:
-    char *m_next;
-    uint32_t m_size;
-};
-
-STANDIN_API int STANDIN_CALL QueryServiceConfigW(void *handle, QUERY_SERVICE_CONFIGW *config, uint32_t size,
-                                                 uint32_t *needed)
-{
-    Lock lock(mutex);
-    const Service *service = serviceOf(handle, 0x1);
-    Answer answer(config, sizeof *config);
-    if (!service || !answer.fits(size, needed, {service->path, u"", u"", service->account, u"shown"}))
-        return 0;
-    *config = {0x10,
-               service->startType,
-               1,
-               answer.append(service->path),
-               answer.append(u""),
-               0,
-               answer.append(u""),
-               answer.append(service->account),
-               answer.append(u"shown")};
-    return 1;
+    const Standin::Service *service = opened(handle, 0x1);
+    const Text path = service ? behind(config, sizeof *config, service->path, size, needed) : nullptr;
+    if (path)
+        *config = {service->type, service->startType, 1, path, nullptr, 0, nullptr, nullptr, nullptr};
+    return path != nullptr;
 }
 
-STANDIN_API int STANDIN_CALL QueryServiceConfig2W(void *handle, uint32_t level, void *buffer, uint32_t size,
-                                                  uint32_t *needed)
+STANDIN_API int STANDIN_CALL QueryServiceConfig2W(void *handle, quint32 level, void *buffer, quint32 size,
+                                                  quint32 *needed)
 {
-    Lock lock(mutex);
-    const Service *service = serviceOf(handle, 0x1);
-    Answer answer(buffer, sizeof(Text));
-    if (!service || !answer.fits(size, needed, {service->description}))
-        return 0;
-    if (level != 1)
-        return fail(124);
-    *static_cast<Text *>(buffer) = answer.append(service->description);
-    return 1;
+    const Standin::Service *service = opened(handle, 0x1);
+    const Text text = service && level == 1 ? behind(buffer, sizeof text, service->description, size, needed) : nullptr;
+    if (text)
+        *static_cast<Text *>(buffer) = text;
+    return text != nullptr;
 }
 
 STANDIN_API int STANDIN_CALL QueryServiceStatus(void *handle, SERVICE_STATUS *status)
 {
-    Lock lock(mutex);
-    Service *service = serviceOf(handle, 0x4);
+    Standin::Service *service = opened(handle, 0x4);
     if (!service)
         return 0;
-    *status = {0x10, service->state, service->state == 4 ? 7u : 0u, 0, 0, 0, 0};
+    *status = {service->type, service->state, 0, 0, 0, 0, 0};
     // Whoever looks once sees a job under way.
     if (service->state == 2)
-        service->state = isOn("failing") ? 1 : 4;
+        service->state = known.switches.contains("failing") ? 1 : 4;
     else if (service->state == 3)
         service->state = 1;
     return 1;
 }
 
-STANDIN_API int STANDIN_CALL StartServiceW(void *handle, uint32_t, Text *)
+STANDIN_API int STANDIN_CALL StartServiceW(void *handle, quint32, Text *)
 {
-    Lock lock(mutex);
-    Service *service = serviceOf(handle, 0x10);
-    if (!service)
-        return 0;
-    if (service->state != 1)
+    Standin::Service *service = opened(handle, 0x10);
+    if (!service || service->state != 1)
         return fail(1056);
-    note("StartServiceW");
+    known.note("StartServiceW");
     service->state = 2;
     return 1;
 }
 
 #ifndef STANDIN_LACKING
-STANDIN_API int STANDIN_CALL ControlService(void *handle, uint32_t code, SERVICE_STATUS *status)
+STANDIN_API int STANDIN_CALL ControlService(void *handle, quint32 code, SERVICE_STATUS *status)
 {
-    Lock lock(mutex);
-    const uint32_t right = code == 1 ? 0x20 : code == 2 || code == 3 ? 0x40 : code == 4 ? 0x80 : 0x100;
-    Service *service = serviceOf(handle, right);
-    if (!service)
-        return 0;
-    if (code > 4 && (code < 128 || code > 255))
-        return fail(87);
-    if (service->state == 1)
+    Standin::Service *service = opened(handle, code == 1 ? 0x20 : code < 4 ? 0x40 : 0x100);
+    if (!service || service->state == 1)
         return fail(1062);
-    note("ControlService " + std::to_string(code));
-    service->state = code == 1 ? 3 : code == 2 ? 7 : code == 3 ? 4 : service->state;
-    *status = {0x10, service->state, 7, 0, 0, 0, 0};
+    known.note("ControlService " + QString::number(code));
+    if (code == 1)
+        service->state = 3;
+    *status = {service->type, service->state, 7, 0, 0, 0, 0};
     return 1;
 }
 
 STANDIN_API int STANDIN_CALL StartServiceCtrlDispatcherW(const SERVICE_TABLE_ENTRYW *table)
 {
-    if (isOn("by hand"))
+    Standin::Lock lock(known.mutex);
+    if (known.switches.contains("by hand"))
         return fail(1063);
-    if (isOn("no dispatcher"))
+    if (known.switches.contains("no dispatcher"))
         return fail(13);
-    if (!table[0].lpServiceProc || table[1].lpServiceName || table[1].lpServiceProc)
-        note("fault: table");
+    known.isDispatching = true;
     // As the system's, it does not wait until the service's thread has returned.
-    struct Main {
-        std::u16string name;
-        bool hasReturned;
-    };
-    const auto main = std::make_shared<Main>(Main{wide(table[0].lpServiceName), false});
-    std::thread([main, function = table[0].lpServiceProc] {
-        char16_t *arguments[] = {&main->name[0], nullptr};
-        function(1, arguments);
-        Lock lock(mutex);
-        main->hasReturned = true;
-        changed.notify_all();
+    const auto hasReturned = std::make_shared<bool>(false);
+    std::thread([hasReturned, main = table->lpServiceProc] {
+        main(0, nullptr);
+        const Standin::Lock mainLock(known.mutex);
+        *hasReturned = true;
+        known.changed.notify_all();
     }).detach();
-    Lock lock(mutex);
-    isDispatching = true;
-    while (!controls.empty() || !(state == 1 || (main->hasReturned && state == 0))) {
-        if (controls.empty()) {
-            changed.wait(lock);
+    if (known.switches.contains("endless")) {
+        lock.unlock();
+        std::promise<void>().get_future().wait();
+    }
+    const auto isOver = [&] { return known.state == 1 || (known.state == 0 && *hasReturned); };
+    while (!known.controls.isEmpty() || !isOver()) {
+        if (known.controls.isEmpty()) {
+            known.changed.wait(lock);
             continue;
         }
-        const uint32_t code = controls.front();
-        controls.pop_front();
-        note("control " + std::to_string(code));
+        const quint32 code = known.controls.first();
+        known.note("control " + QString::number(code));
         lock.unlock();
         handler(code);
         lock.lock();
         // Whoever sent it reads from the state that it was obeyed.
-        if ((code == 1 || code == 5) && state != 1 && state != 3)
-            note("fault: the manager does not see the stop");
-        ++handled;
-        changed.notify_all();
+        if ((code == 1 || code == 5) && known.state != 1 && known.state != 3)
+            known.note("fault: the manager does not see the stop");
+        known.controls.removeFirst();
+        known.changed.notify_all();
     }
-    isDispatching = false;
-    changed.notify_all();
-    note("dispatcher ended");
+    known.isDispatching = false;
+    known.note("dispatcher ended");
     return 1;
 }
 #endif
 
-STANDIN_API void *STANDIN_CALL RegisterServiceCtrlHandlerW(Text, void(STANDIN_CALL *function)(uint32_t))
+STANDIN_API void *STANDIN_CALL RegisterServiceCtrlHandlerW(Text, void(STANDIN_CALL *function)(quint32))
 {
-    Lock lock(mutex);
-    if (isOn("no handler")) {
-        fail(1083);
-        return nullptr;
-    }
+    const Standin::Lock lock(known.mutex);
     handler = function;
-    return &handler;
+    return known.switches.contains("no handler") ? open({}, 0, 1083) : &handler;
 }
 
 STANDIN_API int STANDIN_CALL SetServiceStatus(void *handle, SERVICE_STATUS *status)
 {
-    Lock lock(mutex);
-    if (handle != &handler)
-        return fail(6);
-    const bool isSettled = status->dwCurrentState == 1 || status->dwCurrentState == 4 || status->dwCurrentState == 7;
-    if (state == 1) {
-        note("fault: status of a service that has stopped");
-        return fail(6);
-    }
-    if (status->dwServiceType != 0x10)
-        note("fault: type");
-    if (isSettled != (status->dwWaitHint == 0) || (isSettled && status->dwCheckPoint != 0))
-        note("fault: wait hint or check point");
-    if (status->dwCurrentState == 2 && status->dwControlsAccepted != 0)
-        note("fault: takes controls while it starts");
-    if ((status->dwCurrentState == 4 || status->dwCurrentState == 7) && status->dwControlsAccepted != 7)
-        note("fault: controls");
-    state = status->dwCurrentState;
+    const Standin::Lock lock(known.mutex);
+    const quint32 state = status->dwCurrentState, accepted = status->dwControlsAccepted;
+    const bool isSteady = state == 4 || state == 7, isPending = !isSteady && state != 1;
+    if (handle != &handler || known.state == 1)
+        known.note("fault: status of no service, or of one that has stopped");
+    if (status->dwServiceType != 0x10 || isPending != (status->dwWaitHint != 0) ||
+        isPending != (status->dwCheckPoint != 0) || (isSteady && accepted != 7) || (state == 2 && accepted != 0))
+        known.note("fault: type, wait hint, check point or controls");
     // Requests that the manager sent before it knew.
-    if (state == 1 && isOn("late requests"))
-        controls = {4, 1, 3, 200};
-    std::string line = std::string("status ") + stateName(state);
+    if (state == 1 && known.switches.contains("late requests"))
+        known.controls += {4, 1, 3, 200};
+    static const char *const kNames[] = {"",        "STOPPED",          "START_PENDING", "STOP_PENDING",
+                                         "RUNNING", "CONTINUE_PENDING", "PAUSE_PENDING", "PAUSED"};
+    QString line = QLatin1String(known.state == state ? "again " : "status ") + kNames[state];
     if (status->dwWin32ExitCode != 0)
-        line += ' ' + std::to_string(status->dwWin32ExitCode) + ' ' + std::to_string(status->dwServiceSpecificExitCode);
-    note(line);
+        line += QStringLiteral(" %1 %2").arg(status->dwWin32ExitCode).arg(status->dwServiceSpecificExitCode);
+    known.state = state;
+    known.note(line);
     return 1;
 }
 
 STANDIN_API void *STANDIN_CALL RegisterEventSourceW(Text, Text source)
 {
-    return open(Kind::Log, 0, source);
+    return open("event " + string(source), kLog);
 }
 
 STANDIN_API int STANDIN_CALL DeregisterEventSource(void *log)
 {
-    Lock lock(mutex);
-    Object *object = opened(log, Kind::Log, 0);
-    objects.erase(object);
-    delete object;
-    return object != nullptr;
+    return close(log);
 }
 
-STANDIN_API int STANDIN_CALL ReportEventW(void *log, uint16_t type, uint16_t category, uint32_t id, void *,
-                                          uint16_t count, uint32_t, Text *texts, void *)
+STANDIN_API int STANDIN_CALL ReportEventW(void *log, quint16 type, quint16 category, quint32 id, void *, quint16 count,
+                                          quint32, Text *texts, void *)
 {
-    Lock lock(mutex);
-    const Object *object = opened(log, Kind::Log, 0);
-    if (!object)
-        return 0;
-    note("event " + narrow(object->name) + ' ' + std::to_string(type) + ' ' + std::to_string(category) + ' ' +
-         std::to_string(id) + ' ' + (count == 1 ? narrow(texts[0]) : "?"));
+    const QString text = count == 1 ? string(*texts) : QStringLiteral("fault");
+    if (opened(log, kLog))
+        known.note(QStringLiteral("%1 %2 %3 %4 ").arg(known.handles[log].name).arg(type).arg(category).arg(id) + text);
     return 1;
-}
-
-// What the test calls.
-
-/// Forgets everything. The words, separated by semicolons, say how it behaves: "installed", "running", "denied",
-/// "failing", "by hand", "no dispatcher", "no handler", "late requests".
-STANDIN_API void standinReset(const char *words)
-{
-    Lock lock(mutex);
-    switches.clear();
-    std::string word;
-    for (const char *c = words;; ++c) {
-        if (*c && *c != ';') {
-            word += *c;
-            continue;
-        }
-        switches.insert(word);
-        word.clear();
-        if (!*c)
-            break;
-    }
-    journal.clear();
-    services.clear();
-    handler = nullptr;
-    state = 0;
-    controls.clear();
-    if (isOn("installed") || isOn("running")) {
-        services[u"zuk3srv"].path = u"\"C:\\Program Files\\zuk\\zuk3server.exe\"";
-        services[u"zuk3srv"].startType = 2;
-        services[u"zuk3srv"].state = isOn("running") ? 4 : 1;
-    }
-}
-
-STANDIN_API void standinNote(const char *line)
-{
-    note(line);
-}
-
-/// Waits until the journal has the line so many times.
-STANDIN_API bool standinAwait(const char *line, int times)
-{
-    Lock lock(mutex);
-    return changed.wait_for(lock, std::chrono::seconds(20),
-                            [&] { return std::count(journal.begin(), journal.end(), line) >= times; });
-}
-
-/// The manager's request; returns when the handler has, or the service has ended.
-STANDIN_API void standinControl(uint32_t code)
-{
-    Lock lock(mutex);
-    controls.push_back(code);
-    const size_t awaited = handled + controls.size();
-    changed.notify_all();
-    changed.wait(lock, [&] { return handled >= awaited || (!isDispatching && state == 1); });
-}
-
-/// Valid until the next call.
-STANDIN_API const char *standinJournal()
-{
-    Lock lock(mutex);
-    static std::string text;
-    text.clear();
-    for (const std::string &line : journal)
-        text += line + '\n';
-    return text.c_str();
-}
-
-/// "path|account|password|start type|description|ms before a restart|state"; empty when not there. Valid until the next
-/// call.
-STANDIN_API const char *standinService(const char *name)
-{
-    Lock lock(mutex);
-    static std::string text;
-    text.clear();
-    const auto found = services.find(std::u16string(name, name + std::strlen(name)));
-    if (found != services.end()) {
-        const Service &s = found->second;
-        text = narrow(s.path + u'|' + s.account + u'|' + s.password) + '|' + std::to_string(s.startType) + '|' +
-               narrow(s.description) + '|' + std::to_string(s.restartDelay) + '|' + stateName(s.state);
-    }
-    return text.c_str();
-}
-
-STANDIN_API int standinOpenHandles()
-{
-    Lock lock(mutex);
-    return int(objects.size());
 }

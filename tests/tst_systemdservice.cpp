@@ -1,10 +1,10 @@
+#include "qtservicecontroller.h"
 #include "serviceshell.h"
 #include "systemdservicemanager.h"
 #include "systemdunit.h"
+#include "testfile.h"
 
 #include <QDir>
-#include <QElapsedTimer>
-#include <QFile>
 #include <QProcess>
 #include <QRegularExpression>
 #include <QStandardPaths>
@@ -20,33 +20,34 @@ private Q_SLOTS:
     void commandLine_data();
     void commandLine();
     void package();
-    void unusable_data();
-    void unusable();
     void unit_data();
     void unit();
     void packagedUnit();
 
 private:
     QString path(const QString &name) const { return m_folder->filePath(name); }
-    bool write(const QString &name, const QByteArray &text) const;
-    QString read(const QString &name) const;
-    std::shared_ptr<SystemdServiceManager> manager(const QString &systemctl = QStringLiteral("systemctl")) const;
-    Outcome run(const QStringList &arguments, const QString &systemctl = QStringLiteral("systemctl")) const;
-    void verify(const QString &unit) const;
+    bool write(const QString &name, const QByteArray &text) const { return writeFile(path(name), text); }
+    QString read(const QString &name) const { return QString::fromUtf8(readFile(path(name))); }
+    std::shared_ptr<SystemdServiceManager> systemd() const;
+    Outcome run(const QStringList &arguments) const
+    {
+        return runCaught(arguments, [&] { return NotedService(systemd()).exec(); });
+    }
 
     std::unique_ptr<QTemporaryDir> m_folder;
-    int m_jobTimeoutMs = 30000;
 };
 
 const QString kUnit = QStringLiteral("own/zuk3srv.service");
 
-// Notes the verb and what follows it, answers from the file "state", and fails or hangs on the verb named in a file.
+// Notes the verb and what follows it, answers from the file "state", and fails or hangs on the verb named in "trouble".
 constexpr char kSystemctl[] = R"sh(#!/bin/sh
 cd "${0%/*}"
 while [ "${1#--no-}" != "$1" ]; do shift; done
 echo "$@" >> calls
-[ "$1" = "$(cat hangs 2>/dev/null)" ] && exec sleep 60
-[ "$1" = "$(cat fails 2>/dev/null)" ] && { echo refused >&2; exit 1; }
+case "$(cat trouble 2>/dev/null)" in
+"hangs on $1") exec sleep 60 ;;
+"fails on $1") echo refused >&2; exit 1 ;;
+esac
 case "$1" in
 show) cat state 2>/dev/null || echo inactive ;;
 enable) mkdir -p own/multi-user.target.wants; ln -s ../$2 own/multi-user.target.wants/$2 ;;
@@ -54,108 +55,74 @@ esac
 exit 0
 )sh";
 
-bool TestSystemdService::write(const QString &name, const QByteArray &text) const
-{
-    QFile file(path(name));
-    return file.open(QIODevice::WriteOnly) && file.write(text) == text.size() &&
-           file.setPermissions(QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
-}
-
-QString TestSystemdService::read(const QString &name) const
-{
-    QFile file(path(name));
-    return file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readAll()) : QString();
-}
-
 void TestSystemdService::init()
 {
     m_folder = std::make_unique<QTemporaryDir>();
-    m_jobTimeoutMs = 30000;
-    QVERIFY(QDir(m_folder->path()).mkdir(QStringLiteral("own")) && QDir(m_folder->path()).mkdir("package"));
-    QVERIFY(write("systemctl", kSystemctl));
+    QVERIFY(QDir().mkdir(path("own")) && QDir().mkdir(path("package")) && write("systemctl", kSystemctl));
 }
 
-std::shared_ptr<SystemdServiceManager> TestSystemdService::manager(const QString &systemctl) const
+std::shared_ptr<SystemdServiceManager> TestSystemdService::systemd() const
 {
     SystemdServiceManager::Options options;
-    options.systemctl = path(systemctl);
+    options.systemctl = path("systemctl");
     options.unitFolders = QStringList{path("own"), path("package")};
     options.queryTimeoutMs = 30000;
-    options.jobTimeoutMs = m_jobTimeoutMs;
+    options.jobTimeoutMs = read("trouble").startsWith("hangs") ? 300 : 30000;
     return std::make_shared<SystemdServiceManager>(options);
-}
-
-Outcome TestSystemdService::run(const QStringList &arguments, const QString &systemctl) const
-{
-    return runCaught(arguments, [&] { return NotedService(manager(systemctl)).exec(); });
 }
 
 void TestSystemdService::commandLine_data()
 {
-    QTest::addColumn<QString>("state"); // of the unit; empty: none
-    QTest::addColumn<QStringList>("arguments");
-    QTest::addColumn<QString>("output");
-    QTest::addColumn<QString>("error");
-    QTest::addColumn<int>("exitCode");
-    QTest::addColumn<QStringList>("calls"); // other than questions
-
+    CommandRows rows; // with the unit's state, empty: there is none; of the requests the questions are left out
     const QString program = qApp->applicationFilePath();
-    const QString installedText = "The service zuk3srv has been installed under: " + program + "\n";
-    const QString notInstallable = "The service zuk3srv could not be installed\n";
-    const QString version = "The service\n\tzuk3srv\n\t" + program + "\n\nis %1\n\n";
-    const QString notStopped = "The service could not be stopped.";
-    const auto done = [](const char *name, const char *state, const QStringList &arguments, const QString &output,
-                         const QStringList &calls = {}) {
-        QTest::newRow(name) << QString(state) << arguments << output << QString() << 0 << calls;
-    };
-    const auto failed = [](const char *name, const char *state, const QStringList &arguments,
-                           const QString &error = {}) {
-        QTest::newRow(name) << QString(state) << arguments << QString() << error << 1 << QStringList{};
-    };
-    done("install", "", {"-i"}, installedText, {"enable zuk3srv.service"});
-    done("install for an account", "", {"-i", "daemon", "secret"}, installedText, {"enable zuk3srv.service"});
-    failed("install twice", "inactive", {"-i"}, "The service zuk3srv is already installed\n");
+    const QString enable = "enable zuk3srv.service", start = "start zuk3srv.service";
+    rows.done("install", "", {"-i"}, rows.installed, {enable});
+    rows.done("install for an account", "", {"-i", "daemon", "secret"}, rows.installed, {enable});
+    rows.failed("install twice", "inactive", {"-i"}, rows.installedAlready);
     for (const char *account : {"a b", "x\nExecStart=/bin/sh", "-x", "no.such.user", "%u", "ana;root"})
-        failed(qPrintable("account " + QString(account).simplified()), "", {"-i", account}, notInstallable);
-    done("uninstall", "active", {"-u"}, "The service zuk3srv has been uninstalled.\n",
-         {"stop zuk3srv.service", "disable zuk3srv.service", "daemon-reload"});
-    failed("uninstall without one", "", {"-u"}, "The service zuk3srv is not installed\n");
-    done("version, running", "active", {"-v"}, version.arg("installed and running"));
-    done("version, starting", "activating", {"-v"}, version.arg("installed and running"));
-    done("version, stopped", "inactive", {"-v"}, version.arg("installed and not running"));
-    done("version, failed", "failed", {"-v"}, version.arg("installed and not running"));
-    done("version, not installed", "", {"-v"}, version.arg("not installed and not running"));
-    done("terminate", "active", {"-t"}, {}, {"stop zuk3srv.service"});
-    failed("terminate a stopped one", "inactive", {"-t"}, notStopped);
-    failed("terminate without one", "", {"-t"}, notStopped);
-    failed("no pause", "active", {"-p"});
-    failed("no resume", "active", {"-r"});
-    failed("no command", "active", {"-c", "128"});
-    done("start", "inactive", {}, {}, {"start zuk3srv.service"});
+        rows.failed(qPrintable("account " + QString(account).simplified()), "", {"-i", account}, rows.notInstallable);
+    rows.done("uninstall", "active", {"-u"}, rows.uninstalled, {"disable --now zuk3srv.service", "daemon-reload"});
+    rows.failed("uninstall without one", "", {"-u"}, rows.notInstalled);
+    rows.done("version, running", "active", {"-v"}, rows.version.arg(program, "installed and running"));
+    rows.done("version, starting", "activating", {"-v"}, rows.version.arg(program, "installed and running"));
+    rows.done("version, stopped", "inactive", {"-v"}, rows.version.arg(program, "installed and not running"));
+    rows.done("version, failed", "failed", {"-v"}, rows.version.arg(program, "installed and not running"));
+    rows.done("version, where systemctl says nothing", "\n", {"-v"},
+              rows.version.arg(program, "installed and not running"));
+    rows.done("version, not installed", "", {"-v"}, rows.version.arg(program, "not installed and not running"));
+    rows.done("terminate", "active", {"-t"}, {}, {"stop zuk3srv.service"});
+    rows.failed("terminate a stopped one", "inactive", {"-t"}, rows.notStopped);
+    for (const char *word : {"-p", "-r", "-c"})
+        rows.failed(qPrintable(QString("no such request: ") + word), "active", {word, "128"});
+    rows.done("start", "inactive", {}, {}, {start});
+    rows.failed("no systemctl, install", "", {"-i"}, rows.notInstallable, {}, "missing");
+    rows.failed("no systemctl, start", "", {"-s"}, rows.notStarted, {}, "missing");
+    rows.failed("enabling fails", "", {"-i"}, rows.notInstallable, {enable}, "fails on enable");
+    rows.failed("enabling hangs", "", {"-i"}, rows.notInstallable, {enable}, "hangs on enable");
+    rows.failed("start fails", "inactive", {"-s"}, rows.notStarted, {start}, "fails on start");
 }
 
 void TestSystemdService::commandLine()
 {
     QFETCH(QString, state);
     QFETCH(QStringList, arguments);
+    QFETCH(QString, manager);
     ServiceManager::Installation ours;
     ours.executable = qApp->applicationFilePath();
     if (!state.isEmpty())
         QVERIFY(write(kUnit, SystemdUnit::text(ours).toUtf8()) && write("state", state.toUtf8()));
+    QVERIFY(write("trouble", manager.toUtf8()) && (manager != "missing" || QFile::remove(path("systemctl"))));
     const Outcome outcome = run(arguments);
-    QTEST(outcome.output, "output");
-    QTEST(outcome.error, "error");
-    QTEST(outcome.exitCode, "exitCode");
+    QTEST(outcome.result, "result");
+    QVERIFY(manager.isEmpty() || !outcome.diagnostics.isEmpty());
     QStringList calls = read("calls").split('\n', Qt::SkipEmptyParts);
     calls = calls.filter(QRegularExpression(QStringLiteral("^(?!show|is-)")));
-    QTEST(calls, "calls");
-    const bool isThere = arguments.value(0) == QLatin1String("-i")
-                             ? outcome.exitCode == 0 || !state.isEmpty()
-                             : !state.isEmpty() && !calls.contains("daemon-reload");
-    QCOMPARE(QFile::exists(path(kUnit)), isThere);
-    if (calls.contains("enable zuk3srv.service"))
-        QCOMPARE(read(kUnit).contains("\nUser=daemon\n"), arguments.contains("daemon"));
-    QVERIFY(!read(kUnit).contains("secret"));
+    QTEST(calls, "requests");
+    const bool isInstalled = outcome.result.contains(QLatin1String("has been installed"));
+    QCOMPARE(QFile::exists(path(kUnit)), isInstalled || (!state.isEmpty() && !calls.contains("daemon-reload")));
+    const QString unit = read(kUnit);
+    QCOMPARE(unit.contains("\nUser=daemon\n"), isInstalled && arguments.contains("daemon"));
+    QVERIFY(!unit.contains("secret"));
 }
 
 /// A unit that a package brought is installed, and the package's.
@@ -163,60 +130,12 @@ void TestSystemdService::package()
 {
     const QByteArray text = "[Service]\nExecStart=/opt/zuk3srv/zuk3server\n";
     QVERIFY(write("package/zuk3srv.service", text) && write("state", "active"));
-    QCOMPARE(run({"-i"}).error, QStringLiteral("The service zuk3srv is already installed\n"));
-    QCOMPARE(run({"-v"}).output,
-             QStringLiteral("The service\n\tzuk3srv\n\t/opt/zuk3srv/zuk3server\n\nis installed and running\n\n"));
-    QCOMPARE(run({"-u"}).error, QStringLiteral("The service zuk3srv could not be uninstalled\n"));
+    QCOMPARE(run({"-i"}).result, QStringLiteral("1||The service zuk3srv is already installed\n"));
+    QCOMPARE(run({"-v"}).result,
+             QStringLiteral("0|The service\n\tzuk3srv\n\t/opt/zuk3srv/zuk3server\n\nis installed and running\n\n|"));
+    QCOMPARE(run({"-u"}).result, QStringLiteral("1||The service zuk3srv could not be uninstalled\n"));
     QCOMPARE(read("package/zuk3srv.service"), QString(text));
     QVERIFY(!read("calls").contains("disable"));
-}
-
-void TestSystemdService::unusable_data()
-{
-    QTest::addColumn<QString>("systemctl");
-    QTest::addColumn<QByteArray>("failing");
-    QTest::addColumn<QString>("argument");
-    QTest::addColumn<QString>("error");
-    const QString notInstallable = "The service zuk3srv could not be installed\n";
-    const QString notStarted = "The service zuk3srv could not start\n";
-    QTest::newRow("missing, install") << "none" << QByteArray() << "-i" << notInstallable;
-    QTest::newRow("missing, start") << "none" << QByteArray() << "-s" << notStarted;
-    QTest::newRow("enabling fails") << "systemctl" << QByteArray("fails enable") << "-i" << notInstallable;
-    QTest::newRow("enabling hangs") << "systemctl" << QByteArray("hangs enable") << "-i" << notInstallable;
-    QTest::newRow("start fails") << "systemctl" << QByteArray("fails start") << "-s" << notStarted;
-    QTest::newRow("start hangs") << "systemctl" << QByteArray("hangs start") << "-s" << notStarted;
-}
-
-void TestSystemdService::unusable()
-{
-    QFETCH(QString, systemctl);
-    QFETCH(QByteArray, failing);
-    QFETCH(QString, argument);
-    if (!failing.isEmpty())
-        QVERIFY(write(failing.left(5), failing.mid(6)));
-    if (failing.startsWith("hangs"))
-        m_jobTimeoutMs = 300;
-    QElapsedTimer elapsed;
-    elapsed.start();
-    const Outcome outcome = run({argument}, systemctl);
-    QVERIFY(elapsed.elapsed() < 30000); // of a minute's sleep
-    QTEST(outcome.error, "error");
-    QCOMPARE(outcome.exitCode, 1);
-    QVERIFY(!outcome.diagnostics.isEmpty());
-    QVERIFY(!QFile::exists(path(kUnit)));
-}
-
-void TestSystemdService::verify(const QString &unit) const
-{
-    const QString program = QStandardPaths::findExecutable(QStringLiteral("systemd-analyze"));
-    if (program.isEmpty())
-        QSKIP("no systemd-analyze");
-    QProcess process;
-    process.setProcessChannelMode(QProcess::MergedChannels);
-    process.start(program, {"verify", "--man=no", "--recursive-errors=no", unit});
-    QVERIFY(process.waitForFinished());
-    const QString output = QString::fromUtf8(process.readAll());
-    QVERIFY2(process.exitCode() == 0 && !output.contains(QFileInfo(unit).fileName()), qPrintable(output));
 }
 
 void TestSystemdService::unit_data()
@@ -241,24 +160,30 @@ void TestSystemdService::unit()
     service.account = QStringLiteral("daemon");
     service.environment = QStringList{"LC_TIME=sl_SI.UTF-8", "A=\"b c\" 50%n"};
     QVERIFY(write(name + "/zuk3server", "#!/bin/sh\n"));
-    QCOMPARE(manager()->install(service), isTaken);
+    QCOMPARE(systemd()->install(service), isTaken);
     QCOMPARE(QFile::exists(path(kUnit)), isTaken);
     if (!isTaken)
         return;
-    const auto info = manager()->query(kServiceName);
-    QVERIFY(info.has_value());
-    QCOMPARE(info->executable, service.executable);
-    QCOMPARE(info->description, service.description);
-    QCOMPARE(info->startup, ServiceManager::StartupType::Automatic);
-    verify(path(kUnit));
+    const QtServiceController controller(kServiceName, systemd());
+    QCOMPARE(controller.serviceFilePath(), service.executable);
+    QCOMPARE(controller.serviceDescription(), service.description);
+    QCOMPARE(controller.startupType(), ServiceManager::StartupType::Automatic);
+
+    const QString program = QStandardPaths::findExecutable(QStringLiteral("systemd-analyze"));
+    if (program.isEmpty())
+        QSKIP("no systemd-analyze");
+    QProcess process;
+    process.setProcessChannelMode(QProcess::MergedChannels);
+    process.start(program, {"verify", "--man=no", "--recursive-errors=no", path(kUnit)});
+    QVERIFY(process.waitForFinished());
+    const QString output = QString::fromUtf8(process.readAll());
+    QVERIFY2(process.exitCode() == 0 && !output.contains("zuk3srv.service"), qPrintable(output));
 }
 
 /// The unit of the package is the one that is written for its place and account.
 void TestSystemdService::packagedUnit()
 {
-    QFile file(QStringLiteral(ZUK_PACKAGED_UNIT));
-    QVERIFY(file.open(QIODevice::ReadOnly));
-    const QStringList packaged = QString::fromUtf8(file.readAll()).remove('"').split('\n');
+    const QStringList packaged = QString::fromUtf8(readFile(ZUK_PACKAGED_UNIT)).remove('"').split('\n');
     ServiceManager::Installation service;
     service.description = QStringLiteral("ZUK3 server");
     service.executable = QStringLiteral("/opt/zuk3srv/zuk3server");
@@ -270,12 +195,5 @@ void TestSystemdService::packagedUnit()
     QCOMPARE(missing, QStringList());
 }
 
-int main(int argc, char **argv)
-{
-    g_argv[g_argc++] = argv[0];
-    QCoreApplication application(g_argc, g_argv);
-    TestSystemdService test;
-    return QTest::qExec(&test, argc, argv);
-}
-
+QTEST_GUILESS_MAIN(TestSystemdService)
 #include "tst_systemdservice.moc"
