@@ -44,13 +44,13 @@ constexpr char kSystemctl[] = R"sh(#!/bin/sh
 cd "${0%/*}"
 while [ "${1#--no-}" != "$1" ]; do shift; done
 echo "$@" >> calls
-case "$(cat trouble 2>/dev/null)" in
-"hangs on $1") exec sleep 60 ;;
-"fails on $1") echo refused >&2; exit 1 ;;
-esac
 case "$1" in
 show) cat state 2>/dev/null || echo inactive ;;
 enable) mkdir -p own/multi-user.target.wants; ln -s ../$2 own/multi-user.target.wants/$2 ;;
+esac
+case "$(cat trouble 2>/dev/null)" in
+"hangs on $1") exec sleep 60 ;;
+"fails on $1") echo refused >&2; exit 1 ;;
 esac
 exit 0
 )sh";
@@ -75,13 +75,16 @@ void TestSystemdService::commandLine_data()
 {
     CommandRows rows; // with the unit's state, empty: there is none; of the requests the questions are left out
     const QString program = qApp->applicationFilePath();
-    const QString enable = "enable zuk3srv.service", start = "start zuk3srv.service";
+    const QString enable = "enable zuk3srv.service", start = "start zuk3srv.service",
+                  disable = "disable zuk3srv.service";
     rows.done("install", "", {"-i"}, rows.installed, {enable});
     rows.done("install for an account", "", {"-i", "daemon", "secret"}, rows.installed, {enable});
     rows.failed("install twice", "inactive", {"-i"}, rows.installedAlready);
     for (const char *account : {"a b", "x\nExecStart=/bin/sh", "-x", "no.such.user", "%u", "ana;root"})
         rows.failed(qPrintable("account " + QString(account).simplified()), "", {"-i", account}, rows.notInstallable);
-    rows.done("uninstall", "active", {"-u"}, rows.uninstalled, {"disable --now zuk3srv.service", "daemon-reload"});
+    rows.done("uninstall", "active", {"-u"}, rows.uninstalled, {"stop zuk3srv.service", disable, "daemon-reload"});
+    rows.done("uninstall where systemd does not run", "inactive", {"-u"}, rows.uninstalled, {disable, "daemon-reload"},
+              "fails on daemon-reload");
     rows.failed("uninstall without one", "", {"-u"}, rows.notInstalled);
     rows.done("version, running", "active", {"-v"}, rows.version.arg(program, "installed and running"));
     rows.done("version, starting", "activating", {"-v"}, rows.version.arg(program, "installed and running"));
@@ -120,6 +123,7 @@ void TestSystemdService::commandLine()
     QTEST(calls, "requests");
     const bool isInstalled = outcome.result.contains(QLatin1String("has been installed"));
     QCOMPARE(QFile::exists(path(kUnit)), isInstalled || (!state.isEmpty() && !calls.contains("daemon-reload")));
+    QCOMPARE(QFileInfo(path("own/multi-user.target.wants/zuk3srv.service")).isSymLink(), isInstalled);
     const QString unit = read(kUnit);
     QCOMPARE(unit.contains("\nUser=daemon\n"), isInstalled && arguments.contains("daemon"));
     QVERIFY(!unit.contains("secret"));
