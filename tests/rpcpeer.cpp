@@ -4,9 +4,13 @@
 #include <QDeadlineTimer>
 #include <QDir>
 #include <QJsonDocument>
+#include <QRegularExpression>
+#include <QTest>
 #include <QTimer>
 
+#include <condition_variable>
 #include <cstdio>
+#include <mutex>
 
 QByteArray canonical(const QByteArray &json)
 {
@@ -153,7 +157,8 @@ RpcSite::RpcSite(const KNet::RpcLimits &limits)
     QObject::connect(controller.get(), &RpcController::incoming, note("incoming ", &incoming));
     QObject::connect(controller.get(), &RpcController::connected, note("connected ", &connected));
     QObject::connect(controller.get(), &RpcController::disconnected, note("disconnected ", &gone));
-    QObject::connect(controller.get(), &RpcController::error, note("error ", &errors));
+    QObject::connect(controller.get(), &RpcController::error,
+                     [this](const QString &id) { events.append(QStringLiteral("error ") + id); });
     if (!controller->listen(QHostAddress::LocalHost, 0) || !m_far.listen(QHostAddress::LocalHost, 0))
         qFatal("no port");
 }
@@ -185,20 +190,43 @@ bool RpcSite::isServing()
     return guest->ask(callText("test.echo", "[1]")) == resultText("[1]");
 }
 
-QStringList Warnings::lines;
-
-Warnings::Warnings()
+void expectWarning(const char *pattern)
 {
+    QTest::ignoreMessage(QtWarningMsg, QRegularExpression(pattern));
+}
+
+static bool debugIsCollected = false;
+static std::mutex linesMutex;
+static std::condition_variable lineCame;
+
+Warnings::Warnings(bool withDebug)
+{
+    debugIsCollected = withDebug;
     lines.clear();
     m_former = qInstallMessageHandler([](QtMsgType type, const QMessageLogContext &, const QString &text) {
-        if (type == QtWarningMsg)
-            lines.append(text);
-        else if (type == QtFatalMsg || type == QtCriticalMsg)
+        if (type == QtFatalMsg || type == QtCriticalMsg)
             fprintf(stderr, "%s\n", qPrintable(text));
+        if (type != QtWarningMsg && !debugIsCollected)
+            return;
+        const std::lock_guard<std::mutex> lock(linesMutex);
+        lines.append(text);
+        lineCame.notify_all();
     });
 }
 
 Warnings::~Warnings()
 {
     qInstallMessageHandler(m_former);
+}
+
+QStringList Warnings::taken()
+{
+    const std::lock_guard<std::mutex> lock(linesMutex);
+    return lines;
+}
+
+bool Warnings::waitForLine(const QString &line)
+{
+    std::unique_lock<std::mutex> lock(linesMutex);
+    return lineCame.wait_for(lock, std::chrono::seconds(5), [&] { return lines.contains(line); });
 }

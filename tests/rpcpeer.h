@@ -126,20 +126,27 @@ public:
     QStringList incoming;
     QStringList connected;
     QStringList gone;   // disconnected
-    QStringList errors; // by connection id
     QStringList events; // all of them with their names, in order
 
 private:
     QTcpServer m_far;
 };
 
-/// Collects the warning lines of its life, which then do not appear.
+/// Expects a warning that the pattern matches.
+void expectWarning(const char *pattern);
+
+/// Collects the warning lines of its life, which then do not appear; if asked, the debug lines, too.
 class Warnings
 {
 public:
-    Warnings();
+    explicit Warnings(bool withDebug = false);
     ~Warnings();
-    static QStringList lines;
+    inline static QStringList lines;
+
+    /// What has come from all threads.
+    static QStringList taken();
+    /// Without running the event loop.
+    static bool waitForLine(const QString &line);
 
 private:
     QtMessageHandler m_former;

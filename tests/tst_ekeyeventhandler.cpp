@@ -77,44 +77,6 @@ static EkeyLineProcessor::Entries entries(const QByteArrayList &lines)
     return list;
 }
 
-/// Collects the debug lines of all threads.
-class Diagnostics
-{
-public:
-    Diagnostics()
-    {
-        lines.clear();
-        QLoggingCategory::setFilterRules(QString());
-        m_former = qInstallMessageHandler([](QtMsgType, const QMessageLogContext &, const QString &text) {
-            const std::lock_guard<std::mutex> lock(mutex);
-            lines.append(text);
-            changed.notify_all();
-        });
-    }
-    ~Diagnostics() { qInstallMessageHandler(m_former); }
-
-    static QStringList taken()
-    {
-        const std::lock_guard<std::mutex> lock(mutex);
-        return lines;
-    }
-    /// Without running the event loop.
-    static bool waitForLine(const QString &line)
-    {
-        std::unique_lock<std::mutex> lock(mutex);
-        return changed.wait_for(lock, std::chrono::seconds(5), [&] { return lines.contains(line); });
-    }
-
-private:
-    static QStringList lines;
-    static std::mutex mutex;
-    static std::condition_variable changed;
-    QtMessageHandler m_former;
-};
-QStringList Diagnostics::lines;
-std::mutex Diagnostics::mutex;
-std::condition_variable Diagnostics::changed;
-
 void TestEkeyEventHandler::init()
 {
     QLoggingCategory::setFilterRules(QStringLiteral("*.debug=false"));
@@ -191,7 +153,6 @@ void TestEkeyEventHandler::lines_data()
     refuse("rubbish", QByteArray("\0a\x1b\xff\t", 5), QString::fromUtf8("too short:\ufffda\ufffdÿ\t"));
     refuse("broken statement", "7'0;2;1;5.1.2026 08:00:00", "UserID error : 7'0 - %1");
     refuse("three fields", "70;2;1", "too short:%1");
-    refuse("empty", "", "too short:%1");
     refuse("reader without a number", "70;2;1a;5.1.2026 08:00:00", "ZukID error : 1a - %1");
     refuse("unknown user, before the date", "71;2;1;x", "UserID error : 71 - %1");
     refuse("no point", "70;2;1;5-1-2026 08:00:00", "date format error 1:5-1-2026 08:00:00");
@@ -333,10 +294,11 @@ void TestEkeyEventHandler::terminals()
     handler.start();
     QVERIFY(site.waitForMessage(kInitialRunEnded));
     {
-        const Diagnostics diagnostics;
+        QLoggingCategory::setFilterRules(QString());
+        const Warnings diagnostics(true);
         site.write("70;4;2;5.1.2026 08:00:00\n70;5;3;5.1.2026 09:00:00\n70;6;44;5.1.2026 10:00:00\n");
         QVERIFY(waitFor([&site] { return site.times().size() == 3; }));
-        const QStringList lines = Diagnostics::taken();
+        const QStringList lines = Warnings::taken();
         for (const char *line : {"NEW_LINE 70;4;2;5.1.2026 08:00:00", "CSVuser: 70", "CSVfinger: 6", "TS: 1767603600",
                                  "db()->insert(events,event) : true", "db()->insert(allevents,event) : true",
                                  "CSV to DB ID: 3", "CSV to ZUK ID: 44 ZUK NOT ONLINE"})
@@ -398,15 +360,16 @@ void TestEkeyEventHandler::stopsWhileMainThreadIsBusy()
     EkeyEventHandler handler(site.settings);
     handler.start();
     QVERIFY(site.waitForMessage(kInitialRunEnded));
-    const Diagnostics diagnostics;
+    QLoggingCategory::setFilterRules(QString());
+    const Warnings diagnostics(true);
     site.write("70;2;1;5.1.2026 08:00:00\n70;2;1;5.1.2026 09:00:00\n");
-    QVERIFY(Diagnostics::waitForLine("NEW_LINE 70;2;1;5.1.2026 09:00:00"));
+    QVERIFY(Warnings::waitForLine("NEW_LINE 70;2;1;5.1.2026 09:00:00"));
     QElapsedTimer elapsed;
     elapsed.start();
     handler.finish();
     QVERIFY(elapsed.elapsed() < 1000);
     QVERIFY(handler.isFinished());
-    QCOMPARE(Diagnostics::taken().filter("ULKAcsv thread"), QStringList("End ULKAcsv thread  execute"));
+    QCOMPARE(Warnings::taken().filter("ULKAcsv thread"), QStringList("End ULKAcsv thread  execute"));
     QCOMPARE(site.times().size(), 2);
     QCOMPARE(site.messages().last(), QString("Logger::EKEY 70;2;1;5.1.2026 09:00:00"));
 }
@@ -417,9 +380,10 @@ void TestEkeyEventHandler::withoutFollower()
     site.settings.isOn = false;
     EkeyEventHandler handler(site.settings);
     QVERIFY(!handler.isEnabled());
-    const Diagnostics diagnostics;
+    QLoggingCategory::setFilterRules(QString());
+    const Warnings diagnostics(true);
     handler.start();
-    QVERIFY(Diagnostics::waitForLine("no csv_tracker"));
+    QVERIFY(Warnings::waitForLine("no csv_tracker"));
     handler.finish();
     QCOMPARE(site.messages(), QStringList());
 }
