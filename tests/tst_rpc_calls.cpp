@@ -8,6 +8,8 @@
 #include <QTest>
 #include <QThread>
 
+#include <thread>
+
 using KNet::RpcCall;
 using KNet::RpcController;
 using KNet::RpcLimits;
@@ -36,6 +38,12 @@ QByteArray text(const QAny &value)
 QByteArray idOf(const QAny &message)
 {
     return message.lookup(QStringLiteral("id")).toJsonUtf8();
+}
+
+/// A service method whose answer is what its caller answers it.
+std::function<QAny(const QString &, const QAny &)> askingCaller(RpcSite &site)
+{
+    return [&](const QString &id, const QAny &) { return RpcCall(site.controller.get()).call(id, "far.ask", 1, 0); };
 }
 
 /// What befalls a server whose service waits for the peer's answer.
@@ -81,11 +89,9 @@ private Q_SLOTS:
     void ids();
     void answers_data();
     void answers();
-    void unknownConnection();
     void timeouts();
     void sweep();
-    void answerOnAnotherConnection();
-    void answerToACancelledCall();
+    void answersToOthers();
     void lostConnection();
     void asynchronous();
     void memberIsNoSlot();
@@ -101,35 +107,30 @@ private Q_SLOTS:
     void activityWhileWaiting();
     void waitInsideACompletion();
     void insideDisconnected();
-    void serverEndsInItsSignal_data();
     void serverEndsInItsSignal();
 };
 
 void TestRpcCalls::ids()
 {
     KNet::IdGenerator fresh;
-    QCOMPARE(fresh.next(), QStringLiteral("1"));
-    QCOMPARE(fresh.next(), QStringLiteral("2"));
     KNet::IdGenerator zero(0);
-    QCOMPARE(zero.next(), QStringLiteral("1"));
     KNet::IdGenerator last(~quint64(0));
-    QCOMPARE(last.next(), QStringLiteral("18446744073709551615"));
-    QCOMPARE(last.next(), QStringLiteral("1"));
+    const QStringList ids{fresh.next(), fresh.next(), zero.next(), last.next(), last.next()};
+    QCOMPARE(ids.join(' '), "1 2 1 18446744073709551615 1");
 
     constexpr int kEach = 5000;
     KNet::IdGenerator shared;
     QStringList taken[4];
-    std::vector<std::unique_ptr<QThread>> threads;
+    std::vector<std::thread> threads;
     for (QStringList &list : taken) {
-        threads.emplace_back(QThread::create([&shared, &list] {
+        threads.emplace_back([&shared, &list] {
             for (int i = 0; i < kEach; ++i)
                 list.append(shared.next());
-        }));
-        threads.back()->start();
+        });
     }
     QSet<QString> all;
-    for (int i = 0; i < 4; ++i) {
-        QVERIFY(threads[static_cast<size_t>(i)]->wait());
+    for (size_t i = 0; i < threads.size(); ++i) {
+        threads[i].join();
         all.unite(QSet<QString>(taken[i].begin(), taken[i].end()));
     }
     QCOMPARE(all.size(), 4 * kEach);
@@ -178,17 +179,6 @@ void TestRpcCalls::answers()
         QCOMPARE(id.toULongLong(), former + 1);
         QCOMPARE(peer->ask(kPing), canonical(kPong));
     }
-}
-
-void TestRpcCalls::unknownConnection()
-{
-    RpcSite site;
-    RpcCall call(site.controller.get());
-    QCOMPARE(text(call.call("nobody", "far.ask", 1, 0)), kConnectionError);
-    Receiver receiver;
-    call.call("nobody", "far.ask", 1, &receiver, SLOT(onAnswer(QString, QAny)), 0);
-    QCOMPARE(receiver.answers, QList<QByteArray>{kConnectionError});
-    QCOMPARE(receiver.from, QStringList("nobody"));
 }
 
 void TestRpcCalls::timeouts()
@@ -245,30 +235,24 @@ void TestRpcCalls::sweep()
     QCOMPARE(receiver.answers.size(), 3);
 }
 
-void TestRpcCalls::answerOnAnotherConnection()
+void TestRpcCalls::answersToOthers()
 {
     RpcSite site;
     const auto peer = site.peer();
     const auto stranger = site.peer();
+    RpcCall call(site.controller.get());
     bool refused = false;
-    peer->onCall = [&](const QAny &call) {
+    peer->onCall = [&](const QAny &message) {
         // Two guesses of a stranger, then a question that shows that they were taken.
-        stranger->write(resultText("6", idOf(call)) + errorText(1, "x", idOf(call)) + kPing);
-        QTimer::singleShot(0, this, [&, id = idOf(call)] {
+        stranger->write(resultText("6", idOf(message)) + errorText(1, "x", idOf(message)) + kPing);
+        QTimer::singleShot(0, this, [&, id = idOf(message)] {
             refused = stranger->next() == canonical(kPong);
             peer->write(resultText("5", id));
         });
     };
-    QCOMPARE(text(RpcCall(site.controller.get()).call(peer->connectionId, "far.ask", 1, 5000)), QByteArray("5"));
+    QCOMPARE(text(call.call(peer->connectionId, "far.ask", 1, 5000)), QByteArray("5"));
     QVERIFY(refused);
-}
-
-void TestRpcCalls::answerToACancelledCall()
-{
-    // The handle's next call does not get it.
-    RpcSite site;
-    const auto peer = site.peer();
-    RpcCall call(site.controller.get());
+    // What comes for a cancelled call is not for the handle's next one.
     QByteArray first;
     peer->onCall = [&](const QAny &message) {
         first = idOf(message);
@@ -304,8 +288,13 @@ void TestRpcCalls::lostConnection()
     QVERIFY(kept.answers.isEmpty());
     QVERIFY(site.controller->abortConnection(other->connectionId));
     QCOMPARE(kept.answers, QList<QByteArray>{kClosed});
-    // No call goes out on a connection that is closing.
-    QCOMPARE(text(call.call(other->connectionId, "far.ask", 1, 0)), kConnectionError);
+    // No call goes out on a connection that is closing, or that nobody knows.
+    for (const QString &id : {other->connectionId, QString("nobody")}) {
+        QCOMPARE(text(call.call(id, "far.ask", 1, 0)), kConnectionError);
+        call.call(id, "far.ask", 1, &kept, SLOT(onAnswer(QString, QAny)), 0);
+        QCOMPARE(kept.answers.last(), kConnectionError);
+        QCOMPARE(kept.from.last(), id);
+    }
 }
 
 void TestRpcCalls::asynchronous()
@@ -341,10 +330,7 @@ void TestRpcCalls::memberIsNoSlot()
     QCOMPARE(Warnings::lines.join('|'), "KNet::RpcCall::call() receiver member should be a SLOT");
     QCOMPARE(peer->ask(kPing), canonical(kPong));
     QVERIFY(receiver.answers.isEmpty());
-    // A slot that is not there shows when the answer comes; blanks do not matter.
-    Warnings::lines.clear();
-    call.call(peer->connectionId, "far.ask", 1, &receiver, SLOT(onAnswer(QString, QAny)), 0);
-    QTRY_COMPARE(receiver.answers, QList<QByteArray>{"5"});
+    // A slot that is not there shows when the answer comes.
     call.call(peer->connectionId, "far.ask", 1, &receiver, SLOT(notThere(QString, QAny)), 0);
     const QString warning =
         QStringLiteral("KNet::RpcPendingCall::sendResponse() can't invoke \"notThere\" on Receiver(");
@@ -448,8 +434,7 @@ void TestRpcCalls::connectToHostFails()
     QElapsedTimer elapsed;
     elapsed.start();
     QCOMPARE(site.controller->connectToHost(host, port, id, timeout), timeout == 0);
-    if (!host.endsWith(".invalid")) // a look-up takes the time it takes
-        QVERIFY(elapsed.elapsed() < 4000);
+    QVERIFY(!silent || elapsed.elapsed() < 4000);
     QVERIFY(!id.isEmpty());
     QTRY_COMPARE(site.gone, QStringList(id));
     settle();
@@ -462,95 +447,63 @@ void TestRpcCalls::connectToHostFails()
 
 void TestRpcCalls::whileWaiting_data()
 {
-    QTest::addColumn<Deed>("deed");
     QTest::addColumn<QByteArray>("response"); // of the call that the service makes
     QTest::addColumn<bool>("answered");       // whether the peer gets the service's answer
-    const auto row = [](const char *name, const Deed &deed, const QByteArray &response, bool answered) {
-        QTest::newRow(name) << deed << response << answered;
+    QTest::addColumn<Deed>("deed");
+    const auto row = [](const char *name, const QByteArray &response, bool answered, const Deed &deed) {
+        QTest::newRow(name) << response << answered << deed;
     };
-    row(
-        "peer closes", [](Wait &w) { w.peer.socket->disconnectFromHost(); }, kClosed, false);
-    row(
-        "peer vanishes", [](Wait &w) { w.peer.socket->abort(); }, kClosed, false);
-    row(
-        "peer answers and closes",
-        [](Wait &w) {
-            w.answer();
-            w.peer.socket->disconnectFromHost();
-        },
-        "5", false);
-    row(
-        "peer sends nonsense", [](Wait &w) { w.peer.write("nonsense"); }, kClosed, false);
-    row(
-        "server closes", [](Wait &w) { w.site.controller->closeConnection(w.peer.connectionId); }, kClosed, false);
-    row(
-        "server aborts", [](Wait &w) { w.site.controller->abortConnection(w.peer.connectionId); }, kClosed, false);
-    row(
-        "server ends", [](Wait &w) { w.site.controller.reset(); }, "null", false);
-    row(
-        "waits end", [](Wait &w) { w.site.controller->endWaitingCalls(); }, "null", true);
-    row(
-        "wait is cancelled", [](Wait &w) { w.call->cancel(); }, "null", true);
-    row(
-        "handle ends", [](Wait &w) { delete w.call; }, "null", true);
-    row(
-        "service is unregistered",
-        [](Wait &w) {
-            w.site.controller->unregisterService("test");
-            w.answer();
-        },
-        "5", true);
-    row(
-        "service ends",
-        [](Wait &w) {
-            w.site.service.reset();
-            w.answer();
-        },
-        "5", true);
-    row(
-        "peer calls back", [](Wait &w) { w.peer.write(callText("test.echo", "1", "2") + resultText("5", w.id)); }, "5",
-        true);
-    row(
-        "another peer is served",
-        [](Wait &w) {
-            QTimer::singleShot(0, w.call, [w]() mutable {
-                if (w.site.isServing())
-                    w.answer();
-            });
-        },
-        "5", true);
-    row(
-        "handle is asked again",
-        [](Wait &w) {
-            QVERIFY(w.call->isWaiting() && w.site.controller->hasWaitingCalls());
-            QCOMPARE(text(w.call->call(w.peer.connectionId, "far.ask", 1, 0)), QByteArray("null"));
-            QCOMPARE(Warnings::lines.join('|'), "KNet:RpcCall::call(): Recursive call detected");
-            w.answer();
-        },
-        "5", true);
+    row("peer closes", kClosed, false, [](Wait &w) { w.peer.socket->disconnectFromHost(); });
+    row("peer vanishes", kClosed, false, [](Wait &w) { w.peer.socket->abort(); });
+    row("peer answers and closes", "5", false, [](Wait &w) {
+        w.answer();
+        w.peer.socket->disconnectFromHost();
+    });
+    row("peer sends nonsense", kClosed, false, [](Wait &w) { w.peer.write("nonsense"); });
+    row("server closes", kClosed, false, [](Wait &w) { w.site.controller->closeConnection(w.peer.connectionId); });
+    row("server aborts", kClosed, false, [](Wait &w) { w.site.controller->abortConnection(w.peer.connectionId); });
+    row("server ends", "null", false, [](Wait &w) { w.site.controller.reset(); });
+    row("waits end", "null", true, [](Wait &w) { w.site.controller->endWaitingCalls(); });
+    row("wait is cancelled", "null", true, [](Wait &w) { w.call->cancel(); });
+    row("handle ends", "null", true, [](Wait &w) { delete w.call; });
+    row("service is unregistered", "5", true, [](Wait &w) {
+        w.site.controller->unregisterService("test");
+        w.answer();
+    });
+    row("service ends", "5", true, [](Wait &w) {
+        w.site.service.reset();
+        w.answer();
+    });
+    row("peer calls back", "5", true,
+        [](Wait &w) { w.peer.write(callText("test.echo", "1", "2") + resultText("5", w.id)); });
+    row("another peer is served", "5", true, [](Wait &w) {
+        QTimer::singleShot(0, w.call, [w]() mutable {
+            if (w.site.isServing())
+                w.answer();
+        });
+    });
+    row("handle is asked again", "5", true, [](Wait &w) {
+        QVERIFY(w.call->isWaiting() && w.site.controller->hasWaitingCalls());
+        QCOMPARE(text(w.call->call(w.peer.connectionId, "far.ask", 1, 0)), QByteArray("null"));
+        QCOMPARE(Warnings::lines.join('|'), "KNet:RpcCall::call(): Recursive call detected");
+        w.answer();
+    });
     // The same without a wait: the slot itself does it.
-    row(
-        "unregisters its service", [](Wait &w) { w.site.controller->unregisterService("test"); }, kDirect, true);
-    row(
-        "deletes its service", [](Wait &w) { w.site.service.reset(); }, kDirect, true);
-    row(
-        "closes its caller", [](Wait &w) { w.site.controller->closeConnection(w.peer.connectionId); }, kDirect, false);
-    row(
-        "aborts its caller, which is deleted",
-        [](Wait &w) {
-            w.site.controller->abortConnection(w.peer.connectionId);
-            QTest::qWait(1);
-        },
-        kDirect, false);
-    row(
-        "deletes the server", [](Wait &w) { w.site.controller.reset(); }, kDirect, false);
+    row("unregisters its service", kDirect, true, [](Wait &w) { w.site.controller->unregisterService("test"); });
+    row("deletes its service", kDirect, true, [](Wait &w) { w.site.service.reset(); });
+    row("closes its caller", kDirect, false, [](Wait &w) { w.site.controller->closeConnection(w.peer.connectionId); });
+    row("aborts its caller, which is deleted", kDirect, false, [](Wait &w) {
+        w.site.controller->abortConnection(w.peer.connectionId);
+        QTest::qWait(1);
+    });
+    row("deletes the server", kDirect, false, [](Wait &w) { w.site.controller.reset(); });
 }
 
 void TestRpcCalls::whileWaiting()
 {
-    QFETCH(Deed, deed);
     QFETCH(QByteArray, response);
     QFETCH(bool, answered);
+    QFETCH(Deed, deed);
     const Warnings warnings;
     RpcSite site;
     const auto peer = site.peer();
@@ -576,8 +529,8 @@ void TestRpcCalls::whileWaiting()
     QTRY_COMPARE(got, sorted(response));
     if (answered) {
         QTRY_VERIFY(peer->messages.contains(resultText(response)));
-        QCOMPARE(peer->ask(kPing).isEmpty(), false);
-        QVERIFY(!site.gone.contains(peer->connectionId));
+        peer->write(kPing);
+        QTRY_COMPARE(peer->messages.last(), canonical(kPong));
     } else {
         QVERIFY(peer->waitClosed());
         QVERIFY(peer->messages.isEmpty());
@@ -586,10 +539,9 @@ void TestRpcCalls::whileWaiting()
         return;
     QTRY_COMPARE(site.gone.count(peer->connectionId), answered ? 0 : 1);
     QVERIFY(!site.controller->hasWaitingCalls());
-    if (site.service)
-        site.controller->registerService("test", site.service.get());
-    else
+    if (!site.service)
         return;
+    site.controller->registerService("test", site.service.get());
     QVERIFY(site.isServing());
 }
 
@@ -597,17 +549,12 @@ void TestRpcCalls::quitWhileWaiting()
 {
     RpcSite site;
     const auto peer = site.peer();
-    QByteArray got;
-    site.service->action = [&](const QString &id, const QAny &) {
-        const QAny value = RpcCall(site.controller.get()).call(id, "far.ask", 1, 0);
-        got = text(value);
-        return value;
-    };
+    site.service->action = askingCaller(site);
     peer->onCall = [](const QAny &) { QCoreApplication::exit(3); };
     QTimer::singleShot(0, this, [&] { peer->write(kRun); });
     QTimer::singleShot(5000, peer->socket.get(), [] { QCoreApplication::exit(4); });
     QCOMPARE(QCoreApplication::exec(), 3);
-    QCOMPARE(got, QByteArray("null"));
+    QCOMPARE(peer->next(), resultText("null"));
     QVERIFY(site.isServing());
 }
 
@@ -616,9 +563,7 @@ void TestRpcCalls::furtherMessagesWhileWaiting()
     // Of the same segment, before and behind the answer that the first one waits for.
     RpcSite site;
     const auto peer = site.peer();
-    site.service->action = [&](const QString &id, const QAny &) {
-        return RpcCall(site.controller.get()).call(id, "far.ask", 1, 3000);
-    };
+    site.service->action = askingCaller(site);
     peer->onCall = [&](const QAny &call) {
         peer->write(callText("test.echo", "3", "3") + resultText("5", idOf(call)) + callText("test.echo", "4", "4"));
     };
@@ -640,9 +585,7 @@ void TestRpcCalls::boundOfNestedCalls()
     const Warnings warnings;
     RpcSite site;
     const auto peer = site.peer();
-    site.service->action = [&](const QString &id, const QAny &) {
-        return RpcCall(site.controller.get()).call(id, "far.ask", 1, 0);
-    };
+    site.service->action = askingCaller(site);
     QList<QByteArray> ids;
     peer->onCall = [&](const QAny &call) { ids.prepend(idOf(call)); };
     QByteArray burst;
@@ -741,40 +684,31 @@ void TestRpcCalls::insideDisconnected()
     QCOMPARE(site.gone, (QStringList{first->connectionId, second->connectionId}));
 }
 
-void TestRpcCalls::serverEndsInItsSignal_data()
-{
-    QTest::addColumn<Deed>("deed");
-    QTest::newRow("incoming, in an event loop") << Deed([](Wait &w) {
-        QObject::connect(w.site.controller.get(), &RpcController::incoming, [&w] {
-            QTimer::singleShot(0, [&w] { w.site.controller.reset(); });
-            waitFor([&w] { return !w.site.controller; });
-            settle();
-        });
-        const RpcPeer guest(w.site.controller->serverPort());
-        settle();
-    });
-    QTest::newRow("disconnected") << Deed([](Wait &w) {
-        const auto end = [&w] { w.site.controller.reset(); };
-        QObject::connect(w.site.controller.get(), &RpcController::disconnected, end);
-        w.site.controller->abortConnection(w.peer.connectionId);
-    });
-    QTest::newRow("error while connecting") << Deed([](Wait &w) {
-        const auto end = [&w] { w.site.controller.reset(); };
-        QObject::connect(w.site.controller.get(), &RpcController::error, end);
-        QString id;
-        QVERIFY(!w.site.controller->connectToHost("127.0.0.1", 1, id, 1000));
-    });
-}
-
 void TestRpcCalls::serverEndsInItsSignal()
 {
-    QFETCH(Deed, deed);
-    RpcSite site;
-    const auto peer = site.peer();
-    Wait wait{site, *peer, nullptr, {}};
-    deed(wait);
-    QVERIFY(!site.controller);
-    QVERIFY(peer->waitClosed());
+    const auto ends = [](const std::function<void(RpcSite &, const QString &)> &deed) {
+        RpcSite site;
+        const auto peer = site.peer();
+        deed(site, peer->connectionId);
+        return !site.controller && peer->waitClosed();
+    };
+    QVERIFY(ends([](RpcSite &site, const QString &) { // in an event loop
+        QObject::connect(site.controller.get(), &RpcController::incoming, [&site] {
+            QTimer::singleShot(0, [&site] { site.controller.reset(); });
+            waitFor([&site] { return !site.controller; });
+            settle();
+        });
+        const RpcPeer guest(site.controller->serverPort());
+        settle();
+    }));
+    QVERIFY(ends([](RpcSite &site, const QString &id) {
+        QObject::connect(site.controller.get(), &RpcController::disconnected, [&site] { site.controller.reset(); });
+        site.controller->abortConnection(id);
+    }));
+    QVERIFY(ends([](RpcSite &site, QString id) {
+        QObject::connect(site.controller.get(), &RpcController::error, [&site] { site.controller.reset(); });
+        QVERIFY(!site.controller->connectToHost("127.0.0.1", 1, id, 1000));
+    }));
 }
 
 QTEST_GUILESS_MAIN(TestRpcCalls)
