@@ -1,10 +1,8 @@
-#include "rpcadaptor.h"
 #include "rpcconnection.h"
 #include "rpcpeer.h"
 
 #include <QMetaMethod>
 #include <QRandomGenerator>
-#include <QRegularExpression>
 #include <QTest>
 
 #include <algorithm>
@@ -31,7 +29,7 @@ QByteArray methodsOf(const QMetaObject &meta)
     return found;
 }
 
-/// What a stranger might send: streams of right messages with a few bytes changed, or anything at all.
+/// What a stranger might send: streams of right messages with a few bytes changed.
 QByteArray strangeStream(QRandomGenerator &random)
 {
     static const QList<QByteArray> kRight = {
@@ -46,31 +44,15 @@ QByteArray strangeStream(QRandomGenerator &random)
         " \r\n/* */ ",
     };
     const auto below = [&random](int bound) { return static_cast<int>(random.bounded(bound)); };
-    const auto byte = [&] { return static_cast<char>(below(256)); };
     QByteArray bytes;
     for (int i = 1 + below(4); i > 0; --i)
         bytes += kRight.at(below(kRight.size()));
-    if (below(10) == 0)
-        std::generate(bytes.begin(), bytes.end(), byte);
     for (int i = below(4); i > 0; --i) {
-        const int at = below(bytes.size());
-        const int length = below(8);
-        switch (below(5)) {
-        case 0:
-            bytes[at] = byte();
-            break;
-        case 1:
-            bytes.remove(at, length);
-            break;
-        case 2:
-            bytes.insert(at, bytes.mid(below(bytes.size()), length));
-            break;
-        case 3:
-            bytes.insert(at, QByteArray(length, "{}[]\",:0\\"[below(9)]));
-            break;
-        default:
-            bytes.truncate(at);
-        }
+        // Nothing, any byte, some of JSON's own, or some that stand elsewhere come in the place of some or none.
+        const QByteArray others[] = {QByteArray(), QByteArray(1, static_cast<char>(below(256))),
+                                     QByteArray(below(8), "{}[]\",:0\\"[below(9)]),
+                                     bytes.mid(below(bytes.size()), below(8))};
+        bytes.replace(below(bytes.size()), below(8), others[below(4)]);
         if (bytes.isEmpty())
             bytes = "{";
     }
@@ -88,20 +70,16 @@ private Q_SLOTS:
     void framing();
     void classification_data();
     void classification();
-    void callableSlots_data();
     void callableSlots();
-    void notificationReachesNobody();
     void registration();
     void authorization();
     void namesAndAddresses();
     void listening();
     void outOfDescriptors();
     void blockedLoopDropsNobody();
-    void slowCallsShareTheTurns();
     void silentPeerIsDropped();
     void pingsGoToThoseThatCame();
     void gracefulClose();
-    void neverReading_data();
     void neverReading();
     void messageBound_data();
     void messageBound();
@@ -162,14 +140,8 @@ void TestRpcWire::classification_data()
     const auto with = [](const QByteArray &members) { return R"({"knetrpc":"1.0",)" + members + '}'; };
     const auto call = [](const QByteArray &id) { return callText("test.echo", "1", id); };
 
-    row("number", "1", kClose);
-    row("text", "\"a\"", kClose);
-    row("bracket too many", "}", kClose);
     row("separator between messages", "," + kPing, kClose);
     row("trailing comma", with("\"id\":\"1\","), kClose);
-    row("empty key", callText("test.echo", R"({"":1})"), kClose);
-    row("zero byte", QByteArray(1, '\0'), kClose);
-    row("nested too deep", QByteArray(129, '['), kClose);
     row("another protocol", "GET / HTTP/1.1\r\n\r\n", kClose);
 
     row("list", "[\"knetrpc\",\"id\"]", kClose);
@@ -182,14 +154,10 @@ void TestRpcWire::classification_data()
     row("id empty text", call("\"\""), resultText("1", "\"\""));
     row("id with zeros", call("\"007\""), resultText("1", "\"007\""));
     row("id integer", call("7"), resultText("1", "\"7\""));
-    row("id negative", call("-3"), resultText("1", "\"-3\""));
     row("id largest", call("9223372036854775807"), resultText("1", "\"9223372036854775807\""));
     row("id boolean", call("true"), kClose);
     row("id double", call("7.0"), kClose);
-    row("id list", call("[1]"), kClose);
-    row("id hash", call("{}"), kClose);
 
-    row("ping", kPing, kPong);
     row("ping before method", callText("test.echo", "1", "\"<PING>\""), kPong);
     row("ping in small letters", with(R"("id":"<ping>")"), kClose);
     row("pong", kPong, "");
@@ -199,24 +167,16 @@ void TestRpcWire::classification_data()
     row("call with more members",
         with(R"("id":"1","method":"test.echo","params":[],"result":1,"error":0,"x":{}})").chopped(1), resultText("[]"));
     row("no dot", callText("testecho", "1"), errorText(10100, "No such service"));
-    row("no method text", callText("", "1"), errorText(10100, "No such service"));
     row("unknown service", callText("nobody.echo", "1"), errorText(10100, "No such service"));
-    row("service in capitals", callText("Test.echo", "1"), errorText(10100, "No such service"));
-    row("no service name", callText(".echo", "1"), errorText(10100, "No such service"));
-    row("unknown method", callText("test.nothere", "1", "8"), errorText(10110, "No such method", "\"8\""));
-    row("no method name", callText("test.", "1"), errorText(10110, "No such method"));
     row("split at the first dot", callText("test.echo.more", "1"), errorText(10110, "No such method"));
 
     row("method is no text", with(R"("id":"1","method":5)"), kClose);
     row("method is no text, but a result", with(R"("id":"1","method":5,"result":1)"), "");
-    row("result nobody waits for", with(R"("id":"1","result":{"a":1})"), "");
     row("null result", with(R"("id":"1","result":null)"), "");
     row("result without id", with(R"("id":null,"result":1)"), "");
     row("result before error", with(R"("id":"1","result":1,"error":5)"), "");
-    row("error nobody waits for", with(R"("id":5,"error":{"code":1,"message":"x"})"), "");
     row("error without text", with(R"("id":"1","error":{"code":1})"), "");
     row("error with text code", with(R"("id":"1","error":{"code":"10100","message":"x"})"), kClose);
-    row("error with double code", with(R"("id":"1","error":{"code":10100.0,"message":"x"})"), kClose);
     row("error without code", with(R"("id":"1","error":{"message":"x"})"), kClose);
     row("error is a text", with(R"("id":"1","error":"x")"), kClose);
     row("neither call nor answer", with(R"("id":"1","params":1)"), kClose);
@@ -247,46 +207,29 @@ void TestRpcWire::classification()
     QCOMPARE(site.service->calls.size(), answer.contains("\"result\"") ? 2 : 1);
 }
 
-void TestRpcWire::callableSlots_data()
-{
-    QTest::addColumn<QByteArray>("method");
-    QTest::addColumn<QByteArray>("result"); // empty: no such method
-    QTest::newRow("declared again") << QByteArray("redeclared") << QByteArray("4");
-    QTest::newRow("overloaded") << QByteArray("overloaded") << QByteArray("5");
-    QTest::newRow("by reference") << QByteArray("byReference") << QByteArray("8");
-    QTest::newRow("default argument") << QByteArray("withDefault") << QByteArray("9");
-    for (const char *method : {"inherited", "invokable", "text", "nothing", "threeParameters", "hidden", "secret",
-                               "signal", "deleteLater", "echo(QString,QAny)", "overloaded(QString)"})
-        QTest::newRow(method) << QByteArray(method) << QByteArray();
-}
-
 void TestRpcWire::callableSlots()
 {
-    QFETCH(QByteArray, method);
-    QFETCH(QByteArray, result);
     const Warnings warnings;
     RpcSite site;
     const auto peer = site.peer();
-    const QByteArray answer = peer->ask(callText("test." + method, "[]"));
-    if (!result.isEmpty()) {
-        QCOMPARE(answer, resultText(result));
-        QVERIFY(Warnings::lines.isEmpty());
-        return;
+    const std::pair<QByteArray, QByteArray> callable[] = {
+        {"redeclared", "4"}, {"overloaded", "5"}, {"byReference", "8"}, {"withDefault", "9"}};
+    for (const auto &[method, result] : callable)
+        QCOMPARE(peer->ask(callText("test." + method, "[]")), resultText(result));
+    QVERIFY(Warnings::lines.isEmpty());
+    QStringList told;
+    const auto refused = [&told](const char *method) {
+        told += QStringLiteral("KNet::RpcAdaptor::invokeMethod() no such method name \"%1\"").arg(method);
+        return Warnings::lines == told;
+    };
+    for (const char *method : {"inherited", "invokable", "text", "nothing", "threeParameters", "hidden", "secret",
+                               "signal", "deleteLater", "echo(QString,QAny)", "overloaded(QString)"}) {
+        QCOMPARE(peer->ask(callText(QByteArray("test.") + method, "[]")), errorText(10110, "No such method"));
+        QVERIFY2(refused(method), method);
     }
-    QCOMPARE(answer, errorText(10110, "No such method"));
-    QCOMPARE(Warnings::lines.join('|'),
-             QStringLiteral("KNet::RpcAdaptor::invokeMethod() no such method name \"%1\"").arg(QLatin1String(method)));
-}
-
-void TestRpcWire::notificationReachesNobody()
-{
-    // Deliberate: the name that is looked up begins with the dot.
-    const Warnings warnings;
-    RpcSite site;
-    const auto peer = site.peer();
+    // Deliberate: a notification reaches nobody, for the name that is looked up begins with the dot.
     QCOMPARE(peer->ask(callText("test.echo", "1", "null") + kPing), canonical(kPong));
-    QVERIFY(site.service->calls.isEmpty());
-    QCOMPARE(Warnings::lines.join('|'), "KNet::RpcAdaptor::invokeMethod() no such method name \".echo\"");
+    QVERIFY(refused(".echo") && site.service->calls.isEmpty());
 }
 
 void TestRpcWire::registration()
@@ -438,20 +381,6 @@ void TestRpcWire::blockedLoopDropsNobody()
     QTRY_COMPARE(site.gone, QStringList(busy->connectionId));
 }
 
-/// Long work ends a turn, however few messages it was.
-void TestRpcWire::slowCallsShareTheTurns()
-{
-    RpcLimits limits;
-    limits.maxTurnMs = 0;
-    RpcSite site(limits);
-    const auto busy = site.peer();
-    const auto other = site.peer();
-    busy->write(callText("test.echo", "1").repeated(100));
-    other->write(callText("test.echo", "-1"));
-    QCOMPARE(other->next(), resultText("-1"));
-    QVERIFY(site.service->calls.indexOf(QAny(-1)) <= 20);
-}
-
 void TestRpcWire::silentPeerIsDropped()
 {
     RpcLimits limits;
@@ -534,45 +463,42 @@ void TestRpcWire::gracefulClose()
     QVERIFY(site.connected.isEmpty());
 }
 
-void TestRpcWire::neverReading_data()
-{
-    QTest::addColumn<bool>("closed"); // by the server; else it has one more message to send
-    QTest::newRow("close ends with the grace") << true;
-    QTest::newRow("bound on what is unread") << false;
-}
-
 void TestRpcWire::neverReading()
 {
-    QFETCH(bool, closed);
-    const Warnings warnings;
     RpcLimits limits;
     limits.closeGraceMs = 300;
     limits.maxUnreadBytes = 1'000'000;
-    RpcSite site(limits);
-    const auto peer = site.peer();
-    const auto reader = site.peer();
-    int runs = 0;
-    site.service->action = [&](const QString &, const QAny &) {
-        ++runs;
-        return QAny(QString(16'000'000, 'x')); // a single answer may be larger than the bound
-    };
-    peer->stopReading();
-    peer->write(callText("test.run", "1"));
-    QTRY_COMPARE(runs, 1);
-    settle();
-    QVERIFY(site.gone.isEmpty());
-    QElapsedTimer elapsed;
-    elapsed.start();
-    if (closed)
-        QVERIFY(site.controller->closeConnection(peer->connectionId));
-    else
-        peer->write(kPing);
-    QTRY_COMPARE(site.gone, QStringList(peer->connectionId));
-    QVERIFY(elapsed.elapsed() < 2000 && (elapsed.elapsed() >= 290 || !closed));
-    QCOMPARE(Warnings::lines.filter(QRegularExpression("^KNet::RpcConnection::")).size(), closed ? 0 : 1);
-    for (int i = 0; i < 2; ++i)
-        QVERIFY(reader->ask(callText("test.run", "1")).size() > 16'000'000);
-    QCOMPARE(Warnings::lines.size(), closed ? 0 : 1);
+    // Closed by the server, which waits for the grace; or it has one more message to send, beyond the bound.
+    for (const bool closed : {true, false}) {
+        const Warnings warnings;
+        RpcSite site(limits);
+        const auto peer = site.peer();
+        const auto reader = site.peer();
+        int runs = 0;
+        site.service->action = [&](const QString &, const QAny &) {
+            ++runs;
+            return QAny(QString(16'000'000, 'x')); // a single answer may be larger than the bound
+        };
+        peer->stopReading();
+        peer->write(callText("test.run", "1"));
+        QTRY_COMPARE(runs, 1);
+        settle();
+        QVERIFY(site.gone.isEmpty());
+        QElapsedTimer elapsed;
+        elapsed.start();
+        if (closed)
+            QVERIFY(site.controller->closeConnection(peer->connectionId));
+        else
+            peer->write(kPing);
+        QTRY_COMPARE(site.gone, QStringList(peer->connectionId));
+        QVERIFY(elapsed.elapsed() < 2000 && (elapsed.elapsed() >= 290 || !closed));
+        for (int i = 0; i < 2; ++i) {
+            reader->write(callText("test.run", "1"));
+            QVERIFY(reader->next(30000).size() > 16'000'000); // a busy machine needs its time to read it
+        }
+        QCOMPARE(Warnings::lines.filter("KNet::RpcConnection::").size(), closed ? 0 : 1);
+        QCOMPARE(Warnings::lines.size(), closed ? 0 : 1);
+    }
 }
 
 void TestRpcWire::messageBound_data()
@@ -585,10 +511,11 @@ void TestRpcWire::messageBound_data()
     QTest::newRow("never ends") << "{\"a\":\"" + QByteArray(1000, 'x') << true;
     QTest::newRow("whitespace in it") << callText("test.echo", QByteArray(1000, ' ') + '1') << true;
     // The list, its elements, and the message with its three members besides.
-    QTest::newRow("just as many values") << callText("test.echo", '[' + QByteArray(94, '1').replace("1", "1,") + "1]")
-                                         << false;
-    QTest::newRow("one value more") << callText("test.echo", '[' + QByteArray(95, '1').replace("1", "1,") + "1]")
-                                    << true;
+    const auto ones = [](int count) {
+        return callText("test.echo", '[' + QByteArray("1,").repeated(count - 1) + "1]");
+    };
+    QTest::newRow("just as many values") << ones(95) << false;
+    QTest::newRow("one value more") << ones(96) << true;
 }
 
 void TestRpcWire::messageBound()
@@ -624,20 +551,25 @@ void TestRpcWire::messageBound()
 void TestRpcWire::busyPeerKeepsNobodyWaiting()
 {
     constexpr int kCalls = 3000;
-    RpcSite site;
-    const auto busy = site.peer();
-    const auto other = site.peer();
     QByteArray burst;
     for (int i = 0; i < kCalls; ++i)
         burst += callText("test.echo", QByteArray::number(i), QByteArray::number(i));
-    busy->write(burst);
-    other->write(callText("test.echo", "-1"));
-    QCOMPARE(other->next(), resultText("-1"));
-    const int turn = site.service->calls.indexOf(QAny(-1));
-    QVERIFY2(turn >= 0 && turn <= 4 * RpcLimits().maxMessagesPerTurn, QByteArray::number(turn));
-    for (int i = 0; i < kCalls; ++i) {
-        const QByteArray number = QByteArray::number(i);
-        QCOMPARE(busy->next(), resultText(number, '"' + number + '"'));
+    for (const bool slow : {false, true}) {
+        RpcLimits limits;
+        if (slow) // long work ends a turn, however few messages it was
+            limits.maxTurnMs = 0;
+        RpcSite site(limits);
+        const auto busy = site.peer();
+        const auto other = site.peer();
+        busy->write(burst);
+        other->write(callText("test.echo", "-1"));
+        QCOMPARE(other->next(), resultText("-1"));
+        const int turn = site.service->calls.indexOf(QAny(-1));
+        QVERIFY2(turn >= 0 && turn <= (slow ? 20 : 4 * limits.maxMessagesPerTurn), QByteArray::number(turn));
+        for (int i = 0; i < kCalls; ++i) {
+            const QByteArray number = QByteArray::number(i);
+            QCOMPARE(busy->next(), resultText(number, '"' + number + '"'));
+        }
     }
 }
 
@@ -649,16 +581,13 @@ void TestRpcWire::lastWordsAreHeard()
     connect(site.controller.get(), &RpcController::disconnected, this, [&] { heard = site.service->calls.size(); });
     const auto peer = site.peer();
     QByteArray words;
-    QList<QAny> expected;
-    for (int i = 0; i < kCalls; ++i) {
+    for (int i = 0; i < kCalls; ++i)
         words += callText("test.echo", QByteArray::number(i));
-        expected.append(i);
-    }
     peer->write(words);
     peer->socket->disconnectFromHost();
     QTRY_COMPARE(site.gone.size(), 1);
     QCOMPARE(heard, kCalls);
-    QVERIFY(site.service->calls == expected);
+    QCOMPARE(site.service->calls.last(), QAny(kCalls - 1));
 }
 
 void TestRpcWire::strangers()
