@@ -11,7 +11,6 @@ class TestCsvFollower : public QObject
 private Q_SLOTS:
     void polls_data();
     void polls();
-    void whatIsNoFile_data();
     void whatIsNoFile();
     void growsWhileItIsRead();
     void endlessLine();
@@ -67,24 +66,17 @@ void TestCsvFollower::polls()
     }
 }
 
-void TestCsvFollower::whatIsNoFile_data()
-{
-    QTest::addColumn<QString>("path");
-    QTest::addColumn<int>("result");
-    write(m_folder.filePath("file"), "a\n", QIODevice::WriteOnly);
-    QTest::newRow("a folder") << m_folder.path() << -1;
-    QTest::newRow("in a missing folder") << m_folder.filePath("missing/ekey.csv") << -3;
-    QTest::newRow("below a file") << m_folder.filePath("file/ekey.csv") << -3;
-    QTest::newRow("no name") << QString() << -3;
-#ifdef Q_OS_UNIX
-    QTest::newRow("a device without end") << QStringLiteral("/dev/zero") << -1;
-#endif
-}
-
 void TestCsvFollower::whatIsNoFile()
 {
-    QFETCH(QString, path);
-    QTEST(int(CsvFollower(path).poll()), "result");
+    const auto poll = [](const QString &path) { return int(CsvFollower(path).poll()); };
+    write(m_folder.filePath("file"), "a\n", QIODevice::WriteOnly);
+    QCOMPARE(poll(m_folder.path()), -1);
+    QCOMPARE(poll(m_folder.filePath("missing/ekey.csv")), -3);
+    QCOMPARE(poll(m_folder.filePath("file/ekey.csv")), -3);
+    QCOMPARE(poll(QString()), -3);
+#ifdef Q_OS_UNIX
+    QCOMPARE(poll("/dev/zero"), -1); // a device without end
+#endif
 }
 
 /// Lines of all lengths around a block's, written in pieces that end anywhere.
@@ -105,12 +97,10 @@ void TestCsvFollower::growsWhileItIsRead()
         // Now one line at a time behind the writer, now up to its end.
         while (follower.poll() == CsvFollower::NewLine) {
             read += follower.line();
-            if (at % 2)
+            if (at % 2 && at + piece < bytes.size())
                 break;
         }
     }
-    while (follower.poll() == CsvFollower::NewLine)
-        read += follower.line();
     QVERIFY(read == lines);
 }
 
