@@ -279,7 +279,7 @@ STANDIN_API int STANDIN_CALL SetServiceStatus(void *handle, SERVICE_STATUS *stat
         isPending != (status->dwCheckPoint != 0) || (isSteady && accepted != 7) || (state == 2 && accepted != 0))
         known.note("fault: type, wait hint, check point or controls");
     // Requests that the manager sent before it knew.
-    if (state == 1 && known.switches.contains("late requests"))
+    if (state == 1 && known.state != 1 && known.switches.contains("late requests"))
         known.controls += {4, 1, 3, 200};
     static const char *const kNames[] = {"",        "STOPPED",          "START_PENDING", "STOP_PENDING",
                                          "RUNNING", "CONTINUE_PENDING", "PAUSE_PENDING", "PAUSED"};
