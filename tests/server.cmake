@@ -6,7 +6,7 @@ zuk_test(tst_echoserver zuk_web)
 zuk_test(tst_sslechoserver zuk_web)
 zuk_test(tst_servicesstarter zuk_host)
 zuk_test(tst_zuk3server zuk_storage Qt5::WebSockets)
-zuk_test(tst_zukweb zuk_web)
+zuk_test(tst_zukweb zuk_terminalsite zuk_web)
 zuk_test(tst_protocol zuk_storage Qt5::Network)
 
 foreach(name tst_protocol tst_webmetods tst_zuk3server tst_zukweb)
