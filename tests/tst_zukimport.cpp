@@ -1,5 +1,6 @@
 #include "csvreader.h"
 #include "eventbuilder.h"
+#include "files.h"
 #include "importer.h"
 #include "importoptions.h"
 #include "importreport.h"
@@ -19,27 +20,32 @@ namespace {
 /// Unix seconds of an instant in UTC, as in "2015-10-25 00:30".
 qint64 utc(const QString &text)
 {
-    QDateTime time = QDateTime::fromString(text, "yyyy-MM-dd HH:mm");
-    time.setTimeSpec(Qt::UTC);
-    return time.toSecsSinceEpoch();
+    return QDateTime::fromString(text + ":00Z", Qt::ISODate).toSecsSinceEpoch();
+}
+
+/// The records of CSV text as "line:field|field" or "line!fault", in angle brackets.
+QString csvRecords(QByteArray bytes, const char *encoding, QChar delimiter)
+{
+    QBuffer buffer(&bytes);
+    buffer.open(QIODevice::ReadOnly);
+    CsvReader reader(buffer, *QTextCodec::codecForName(encoding), delimiter);
+    CsvRecord record;
+    QString records;
+    while (reader.next(record)) {
+        const QString content = record.fault.isEmpty() ? ':' + record.fields.join('|') : '!' + record.fault;
+        records += QString("<%1%2>").arg(record.line).arg(content);
+    }
+    return records;
 }
 
 /// An import into a database of its own, driven as from the command line.
 class Site
 {
 public:
-    Site() { QVERIFY2(m_dir.isValid(), "no temporary folder"); }
-
     QString path(const QString &name) const { return m_dir.filePath(name); }
     QString database() const { return path("site.db"); }
 
-    QString write(const QString &name, const QByteArray &bytes) const
-    {
-        QFile file(path(name));
-        if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size())
-            qFatal("cannot write %s", qPrintable(name));
-        return file.fileName();
-    }
+    QString write(const QString &name, const QByteArray &bytes) const { return writeFile(path(name), bytes); }
 
     ImportReport::Outcome run(const QStringList &arguments)
     {
@@ -117,7 +123,7 @@ void TestZukImport::csv()
     const struct {
         QByteArray bytes;
         const char *encoding;
-        const char *records; // "line:field|field" or "line!fault", in angle brackets
+        const char *records;
     } rows[] = {{"\357\273\277a;b\r\nc;\r\n", "UTF-8", "<1:a|b><2:c|>"},
                 {"\"a;b\";\"say \"\"hi\"\"\"\n\"c\r\nd\";e\nf;g", "UTF-8", "<1:a;b|say \"hi\"><2:c\nd|e><4:f|g>"},
                 {"a\n\n\r\nb\rc", "UTF-8", "<1:a><4:b><5:c>"},
@@ -127,37 +133,20 @@ void TestZukImport::csv()
                 {"a\n\x8Agar\nb\n", "UTF-8", "<1:a><2!not valid in the given encoding><3:b>"},
                 {"\x8Agar;\xE8\n", "windows-1250", "<1:Šgar|č>"},
                 {QByteArray("\377\376a\0;\0b\0\n\0c\0", 12), "UTF-16", "<1:a|b><2:c>"}};
-    for (const auto &row : rows) {
-        QBuffer buffer;
-        buffer.setData(row.bytes);
-        QVERIFY(buffer.open(QIODevice::ReadOnly));
-        CsvReader reader(buffer, *QTextCodec::codecForName(row.encoding), ';');
-        CsvRecord record;
-        QString records;
-        while (reader.next(record)) {
-            const QString content = record.fault.isEmpty() ? ':' + record.fields.join('|') : '!' + record.fault;
-            records += QString("<%1%2>").arg(record.line).arg(content);
-        }
-        QCOMPARE(records, row.records);
-    }
+    for (const auto &row : rows)
+        QCOMPARE(csvRecords(row.bytes, row.encoding, ';'), row.records);
 }
 
 void TestZukImport::csvAcrossChunks()
 {
     // A long line of two-byte characters behind one byte: every chunk's end cuts a character in two.
     const QString text = QString(300000, QChar(0x10D));
-    QByteArray bytes = "x" + text.toUtf8() + ",y\n" + QByteArray(CsvReader::kMaxRecordChars + 1, 'z') + "\nlast,one\n";
-    QBuffer buffer(&bytes);
-    QVERIFY(buffer.open(QIODevice::ReadOnly));
-    CsvReader reader(buffer, *QTextCodec::codecForName("UTF-8"), ',');
-    CsvRecord record;
-    QVERIFY(reader.next(record));
-    QCOMPARE(record.fields, QStringList({QChar('x') + text, "y"}));
-    QVERIFY(reader.next(record));
-    QVERIFY(record.fault.contains("longer than"));
-    QVERIFY(reader.next(record));
-    QCOMPARE(record.fields, QStringList({"last", "one"}));
-    QVERIFY(!reader.next(record));
+    const QByteArray tooLong(CsvReader::kMaxRecordChars + 1, 'z');
+    const QString records = csvRecords("x" + text.toUtf8() + ",y\n" + tooLong + "\nlast,one\n", "UTF-8", ',');
+    const QString first = "<1:x" + text + "|y>";
+    QVERIFY(records.startsWith(first));
+    QVERIFY2(QRegularExpression("^<2!.*longer than.*><3:last\\|one>$").match(records.mid(first.size())).hasMatch(),
+             qPrintable(records.right(100)));
 }
 
 void TestZukImport::times()
@@ -338,14 +327,11 @@ void TestZukImport::dryRunChangesNothing()
     QVERIFY(wouldDo.contains("events:    2 added"));
 
     site.exec("insert into employees (ID,EMPLID) values (1,'1')");
-    QFile file(site.database());
-    QVERIFY(file.open(QIODevice::ReadOnly));
-    const QByteArray before = file.readAll();
+    const QByteArray before = contentOf(site.database());
     QCOMPARE(site.punch(lines, more), ImportReport::SomeRefused);
     QCOMPARE(site.output(), wouldDo);
-    QVERIFY(file.seek(0));
-    QVERIFY(file.readAll() == before);
-    QCOMPARE(QDir(QFileInfo(file).path()).entryList({"site.db*"}), QStringList{"site.db"});
+    QVERIFY(before.startsWith("SQLite") && contentOf(site.database()) == before);
+    QCOMPARE(QDir(QFileInfo(site.database()).path()).entryList({"site.db*"}), QStringList{"site.db"});
 }
 
 void TestZukImport::employees()
