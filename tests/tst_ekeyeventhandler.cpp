@@ -6,6 +6,8 @@
 #include <QDir>
 #include <QElapsedTimer>
 #include <QLoggingCategory>
+#include <QRandomGenerator>
+#include <QSemaphore>
 #include <QTest>
 
 class TestEkeyEventHandler : public QObject
@@ -18,6 +20,7 @@ private Q_SLOTS:
     void lines_data();
     void lines();
     void autumnHour();
+    void readsTimesAsQt();
     void databaseLacksSomething();
     void boundOnWhatWaits();
     void fileComesAndGoes();
@@ -25,6 +28,7 @@ private Q_SLOTS:
     void growsBehindLockedDatabase();
     void stopsWhileMainThreadIsBusy();
     void withoutFollower();
+    void givesUpWhoHangs();
 };
 
 static const QString kNew = QStringLiteral("Logger::EKEY_CSV_TRACKER Detected new CSV entry");
@@ -206,10 +210,43 @@ void TestEkeyEventHandler::autumnHour()
     QCOMPARE(site.messages().filter("date too old").size(), 2);
 }
 
+/// Any digits and separators, right and wrong ones.
+void TestEkeyEventHandler::readsTimesAsQt()
+{
+    QRandomGenerator random(1);
+    int valid = 0;
+    for (const char *format :
+         {"d.M.yyyy hh:mm:ss", "dd.MM.yyyy HH:mm", "h:m:s d/M/yyyy", "d.M.yy hh:mm", "d. MMM yyyy hh:mm",
+          "ddMMyyyy hh:mm", "d.M.yyyy", "d.d.yyyy hh:mm", "d.M.yyyy h:mm ap"}) {
+        const EkeyTime times(format);
+        for (int i = 0; i < 3000; ++i) {
+            QDateTime time(QDate(2025, 1, 1), QTime(), Qt::UTC);
+            time = time.addSecs(random.bounded(31536000));
+            QString field =
+                time.toString(random.bounded(2) ? QString(format) : QString(format).replace("d.M", "dd.MM"));
+            if (random.bounded(3) == 0)
+                field[random.bounded(field.size())] = QLatin1Char("0123456789.: x"[random.bounded(14)]);
+            const QDateTime expected = QDateTime::fromString(field, format);
+            const QDateTime found = times.read(field);
+            QVERIFY2(found.isValid() == expected.isValid() && found.date() == expected.date() &&
+                         found.time() == expected.time(),
+                     qPrintable(QString(format) + ": " + field));
+            valid += expected.isValid();
+        }
+    }
+    QVERIFY(valid > 10000);
+}
+
 void TestEkeyEventHandler::databaseLacksSomething()
 {
     ReaderSite site;
+    site.database->exec("drop table ULKAIDS");
+    auto lock = site.lock();
     EkeyLineProcessor processor(site.settings, [] {});
+    lock.reset();
+    EkeyLineProcessor::Entries none;
+    processor.take(&none, false);
+    QVERIFY(site.database->insert("ULKAIDS", {{"UID", 5}, {"ULKAID", "70"}}));
     // Tables of the administration's that are missing cost what stands in them.
     site.database->exec("drop table allevents");
     site.database->exec("drop table employees");
@@ -364,14 +401,15 @@ void TestEkeyEventHandler::stopsWhileMainThreadIsBusy()
     const Warnings diagnostics(true);
     site.write("70;2;1;5.1.2026 08:00:00\n70;2;1;5.1.2026 09:00:00\n");
     QVERIFY(Warnings::waitForLine("NEW_LINE 70;2;1;5.1.2026 09:00:00"));
+    site.write("70;2;1;5.1.2026 10:00:00\n"); // not read yet
     QElapsedTimer elapsed;
     elapsed.start();
-    handler.finish();
+    QVERIFY(handler.finish());
     QVERIFY(elapsed.elapsed() < 1000);
     QVERIFY(handler.isFinished());
     QCOMPARE(Warnings::taken().filter("ULKAcsv thread"), QStringList("End ULKAcsv thread  execute"));
-    QCOMPARE(site.times().size(), 2);
-    QCOMPARE(site.messages().last(), QString("Logger::EKEY 70;2;1;5.1.2026 09:00:00"));
+    QCOMPARE(site.times().size(), 3);
+    QCOMPARE(site.messages().last(), QString("Logger::EKEY 70;2;1;5.1.2026 10:00:00"));
 }
 
 void TestEkeyEventHandler::withoutFollower()
@@ -386,6 +424,25 @@ void TestEkeyEventHandler::withoutFollower()
     QVERIFY(Warnings::waitForLine("no csv_tracker"));
     handler.finish();
     QCOMPARE(site.messages(), QStringList());
+}
+
+/// A thread that the system does not let go of.
+void TestEkeyEventHandler::givesUpWhoHangs()
+{
+    MainThreadWork work;
+    QSemaphore hanging;
+    bool isDone = false;
+    bool isTaken = true;
+    const std::unique_ptr<QThread> thread(QThread::create([&] {
+        hanging.acquire();
+        isTaken = work.run([&isDone] { isDone = true; });
+    }));
+    thread->start();
+    QVERIFY(!work.serve(std::chrono::milliseconds(10)));
+    hanging.release();
+    QVERIFY(thread->wait(10000));
+    settle();
+    QVERIFY(!isTaken && !isDone);
 }
 
 QTEST_GUILESS_MAIN(TestEkeyEventHandler)
