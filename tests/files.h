@@ -11,9 +11,16 @@ inline QString writeFile(const QString &path, const QByteArray &content)
     return file.open(QIODevice::WriteOnly) && file.write(content) == content.size() ? path : QString();
 }
 
-/// A whole file; "no file" when it cannot be read.
-inline QByteArray contentOf(const QString &path)
+/// The same, and it can be run.
+inline bool writeProgram(const QString &path, const QByteArray &content)
+{
+    return !writeFile(path, content).isEmpty() &&
+           QFile::setPermissions(path, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+}
+
+/// A whole file.
+inline QByteArray contentOf(const QString &path, const QByteArray &missing = "no file")
 {
     QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("no file");
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : missing;
 }

@@ -1,8 +1,8 @@
+#include "files.h"
 #include "qtservicecontroller.h"
 #include "serviceshell.h"
 #include "systemdservicemanager.h"
 #include "systemdunit.h"
-#include "testfile.h"
 
 #include <QDir>
 #include <QProcess>
@@ -26,8 +26,8 @@ private Q_SLOTS:
 
 private:
     QString path(const QString &name) const { return m_folder->filePath(name); }
-    bool write(const QString &name, const QByteArray &text) const { return writeFile(path(name), text); }
-    QString read(const QString &name) const { return QString::fromUtf8(readFile(path(name))); }
+    bool write(const QString &name, const QByteArray &text) const { return writeProgram(path(name), text); }
+    QString read(const QString &name) const { return QString::fromUtf8(contentOf(path(name), {})); }
     std::shared_ptr<SystemdServiceManager> systemd() const;
     Outcome run(const QStringList &arguments) const
     {
@@ -187,7 +187,7 @@ void TestSystemdService::unit()
 /// The unit of the package is the one that is written for its place and account.
 void TestSystemdService::packagedUnit()
 {
-    const QStringList packaged = QString::fromUtf8(readFile(ZUK_PACKAGED_UNIT)).remove('"').split('\n');
+    const QStringList packaged = QString::fromUtf8(contentOf(ZUK_PACKAGED_UNIT)).remove('"').split('\n');
     ServiceManager::Installation service;
     service.description = QStringLiteral("ZUK3 server");
     service.executable = QStringLiteral("/opt/zuk3srv/zuk3server");

@@ -1,5 +1,5 @@
 #include "attendancefile.h"
-#include "testfile.h"
+#include "files.h"
 #include "webclient.h"
 
 #include <QDir>
@@ -61,7 +61,7 @@ void TestZuk3Server::init()
     m_folder = std::make_unique<QTemporaryDir>();
     QVERIFY(QDir().mkdir(inFolder("")) && QDir().mkdir(inLaunch("")));
     QVERIFY(QFile::copy(QStringLiteral(ZUK_SERVER), inFolder("zuk3server")));
-    QVERIFY(writeFile(inFolder("ZUKSERW.INI"), "[WEBS]\nPORT=any\n")); // no number: the system chooses
+    QVERIFY(!writeFile(inFolder("ZUKSERW.INI"), "[WEBS]\nPORT=any\n").isEmpty()); // no number: the system chooses
 }
 
 /// With a variable, as NAME=value, beside those of the test. The program is the server unless named.
@@ -142,13 +142,13 @@ void TestZuk3Server::startByHand()
     QFETCH(QByteArray, job);
     QFETCH(QByteArray, error);
     const QByteArray script = "#!/bin/sh\necho \"$@\" >> calls\ncase \"$*\" in *show*) echo active; exit 0;; esac\n";
-    QVERIFY(writeFile(inLaunch("systemctl"), script + (error.isEmpty() ? "exit 0\n" : "exit 1\n")));
+    QVERIFY(writeProgram(inLaunch("systemctl"), script + (error.isEmpty() ? "exit 0\n" : "exit 1\n")));
     launch(arguments.split(' ', Qt::SkipEmptyParts), "PATH=" + inLaunch(":") + qEnvironmentVariable("PATH"));
     QCOMPARE(result(), error.isEmpty() ? 0 : 1);
     const QByteArray output = m_server->readAllStandardError();
     QVERIFY2(error.isEmpty() ? output.isEmpty() : output.endsWith(error), output);
     QCOMPARE(m_server->readAllStandardOutput(), QByteArray());
-    QVERIFY(readFile(inLaunch("calls")).endsWith(job + " zuk3srv.service\n"));
+    QVERIFY(contentOf(inLaunch("calls")).endsWith(job + " zuk3srv.service\n"));
     QVERIFY(!QFile::exists(inFolder("zuknetserver.db")) && !QFile::exists(inLaunch("debug.txt")));
 }
 
@@ -189,7 +189,7 @@ void TestZuk3Server::serviceRun()
 void TestZuk3Server::consoleRun()
 {
     QVERIFY(fillAttendance(*std::make_unique<DataBase>(inFolder("zuknetserver.db")), threeEmployees()));
-    QVERIFY(writeFile(inLaunch("debug.txt"), "from an earlier run"));
+    QVERIFY(!writeFile(inLaunch("debug.txt"), "from an earlier run").isEmpty());
     launch({QStringLiteral("-debug")});
     WebClient client(port());
     QVERIFY(client.logIn());
@@ -221,7 +221,7 @@ void TestZuk3Server::unusableDatabase()
     else if (kind == QLatin1String("marker is a folder"))
         QVERIFY(QDir().mkdir(inLaunch("debug.txt")));
     else if (kind != QLatin1String("missing"))
-        QVERIFY(writeFile(path, content));
+        QVERIFY(!writeFile(path, content).isEmpty());
     if (kind == QLatin1String("read-only"))
         QVERIFY(QFile::setPermissions(path, QFile::ReadOwner));
 
@@ -231,7 +231,7 @@ void TestZuk3Server::unusableDatabase()
     QCOMPARE(answer.lookup("data").lookup("reason").toString(), QStringLiteral("User unknown!"));
     m_server->terminate();
     QCOMPARE(result(), 0);
-    QVERIFY(content.isEmpty() || readFile(path) == content);
+    QVERIFY(content.isEmpty() || contentOf(path) == content);
 }
 
 QTEST_GUILESS_MAIN(TestZuk3Server)
