@@ -98,11 +98,7 @@ private:
 
 WindowsServiceManager::WindowsServiceManager(const QString &library) : m_functions(load(library)) {}
 
-WindowsServiceManager::~WindowsServiceManager()
-{
-    if (m_dispatcher)
-        releaseService(0);
-}
+WindowsServiceManager::~WindowsServiceManager() = default;
 
 WindowsServiceManager::OpenHandle WindowsServiceManager::openManager(Dword access) const
 {
