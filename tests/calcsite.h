@@ -51,7 +51,7 @@ public:
     QAny day(qint64 user, const QString &day) const { return row("DAYS", user, day); }
     QAny sum(qint64 user) const { return row("CALCsum", user); }
     /// The remarks of that day, joined by "; ".
-    QString remarks(qint64 user, const QString &day) const;
+    QString remarks(qint64 user, const QString &date) const;
     QAny pairs(qint64 user, const QString &list = "CALC") const { return row(list, user).value("PAIRS"); }
     /// Ids of the employees in their order.
     QList<qint64> users(const QString &list = "CALC") const;
@@ -68,8 +68,8 @@ class CalcSite
 {
 public:
     CalcSite();
-    /// With employee 1, Novak Ana, and the events.
-    explicit CalcSite(const QString &events, const QString &schedule = kDay, const QString &settings = kNoRules,
+    /// With employee 1, Novak Ana, and the events of the script.
+    explicit CalcSite(const QString &script, const QString &schedule = kDay, const QString &settings = kNoRules,
                       const QString &columns = {});
 
     DataBase &database() { return *m_database; }
