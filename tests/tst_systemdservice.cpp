@@ -66,6 +66,7 @@ std::shared_ptr<SystemdServiceManager> TestSystemdService::systemd() const
     SystemdServiceManager::Options options;
     options.systemctl = path("systemctl");
     options.unitFolders = QStringList{path("own"), path("package")};
+    options.isBooted = true;
     options.queryTimeoutMs = 30000;
     options.jobTimeoutMs = read("trouble").startsWith("hangs") ? 300 : 30000;
     return std::make_shared<SystemdServiceManager>(options);
@@ -85,6 +86,8 @@ void TestSystemdService::commandLine_data()
     rows.done("uninstall", "active", {"-u"}, rows.uninstalled, {"stop zuk3srv.service", disable, "daemon-reload"});
     rows.done("uninstall where systemd does not run", "inactive", {"-u"}, rows.uninstalled, {disable, "daemon-reload"},
               "fails on daemon-reload");
+    rows.failed("uninstall in an unknown state", "active", {"-u"}, "The service zuk3srv could not be uninstalled\n", {},
+                "fails on show");
     rows.failed("uninstall without one", "", {"-u"}, rows.notInstalled);
     rows.done("version, running", "active", {"-v"}, rows.version.arg(program, "installed and running"));
     rows.done("version, starting", "activating", {"-v"}, rows.version.arg(program, "installed and running"));

@@ -25,6 +25,8 @@ public:
         /// on behind it counts as failed.
         int queryTimeoutMs = 10000;
         int jobTimeoutMs = 90000;
+        /// Whether systemd runs this system; elsewhere, as in an image that is being made, it only keeps files.
+        bool isBooted = isSystemBooted();
     };
 
     SystemdServiceManager();
@@ -49,10 +51,13 @@ public:
     void report(State state) override;
     void releaseService(int exitCode) override;
 
+    static bool isSystemBooted();
+
 private:
     QString unitPath(const QString &folder, const QString &name) const;
     QString startLink(const QString &name) const;
     QString installedUnit(const QString &name) const;
+    std::optional<bool> runningState(const QString &name) const;
     std::optional<QString> systemctl(const QStringList &arguments, int timeoutMs) const;
 
     Options m_options;

@@ -117,14 +117,27 @@ std::optional<ServiceManager::ServiceInfo> SystemdServiceManager::query(const QS
     return info;
 }
 
+bool SystemdServiceManager::isSystemBooted()
+{
+    return sd_booted() > 0;
+}
+
 bool SystemdServiceManager::isRunning(const QString &name)
+{
+    return runningState(name).value_or(false);
+}
+
+/// Nothing when systemctl does not say.
+std::optional<bool> SystemdServiceManager::runningState(const QString &name) const
 {
     // One that starts or stops is not "active".
     const std::optional<QString> state = systemctl(
         {QStringLiteral("show"), QStringLiteral("--value"), QStringLiteral("--property=ActiveState"), unitName(name)},
         m_options.queryTimeoutMs);
+    if (!state)
+        return {};
     // It says nothing where it ignores the question.
-    return state && !state->isEmpty() && *state != QLatin1String("inactive") && *state != QLatin1String("failed");
+    return !state->isEmpty() && *state != QLatin1String("inactive") && *state != QLatin1String("failed");
 }
 
 bool SystemdServiceManager::install(const Installation &service)
@@ -165,7 +178,10 @@ bool SystemdServiceManager::uninstall(const QString &name)
         return false;
     }
     // In two steps, so that it can be removed where systemd does not run.
-    if (isRunning(name) && !systemctl({QStringLiteral("stop"), unitName(name)}, m_options.jobTimeoutMs))
+    const std::optional<bool> state = runningState(name);
+    if (!state && m_options.isBooted)
+        return false;
+    if (state.value_or(false) && !systemctl({QStringLiteral("stop"), unitName(name)}, m_options.jobTimeoutMs))
         return false;
     if (!systemctl({QStringLiteral("disable"), unitName(name)}, m_options.jobTimeoutMs))
         return false;
