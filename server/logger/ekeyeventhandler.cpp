@@ -64,6 +64,7 @@ void EkeyEventHandler::run()
         if (!trackingStep())
             pause(m_isInitialRun ? kInitialStepMs : kStepMs);
     }
+    deliver(); // before the file is touched again, which may hang
     readLastLines();
     deliver();
     qCDebug(ekeyLog, "End ULKAcsv thread  execute");
@@ -115,12 +116,12 @@ void EkeyEventHandler::readLastLines()
 {
     const QDeadlineTimer deadline(kLastLinesMs);
     while (!m_isInitialRun && m_follower && m_follower->poll() == CsvFollower::NewLine) {
-        addLine(m_follower->line());
         if (deadline.hasExpired()) {
-            qWarning().noquote() << "EkeyEventHandler::readLastLines lines behind this one are left, no events:"
+            qWarning().noquote() << "EkeyEventHandler::readLastLines left without events, from this line on:"
                                  << EkeyLine::textOf(m_follower->line());
             return;
         }
+        addLine(m_follower->line());
     }
 }
 

@@ -158,7 +158,8 @@ bool EkeyLineProcessor::prepare(const QByteArray &bytes, bool atOnce, Outcome *o
         return true;
     }
     QAny employee;
-    if (!readValue(kEmployeeOfUser.arg(line.user()), &employee)) {
+    if (m_isUnreadable || !readValue(kEmployeeOfUser.arg(line.user()), &employee)) {
+        m_isUnreadable = atOnce; // at the end no line waits for it once more
         if (atOnce)
             qWarning().noquote() << "EkeyLineProcessor::prepare lost, the users cannot be read:" << line.text();
         return atOnce;

@@ -64,6 +64,7 @@ private:
 
     EkeySettings m_settings;
     bool m_hasTable = false;
+    bool m_isUnreadable = false;
     std::function<void()> m_roomAgain;
     EkeyToday m_today;
     EkeyTime m_time;
