@@ -2,7 +2,7 @@
 if(CMAKE_SYSTEM_NAME STREQUAL "Linux") # the measured servers are forked
     zuk_bench(bench_rpc zuk_knetrpc)
     foreach(name bench_terminals bench_ekey)
-        zuk_bench(${name} zuk_logger)
+        zuk_bench(${name} zuk_reader)
         target_include_directories(${name} PRIVATE ${CMAKE_SOURCE_DIR}/tests)
         target_compile_definitions(${name} PRIVATE
             ZUK_SCHEMA_FILE="${CMAKE_SOURCE_DIR}/packaging/attendance-schema.sql")

@@ -6,8 +6,8 @@ target_compile_definitions(zuk_terminalsite PRIVATE
 
 zuk_test(tst_logger zuk_terminalsite)
 zuk_test(tst_sessions zuk_terminalsite)
-zuk_test(tst_csvfollower zuk_logger)
-zuk_test(tst_ekeyeventhandler zuk_terminalsite)
+zuk_test(tst_csvfollower zuk_reader)
+zuk_test(tst_ekeyeventhandler zuk_terminalsite zuk_reader)
 zuk_test(tst_keptwrites zuk_storage)
 target_compile_definitions(tst_ekeyeventhandler PRIVATE
     ZUK_SCHEMA_FILE="${CMAKE_SOURCE_DIR}/packaging/attendance-schema.sql")

@@ -90,12 +90,12 @@ void TestLogger::eventSurvivesMissingJournal()
     TerminalSite site;
     const QString id = site.terminal(5);
     site.database->exec("drop table allevents");
-    expectWarning("^EventJournal::addRow no row written for user 7 time 60");
+    expectWarning("^EventStore::addRow no row written for user 7 time 60");
     QCOMPARE(site.ask(id, "logger.event", R"({"USER":"7","TIMESTAMP":60})"), QString("true"));
     QCOMPARE(site.rows("select USER from events"), QStringList("7"));
     // What is no event at all has no row, and the same answer.
     expectWarning("^DataBase::select");
-    expectWarning("^EventJournal::addRow event not found");
+    expectWarning("^EventStore::addRow event not found");
     QCOMPARE(site.ask(id, "logger.event", "[1]"), QString("true"));
     QCOMPARE(site.rows("select USER from events"), QStringList("7"));
     QCOMPARE(site.journal->keptEvents().count(), 0);

@@ -136,7 +136,7 @@ void TestSessions::catchUp()
     expectWarning("^MainTerminalService::catchUp terminal 5 3 unusable log lines");
     expectWarning("^MainTerminalService::catchUp terminal 5 1 unusable events");
     expectWarning("^DataBase::select\\(\\)"); // the user that is no number stands bare in the read-back
-    expectWarning("^EventJournal::addRow event not found, user x' time 601");
+    expectWarning("^EventStore::addRow event not found, user x' time 601");
     QVERIFY(!m_site->terminal(5).isEmpty());
     QVERIFY(m_site->waitForCatchUps());
 

@@ -1,7 +1,7 @@
 #include "logger.h"
 
 #include "adminterminalservice.h"
-#include "eventjournal.h"
+#include "eventstore.h"
 #include "mainterminalservice.h"
 
 #include <QDateTime>
@@ -91,7 +91,7 @@ QAny Logger::event(const QString &connectionId, const QAny &params)
 DataBase::Failure Logger::storeEvent(DataBase &database, const QAny &params)
 {
     // Deliberate: where the event can never be stored, the journal step still runs.
-    const DataBase::Failure failure = EventJournal::insert(database, params, EventJournal::UserText::Quoted);
+    const DataBase::Failure failure = EventStore::insert(database, params, EventStore::UserText::Quoted);
     if (failure == DataBase::Failure::Passing || addAllEvent(params) == DataBase::Failure::Passing)
         return DataBase::Failure::Passing;
     return DataBase::Failure::None;
@@ -101,7 +101,7 @@ DataBase::Failure Logger::addAllEvent(const QAny &params)
 {
     if (!db())
         return DataBase::Failure::Passing;
-    return EventJournal::addRow(*db(), params, EventJournal::UserText::Quoted, [&params](QAny &row, const QAny &) {
+    return EventStore::addRow(*db(), params, EventStore::UserText::Quoted, [&params](QAny &row, const QAny &) {
         row.insert(QStringLiteral("REMARK"), params.lookup(QStringLiteral("ALLEVREMARK")).toString());
         row.insert(QStringLiteral("TAG"), 0);
     });

@@ -1,6 +1,6 @@
 #include "terminalcatchup.h"
 
-#include "eventjournal.h"
+#include "eventstore.h"
 #include "rpccall.h"
 #include "terminalservice.h"
 
@@ -8,7 +8,7 @@
 
 #include <algorithm>
 
-using EventJournal::UserText;
+using EventStore::UserText;
 using Failure = DataBase::Failure;
 
 namespace {
@@ -158,9 +158,9 @@ Failure TerminalCatchUp::storeEvents(DataBase &database, const QAny &rows) const
     for (int i = 0; i < rows.count(); ++i) {
         const QAny &event = rows.at(i);
         // A failure that lasts ends neither this event's journal row nor the events behind it.
-        if (EventJournal::insert(database, event, UserText::Bare) == Failure::Passing)
+        if (EventStore::insert(database, event, UserText::Bare) == Failure::Passing)
             return Failure::Passing;
-        if (EventJournal::addRow(database, event, UserText::Bare, completeJournalRow) == Failure::Passing)
+        if (EventStore::addRow(database, event, UserText::Bare, completeJournalRow) == Failure::Passing)
             return Failure::Passing;
     }
     return Failure::None;

@@ -2,7 +2,7 @@
 
 #include "ekeyline.h"
 #include "ekeylog.h"
-#include "eventjournal.h"
+#include "eventstore.h"
 #include "logger.h"
 #include "mainterminalservice.h"
 
@@ -76,13 +76,13 @@ Failure logRow(DataBase &database, const QString &message)
 /// The event and its journal row.
 Failure storeEvent(DataBase &database, const QAny &event)
 {
-    const Failure inserted = EventJournal::insert(database, event, EventJournal::UserText::Bare);
+    const Failure inserted = EventStore::insert(database, event, EventStore::UserText::Bare);
     qCDebug(ekeyLog) << "db()->insert(events,event) :" << (inserted == Failure::None);
     if (inserted == Failure::Passing)
         return inserted;
     QAny found;
     const Failure journaled =
-        EventJournal::addRow(database, event, EventJournal::UserText::Bare, [&](QAny &row, const QAny &stored) {
+        EventStore::addRow(database, event, EventStore::UserText::Bare, [&](QAny &row, const QAny &stored) {
             found = stored;
             row.insert(QStringLiteral("REMARK"), QStringLiteral("EKEY%1 CSV").arg(event.lookup(kTerminal).toInteger()));
             row.insert(QStringLiteral("TAG"), 0);

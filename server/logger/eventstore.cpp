@@ -1,4 +1,4 @@
-#include "eventjournal.h"
+#include "eventstore.h"
 
 #include <QDebug>
 
@@ -32,13 +32,13 @@ QAny without(const QAny &hash, const QString &column)
 
 } // namespace
 
-QAny EventJournal::storedEvent(DataBase &database, const QAny &event, UserText form)
+QAny EventStore::storedEvent(DataBase &database, const QAny &event, UserText form)
 {
     const QString &sql = form == UserText::Quoted ? kReadBackQuoted : kReadBackBare;
     return database.firstRow(sql.arg(event.lookup(kUser).toString(), event.lookup(kTimestamp).toString()));
 }
 
-DataBase::Failure EventJournal::insert(DataBase &database, const QAny &event, UserText form)
+DataBase::Failure EventStore::insert(DataBase &database, const QAny &event, UserText form)
 {
     if (database.insert(kEvents, event))
         return DataBase::Failure::None;
@@ -52,7 +52,7 @@ DataBase::Failure EventJournal::insert(DataBase &database, const QAny &event, Us
     return database.insert(kEvents, unnumbered) ? DataBase::Failure::None : database.lastFailure();
 }
 
-DataBase::Failure EventJournal::addRow(DataBase &database, const QAny &event, UserText form, const Complete &complete)
+DataBase::Failure EventStore::addRow(DataBase &database, const QAny &event, UserText form, const Complete &complete)
 {
     const QAny stored = storedEvent(database, event, form);
     const bool found = stored.isHash();
@@ -68,7 +68,7 @@ DataBase::Failure EventJournal::addRow(DataBase &database, const QAny &event, Us
     }
     if (database.lastFailure() == DataBase::Failure::Passing)
         return DataBase::Failure::Passing;
-    qWarning().noquote() << "EventJournal::addRow" << (found ? "no row written for user" : "event not found, user")
+    qWarning().noquote() << "EventStore::addRow" << (found ? "no row written for user" : "event not found, user")
                          << event.lookup(kUser).toString() << "time" << event.lookup(kTimestamp).toString();
     return DataBase::Failure::Lasting;
 }
