@@ -1,6 +1,6 @@
 #include "calc21.h"
 
-#include "calcparse21.h"
+#include "summaries.h"
 #include "calcreader.h"
 #include "calcrecords.h"
 #include "pairing.h"

@@ -1,4 +1,4 @@
-#include "calcparse21.h"
+#include "summaries.h"
 
 #include "calcrecords.h"
 
