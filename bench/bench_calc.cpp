@@ -2,11 +2,11 @@
 // of very different size.
 
 #include "alternating.h"
-#include "database.h"
-#include "democompany.h"
-#include "dialogcalc3.h"
+#include "calc/dialogcalc3.h"
 #include "qany.h"
-#include "webmetods.h"
+#include "server/web/webmetods.h"
+#include "storage/database.h"
+#include "tools/demodata/democompany.h"
 
 #include <benchmark/benchmark.h>
 

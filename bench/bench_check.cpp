@@ -3,15 +3,15 @@
 // same calculation in process, and a large file both ways. Prints each against its target, then the usual table; ends
 // with 1 when a target is missed.
 
-#include "admincheckservice.h"
-#include "adminterminalservice.h"
 #include "alternating.h"
-#include "democompany.h"
-#include "dialogcalc3.h"
-#include "logger.h"
-#include "rpccontroller.h"
+#include "calc/dialogcalc3.h"
+#include "knetrpc/rpccontroller.h"
+#include "server/check/admincheckservice.h"
+#include "server/logger/logger.h"
+#include "server/sessions/adminterminalservice.h"
 #include "serverprocess.h"
 #include "target.h"
+#include "tools/demodata/democompany.h"
 #include "wireclient.h"
 
 #include <QDir>

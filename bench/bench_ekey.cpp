@@ -4,7 +4,7 @@
 // target is missed.
 
 #include "alternating.h"
-#include "ekeyeventhandler.h"
+#include "server/reader/ekeyeventhandler.h"
 #include "serverprocess.h"
 #include "siteterminals.h"
 #include "target.h"

@@ -4,7 +4,7 @@
 
 #include "alternating.h"
 #include "jsonparser.h"
-#include "rpccontroller.h"
+#include "knetrpc/rpccontroller.h"
 #include "serverprocess.h"
 #include "target.h"
 #include "wireclient.h"

@@ -2,7 +2,7 @@
 // statements, in the same kind of file with the same settings. Prints the ratios, then the usual table; ends with 1
 // when the target is missed.
 
-#include "database.h"
+#include "storage/database.h"
 
 #include <QCoreApplication>
 #include <QLoggingCategory>

@@ -1,10 +1,10 @@
 #pragma once
 
 #include "attendancefile.h"
-#include "database.h"
-#include "logger.h"
-#include "mainterminalservice.h"
-#include "rpccontroller.h"
+#include "knetrpc/rpccontroller.h"
+#include "server/logger/logger.h"
+#include "server/sessions/mainterminalservice.h"
+#include "storage/database.h"
 #include "wireclient.h"
 
 #include <QCoreApplication>

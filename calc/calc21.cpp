@@ -1,9 +1,9 @@
-#include "calc21.h"
+#include "calc/calc21.h"
 
-#include "summaries.h"
-#include "calcreader.h"
-#include "calcrecords.h"
-#include "pairing.h"
+#include "calc/input/calcreader.h"
+#include "calc/output/calcrecords.h"
+#include "calc/rules/pairing.h"
+#include "calc/rules/summaries.h"
 
 #include <QDebug>
 

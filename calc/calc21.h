@@ -1,7 +1,7 @@
 #pragma once
 
-#include "calcerrors.h"
-#include "calcinputs.h"
+#include "calc/rules/calcerrors.h"
+#include "calc/rules/calcinputs.h"
 #include "qany.h"
 
 #include <QDate>

@@ -1,9 +1,9 @@
-#include "dialogcalc3.h"
+#include "calc/dialogcalc3.h"
 
-#include "calc21.h"
-#include "calcrecords.h"
-#include "database.h"
-#include "packedrows.h"
+#include "calc/calc21.h"
+#include "calc/output/calcrecords.h"
+#include "calc/output/packedrows.h"
+#include "storage/database.h"
 
 #include <QDateTime>
 #include <QDebug>

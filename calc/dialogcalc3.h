@@ -1,6 +1,6 @@
 #pragma once
 
-#include "calcsettings.h"
+#include "calc/rules/calcsettings.h"
 #include "qany.h"
 
 #include <QDate>

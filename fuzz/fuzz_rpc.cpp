@@ -1,8 +1,8 @@
 // Whatever a peer sends, in whatever pieces, and whenever it goes: the server must handle it to the end, keep nothing
 // of the connection, and go on serving others.
 
-#include "rpccall.h"
-#include "rpccontroller.h"
+#include "knetrpc/rpccall.h"
+#include "knetrpc/rpccontroller.h"
 
 #include <QCoreApplication>
 #include <QDeadlineTimer>

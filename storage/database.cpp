@@ -1,6 +1,6 @@
-#include "database.h"
+#include "storage/database.h"
 
-#include "statementcache.h"
+#include "storage/statementcache.h"
 
 #include <QCoreApplication>
 #include <QDebug>

@@ -1,4 +1,4 @@
-#include "keptwrites.h"
+#include "storage/keptwrites.h"
 
 #include <QDebug>
 #include <QElapsedTimer>

@@ -1,4 +1,4 @@
-#include "statementcache.h"
+#include "storage/statementcache.h"
 
 StatementCache::Lease::~Lease()
 {

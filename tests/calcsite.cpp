@@ -1,8 +1,8 @@
 #include "calcsite.h"
 
 #include "attendancefile.h"
-#include "calc21.h"
-#include "dialogcalc3.h"
+#include "calc/calc21.h"
+#include "calc/dialogcalc3.h"
 
 #include <QDateTime>
 #include <QRegularExpression>

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "admincheckservice.h"
-#include "terminalcheckservice.h"
+#include "server/check/admincheckservice.h"
+#include "server/check/terminalcheckservice.h"
 #include "terminalsite.h"
 
 /// A site with the services that terminals and administration clients may use once they have logged in.

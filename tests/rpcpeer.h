@@ -3,8 +3,8 @@
 #include "qany.h"
 
 #include "jsonparser.h"
-#include "rpccontroller.h"
-#include "rpcprotocol.h"
+#include "knetrpc/rpccontroller.h"
+#include "knetrpc/rpcprotocol.h"
 
 #include <QList>
 #include <QObject>

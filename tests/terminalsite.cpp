@@ -1,9 +1,9 @@
 #include "terminalsite.h"
 
 #include "attendancefile.h"
-#include "rpccall.h"
+#include "knetrpc/rpccall.h"
 #include "rpcpeer.h"
-#include "terminalcatchup.h"
+#include "server/sessions/terminalcatchup.h"
 
 #include <QSignalSpy>
 #include <QSqlQuery>

@@ -1,10 +1,10 @@
 #pragma once
 
-#include "adminterminalservice.h"
-#include "database.h"
-#include "logger.h"
-#include "mainterminalservice.h"
-#include "rpccontroller.h"
+#include "knetrpc/rpccontroller.h"
+#include "server/logger/logger.h"
+#include "server/sessions/adminterminalservice.h"
+#include "server/sessions/mainterminalservice.h"
+#include "storage/database.h"
 
 #include <QObject>
 #include <QStringList>

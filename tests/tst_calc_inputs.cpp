@@ -1,6 +1,6 @@
-#include "calcsettings.h"
+#include "calc/input/metaevents.h"
+#include "calc/rules/calcsettings.h"
 #include "calcsite.h"
-#include "metaevents.h"
 
 namespace {
 const QString kShift = "07:00 101; 15:00 102";

@@ -1,9 +1,9 @@
 #include "attendancefile.h"
+#include "calc/dialogcalc3.h"
 #include "checksite.h"
-#include "dialogcalc3.h"
 #include "files.h"
-#include "filetransfer.h"
 #include "rpcpeer.h"
+#include "server/check/filetransfer.h"
 
 #include <QDir>
 #include <QMetaMethod>

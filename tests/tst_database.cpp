@@ -1,5 +1,5 @@
-#include "database.h"
-#include "statementcache.h"
+#include "storage/database.h"
+#include "storage/statementcache.h"
 
 #include <QSqlError>
 #include <QTemporaryDir>

@@ -1,6 +1,6 @@
-#include "database.h"
-#include "democompany.h"
+#include "storage/database.h"
 #include "toolrun.h"
+#include "tools/demodata/democompany.h"
 
 #include <QDateTime>
 #include <QTemporaryDir>

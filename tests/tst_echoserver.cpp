@@ -1,6 +1,6 @@
-#include "database.h"
-#include "echoserver.h"
-#include "sslechoserver.h"
+#include "server/web/echoserver.h"
+#include "server/web/sslechoserver.h"
+#include "storage/database.h"
 #include "webclient.h"
 
 #include <QLoggingCategory>

@@ -1,6 +1,6 @@
 #include "attendancefile.h"
-#include "ekeyeventhandler.h"
 #include "rpcpeer.h"
+#include "server/reader/ekeyeventhandler.h"
 #include "terminalsite.h"
 
 #include <QDir>

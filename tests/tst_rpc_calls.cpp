@@ -1,7 +1,7 @@
-#include "idgenerator.h"
-#include "rpccall.h"
+#include "knetrpc/idgenerator.h"
+#include "knetrpc/rpccall.h"
+#include "knetrpc/rpcserver.h"
 #include "rpcpeer.h"
-#include "rpcserver.h"
 
 #include <QCoreApplication>
 #include <QPointer>

@@ -1,4 +1,4 @@
-#include "rpcconnection.h"
+#include "knetrpc/rpcconnection.h"
 #include "rpcpeer.h"
 
 #include <QMetaMethod>

@@ -1,8 +1,8 @@
-#include "qtserviceappeventfilter.h"
-#include "qtservicecontroller.h"
+#include "server/service/qtserviceappeventfilter.h"
+#include "server/service/qtservicecontroller.h"
+#include "server/service/windowsservicemanager.h"
 #include "serviceshell.h"
 #include "standin_advapi32.h"
-#include "windowsservicemanager.h"
 
 #include <QDir>
 #include <QLibrary>

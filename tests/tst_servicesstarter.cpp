@@ -1,13 +1,13 @@
-#include "adminterminalservice.h"
-#include "configuration.h"
-#include "database.h"
-#include "echoserver.h"
-#include "ekeyeventhandler.h"
 #include "jsonparser.h"
-#include "logger.h"
-#include "mainterminalservice.h"
-#include "rpccontroller.h"
-#include "servicesstarter.h"
+#include "knetrpc/rpccontroller.h"
+#include "server/host/configuration.h"
+#include "server/host/servicesstarter.h"
+#include "server/logger/logger.h"
+#include "server/reader/ekeyeventhandler.h"
+#include "server/sessions/adminterminalservice.h"
+#include "server/sessions/mainterminalservice.h"
+#include "server/web/echoserver.h"
+#include "storage/database.h"
 
 #include <QDir>
 #include <QElapsedTimer>

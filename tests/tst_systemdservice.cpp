@@ -1,8 +1,8 @@
 #include "files.h"
-#include "qtservicecontroller.h"
+#include "server/service/qtservicecontroller.h"
+#include "server/service/systemdservicemanager.h"
+#include "server/service/systemdunit.h"
 #include "serviceshell.h"
-#include "systemdservicemanager.h"
-#include "systemdunit.h"
 
 #include <QDir>
 #include <QProcess>

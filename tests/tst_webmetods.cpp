@@ -1,6 +1,6 @@
 #include "attendancefile.h"
-#include "logger.h"
-#include "webmetods.h"
+#include "server/logger/logger.h"
+#include "server/web/webmetods.h"
 
 #include <QTemporaryDir>
 #include <QTest>

@@ -1,9 +1,9 @@
 #include "attendancefile.h"
 #include "checksite.h"
 #include "files.h"
-#include "rpccall.h"
+#include "knetrpc/rpccall.h"
 #include "toolrun.h"
-#include "transferprogress.h"
+#include "tools/zukadmin/transferprogress.h"
 
 #include <QRandomGenerator>
 #include <QRegularExpression>

@@ -1,13 +1,13 @@
-#include "csvreader.h"
-#include "eventbuilder.h"
 #include "files.h"
-#include "importer.h"
-#include "importoptions.h"
-#include "importreport.h"
-#include "importstore.h"
-#include "punchclock.h"
-#include "slovenianholidays.h"
-#include "wordtable.h"
+#include "tools/zukimport/csvreader.h"
+#include "tools/zukimport/eventbuilder.h"
+#include "tools/zukimport/importer.h"
+#include "tools/zukimport/importoptions.h"
+#include "tools/zukimport/importreport.h"
+#include "tools/zukimport/importstore.h"
+#include "tools/zukimport/punchclock.h"
+#include "tools/zukimport/slovenianholidays.h"
+#include "tools/zukimport/wordtable.h"
 
 #include <QBuffer>
 #include <QSqlRecord>

@@ -1,8 +1,8 @@
 #include "checksite.h"
 #include "files.h"
-#include "latencystats.h"
 #include "rpcpeer.h"
 #include "toolrun.h"
+#include "tools/zukterm/latencystats.h"
 
 #include <QRegularExpression>
 #include <QTest>

@@ -1,5 +1,5 @@
 #include "attendancefile.h"
-#include "echoserver.h"
+#include "server/web/echoserver.h"
 #include "terminalsite.h"
 #include "toolrun.h"
 

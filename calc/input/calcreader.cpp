@@ -1,6 +1,6 @@
-#include "calcreader.h"
+#include "calc/input/calcreader.h"
 
-#include "database.h"
+#include "storage/database.h"
 
 #include <QDateTime>
 #include <QDebug>

@@ -1,6 +1,6 @@
-#include "metaevents.h"
+#include "calc/input/metaevents.h"
 
-#include "database.h"
+#include "storage/database.h"
 
 #include <QDebug>
 

@@ -1,4 +1,4 @@
-#include "calcrecords.h"
+#include "calc/output/calcrecords.h"
 
 #define ZUK_KEY_TEXT(name, text) QStringLiteral(text),
 #define ZUK_DEFINE_KEYS(space, list)                                                                                   \

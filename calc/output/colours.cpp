@@ -1,4 +1,4 @@
-#include "colours.h"
+#include "calc/output/colours.h"
 
 #include <QColor>
 

@@ -1,4 +1,4 @@
-#include "packedrows.h"
+#include "calc/output/packedrows.h"
 
 namespace {
 

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "colours.h"
+#include "calc/output/colours.h"
+#include "calc/output/timetexts.h"
 #include "qany.h"
-#include "timetexts.h"
 
 #include <QHash>
 

@@ -1,4 +1,4 @@
-#include "timetexts.h"
+#include "calc/output/timetexts.h"
 
 #include <QDateTime>
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "localclock.h"
+#include "calc/rules/localclock.h"
 
 #include <QHash>
 #include <QString>

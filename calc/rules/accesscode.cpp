@@ -1,4 +1,4 @@
-#include "accesscode.h"
+#include "calc/rules/accesscode.h"
 
 namespace {
 

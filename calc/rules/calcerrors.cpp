@@ -1,6 +1,6 @@
-#include "calcerrors.h"
+#include "calc/rules/calcerrors.h"
 
-#include "calcrecords.h"
+#include "calc/output/calcrecords.h"
 
 namespace {
 

@@ -1,12 +1,12 @@
 #pragma once
 
-#include "accesscode.h"
-#include "calcsettings.h"
-#include "localclock.h"
+#include "calc/rules/accesscode.h"
+#include "calc/rules/calcsettings.h"
+#include "calc/rules/localclock.h"
+#include "calc/rules/rulesettings.h"
+#include "calc/rules/schedule.h"
+#include "calc/rules/shiftplan.h"
 #include "qany.h"
-#include "rulesettings.h"
-#include "schedule.h"
-#include "shiftplan.h"
 
 #include <QDate>
 #include <QString>

@@ -1,6 +1,6 @@
-#include "calcsettings.h"
+#include "calc/rules/calcsettings.h"
 
-#include "database.h"
+#include "storage/database.h"
 
 #include <algorithm>
 

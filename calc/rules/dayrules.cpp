@@ -1,4 +1,4 @@
-#include "dayrules.h"
+#include "calc/rules/dayrules.h"
 
 #include <QDebug>
 #include <QLocale>

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "rulesettings.h"
-#include "schedule.h"
+#include "calc/rules/rulesettings.h"
+#include "calc/rules/schedule.h"
 
 #include <QStringList>
 

@@ -1,4 +1,4 @@
-#include "localclock.h"
+#include "calc/rules/localclock.h"
 
 #include <QDateTime>
 

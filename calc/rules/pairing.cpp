@@ -1,4 +1,4 @@
-#include "pairing.h"
+#include "calc/rules/pairing.h"
 
 #include <QDateTime>
 #include <QDebug>

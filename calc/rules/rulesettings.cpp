@@ -1,4 +1,4 @@
-#include "rulesettings.h"
+#include "calc/rules/rulesettings.h"
 
 #include "qany.h"
 

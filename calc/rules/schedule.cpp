@@ -1,4 +1,4 @@
-#include "schedule.h"
+#include "calc/rules/schedule.h"
 
 namespace {
 

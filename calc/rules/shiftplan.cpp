@@ -1,6 +1,6 @@
-#include "shiftplan.h"
+#include "calc/rules/shiftplan.h"
 
-#include "schedule.h"
+#include "calc/rules/schedule.h"
 
 #include <algorithm>
 

@@ -1,6 +1,6 @@
-#include "summaries.h"
+#include "calc/rules/summaries.h"
 
-#include "calcrecords.h"
+#include "calc/output/calcrecords.h"
 
 #include <QDebug>
 

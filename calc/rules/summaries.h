@@ -1,8 +1,8 @@
 #pragma once
 
-#include "calcinputs.h"
-#include "dayrules.h"
-#include "pairing.h"
+#include "calc/rules/calcinputs.h"
+#include "calc/rules/dayrules.h"
+#include "calc/rules/pairing.h"
 
 #include <array>
 #include <map>

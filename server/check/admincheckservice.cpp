@@ -1,11 +1,11 @@
-#include "admincheckservice.h"
+#include "server/check/admincheckservice.h"
 
-#include "adminterminalservice.h"
-#include "database.h"
-#include "mainterminalservice.h"
-#include "restartscript.h"
-#include "rpcprotocol.h"
-#include "terminalsettings.h"
+#include "knetrpc/rpcprotocol.h"
+#include "server/check/restartscript.h"
+#include "server/check/terminalsettings.h"
+#include "server/sessions/adminterminalservice.h"
+#include "server/sessions/mainterminalservice.h"
+#include "storage/database.h"
 
 #include <QDebug>
 #include <QFile>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "checkservice.h"
+#include "server/check/checkservice.h"
 
 #include <QHash>
 

@@ -1,10 +1,10 @@
-#include "checkservice.h"
+#include "server/check/checkservice.h"
 
-#include "abridged.h"
-#include "database.h"
-#include "dialogcalc3.h"
-#include "filetransfer.h"
-#include "logger.h"
+#include "calc/dialogcalc3.h"
+#include "server/check/filetransfer.h"
+#include "server/logger/logger.h"
+#include "server/sessions/abridged.h"
+#include "storage/database.h"
 
 #include <QCoreApplication>
 #include <QDebug>

@@ -1,4 +1,4 @@
-#include "filetransfer.h"
+#include "server/check/filetransfer.h"
 
 #include <QDebug>
 #include <QFile>

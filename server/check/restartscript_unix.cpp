@@ -1,6 +1,6 @@
-#include "restartscript.h"
+#include "server/check/restartscript.h"
 
-#include "systemdlaunch.h"
+#include "server/process/systemdlaunch.h"
 
 #include <QCoreApplication>
 #include <QDebug>

@@ -1,4 +1,4 @@
-#include "restartscript.h"
+#include "server/check/restartscript.h"
 
 #include <QDir>
 #include <QProcess>

@@ -1,6 +1,6 @@
-#include "terminalcheckservice.h"
+#include "server/check/terminalcheckservice.h"
 
-#include "mainterminalservice.h"
+#include "server/sessions/mainterminalservice.h"
 
 #include <QDateTime>
 #include <QDebug>

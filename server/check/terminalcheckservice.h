@@ -1,6 +1,6 @@
 #pragma once
 
-#include "checkservice.h"
+#include "server/check/checkservice.h"
 
 /// What a logged-in attendance terminal may do with the server; the service "terminalcheck".
 class TerminalCheckService : public CheckService

@@ -1,4 +1,4 @@
-#include "terminalsettings.h"
+#include "server/check/terminalsettings.h"
 
 #include <QRegularExpression>
 

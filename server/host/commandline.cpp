@@ -1,4 +1,4 @@
-#include "commandline.h"
+#include "server/host/commandline.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "configuration.h"
+#include "server/host/configuration.h"
 
 #include <QDebug>
 #include <QSettings>

@@ -1,7 +1,7 @@
-#include "consolerun.h"
+#include "server/host/consolerun.h"
 
-#include "servicesstarter.h"
-#include "terminationwatch.h"
+#include "server/host/servicesstarter.h"
+#include "server/process/terminationwatch.h"
 
 #include <QCoreApplication>
 #include <QDir>

@@ -1,6 +1,6 @@
-#include "knetsrvservice.h"
+#include "server/host/knetsrvservice.h"
 
-#include "servicesstarter.h"
+#include "server/host/servicesstarter.h"
 
 #include <QDir>
 #include <QTimer>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "qtservice.h"
+#include "server/service/qtservice.h"
 
 #include <QCoreApplication>
 

@@ -1,7 +1,7 @@
-#include "commandline.h"
-#include "consolerun.h"
-#include "descriptorlimit.h"
-#include "servicerun.h"
+#include "server/host/commandline.h"
+#include "server/host/consolerun.h"
+#include "server/host/servicerun.h"
+#include "server/process/descriptorlimit.h"
 
 #include <QCoreApplication>
 

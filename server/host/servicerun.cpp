@@ -1,7 +1,7 @@
-#include "servicerun.h"
+#include "server/host/servicerun.h"
 
-#include "knetsrvservice.h"
-#include "servicesstarter.h"
+#include "server/host/knetsrvservice.h"
+#include "server/host/servicesstarter.h"
 
 #include <QTimer>
 

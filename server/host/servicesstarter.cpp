@@ -1,15 +1,15 @@
-#include "servicesstarter.h"
+#include "server/host/servicesstarter.h"
 
-#include "admincheckservice.h"
-#include "adminterminalservice.h"
-#include "configuration.h"
-#include "database.h"
-#include "echoserver.h"
-#include "ekeyeventhandler.h"
-#include "logger.h"
-#include "mainterminalservice.h"
-#include "rpccontroller.h"
-#include "terminalcheckservice.h"
+#include "knetrpc/rpccontroller.h"
+#include "server/check/admincheckservice.h"
+#include "server/check/terminalcheckservice.h"
+#include "server/host/configuration.h"
+#include "server/logger/logger.h"
+#include "server/reader/ekeyeventhandler.h"
+#include "server/sessions/adminterminalservice.h"
+#include "server/sessions/mainterminalservice.h"
+#include "server/web/echoserver.h"
+#include "storage/database.h"
 
 #include <QCoreApplication>
 #include <QDebug>

@@ -1,4 +1,4 @@
-#include "eventstore.h"
+#include "server/logger/eventstore.h"
 
 #include <QDebug>
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "database.h"
 #include "qany.h"
+#include "storage/database.h"
 
 #include <functional>
 

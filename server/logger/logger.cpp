@@ -1,8 +1,8 @@
-#include "logger.h"
+#include "server/logger/logger.h"
 
-#include "adminterminalservice.h"
-#include "eventstore.h"
-#include "mainterminalservice.h"
+#include "server/logger/eventstore.h"
+#include "server/sessions/adminterminalservice.h"
+#include "server/sessions/mainterminalservice.h"
 
 #include <QDateTime>
 #include <QNetworkInterface>

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "database.h"
-#include "keptwrites.h"
 #include "qany.h"
+#include "storage/database.h"
+#include "storage/keptwrites.h"
 
 #include <QHostAddress>
 #include <QList>

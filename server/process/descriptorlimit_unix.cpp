@@ -1,4 +1,4 @@
-#include "descriptorlimit.h"
+#include "server/process/descriptorlimit.h"
 
 #include <sys/resource.h>
 

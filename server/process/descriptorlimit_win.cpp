@@ -1,3 +1,3 @@
-#include "descriptorlimit.h"
+#include "server/process/descriptorlimit.h"
 
 void raiseDescriptorLimit() {}

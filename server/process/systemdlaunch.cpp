@@ -1,4 +1,4 @@
-#include "systemdlaunch.h"
+#include "server/process/systemdlaunch.h"
 
 #include <QCoreApplication>
 

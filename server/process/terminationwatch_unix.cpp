@@ -1,4 +1,4 @@
-#include "terminationwatch.h"
+#include "server/process/terminationwatch.h"
 
 #include <QCoreApplication>
 #include <QDebug>

@@ -1,4 +1,4 @@
-#include "csvfollower.h"
+#include "server/reader/csvfollower.h"
 
 #include <QFile>
 

@@ -1,7 +1,7 @@
-#include "ekeyeventhandler.h"
+#include "server/reader/ekeyeventhandler.h"
 
-#include "ekeyline.h"
-#include "ekeylog.h"
+#include "server/reader/ekeyline.h"
+#include "server/reader/ekeylog.h"
 
 #include <QDeadlineTimer>
 #include <QDebug>

@@ -1,9 +1,9 @@
 #pragma once
 
-#include "csvfollower.h"
-#include "ekeylineprocessor.h"
-#include "ekeysettings.h"
-#include "mainthreadwork.h"
+#include "server/reader/csvfollower.h"
+#include "server/reader/ekeylineprocessor.h"
+#include "server/reader/ekeysettings.h"
+#include "server/reader/mainthreadwork.h"
 
 #include <QThread>
 

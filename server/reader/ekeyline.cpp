@@ -1,4 +1,4 @@
-#include "ekeyline.h"
+#include "server/reader/ekeyline.h"
 
 #include <QTextCodec>
 

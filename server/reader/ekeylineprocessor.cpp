@@ -1,10 +1,10 @@
-#include "ekeylineprocessor.h"
+#include "server/reader/ekeylineprocessor.h"
 
-#include "ekeyline.h"
-#include "ekeylog.h"
-#include "eventstore.h"
-#include "logger.h"
-#include "mainterminalservice.h"
+#include "server/logger/eventstore.h"
+#include "server/logger/logger.h"
+#include "server/reader/ekeyline.h"
+#include "server/reader/ekeylog.h"
+#include "server/sessions/mainterminalservice.h"
 
 #include <QDebug>
 

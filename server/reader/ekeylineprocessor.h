@@ -1,10 +1,10 @@
 #pragma once
 
-#include "database.h"
-#include "ekeysettings.h"
-#include "ekeytime.h"
-#include "keptwrites.h"
 #include "qany.h"
+#include "server/reader/ekeysettings.h"
+#include "server/reader/ekeytime.h"
+#include "storage/database.h"
+#include "storage/keptwrites.h"
 
 #include <QByteArray>
 #include <QString>

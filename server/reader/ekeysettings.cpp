@@ -1,4 +1,4 @@
-#include "ekeysettings.h"
+#include "server/reader/ekeysettings.h"
 
 #include <QDebug>
 #include <QFileInfo>

@@ -1,4 +1,4 @@
-#include "ekeytime.h"
+#include "server/reader/ekeytime.h"
 
 QDate EkeyToday::date()
 {

@@ -1,4 +1,4 @@
-#include "mainthreadwork.h"
+#include "server/reader/mainthreadwork.h"
 
 bool MainThreadWork::run(const std::function<void()> &work)
 {

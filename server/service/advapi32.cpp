@@ -1,4 +1,4 @@
-#include "advapi32.h"
+#include "server/service/advapi32.h"
 
 #include <QDebug>
 #include <QLibrary>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "qtservicebase.h"
+#include "server/service/qtservicebase.h"
 
 /// A service in an application of the given type, QCoreApplication or a subclass.
 template <typename Application> class QtService : public QtServiceBase

@@ -1,4 +1,4 @@
-#include "qtserviceappeventfilter.h"
+#include "server/service/qtserviceappeventfilter.h"
 
 bool QtServiceAppEventFilter::nativeEventFilter(const QByteArray &eventType, void *message, long *result)
 {

@@ -1,11 +1,11 @@
-#include "qtservicebase.h"
+#include "server/service/qtservicebase.h"
 
-#include "afterwards.h"
-#include "qtserviceappeventfilter.h"
-#include "qtservicecontroller.h"
-#include "qtservicecontrollerhandler.h"
-#include "qtservicestarter.h"
-#include "terminationwatch.h"
+#include "server/process/terminationwatch.h"
+#include "server/service/afterwards.h"
+#include "server/service/qtserviceappeventfilter.h"
+#include "server/service/qtservicecontroller.h"
+#include "server/service/qtservicecontrollerhandler.h"
+#include "server/service/qtservicestarter.h"
 
 #include <QCoreApplication>
 #include <QDebug>

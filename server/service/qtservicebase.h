@@ -1,6 +1,6 @@
 #pragma once
 
-#include "servicemanager.h"
+#include "server/service/servicemanager.h"
 
 class QtServiceController;
 class QtServiceControllerHandler;

@@ -1,4 +1,4 @@
-#include "qtservicecontroller.h"
+#include "server/service/qtservicecontroller.h"
 
 #include <utility>
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "servicemanager.h"
+#include "server/service/servicemanager.h"
 
 /// A service as seen from outside it, through the service manager. Main thread; may block for as long as the manager's
 /// time-outs. The operations return whether they succeeded.

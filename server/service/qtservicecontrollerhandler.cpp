@@ -1,7 +1,7 @@
-#include "qtservicecontrollerhandler.h"
+#include "server/service/qtservicecontrollerhandler.h"
 
-#include "afterwards.h"
-#include "qtservicebase.h"
+#include "server/service/afterwards.h"
+#include "server/service/qtservicebase.h"
 
 #include <QCoreApplication>
 #include <QDeadlineTimer>

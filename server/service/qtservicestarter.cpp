@@ -1,7 +1,7 @@
-#include "qtservicestarter.h"
+#include "server/service/qtservicestarter.h"
 
-#include "afterwards.h"
-#include "qtservicebase.h"
+#include "server/service/afterwards.h"
+#include "server/service/qtservicebase.h"
 
 #include <utility>
 

@@ -1,4 +1,4 @@
-#include "servicemanager.h"
+#include "server/service/servicemanager.h"
 
 bool isManagersAccount(const QString &account)
 {

@@ -1,6 +1,6 @@
-#include "servicemanager.h"
+#include "server/service/servicemanager.h"
 
-#include "systemdservicemanager.h"
+#include "server/service/systemdservicemanager.h"
 
 std::shared_ptr<ServiceManager> createServiceManager()
 {

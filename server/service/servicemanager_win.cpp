@@ -1,7 +1,7 @@
-#include "servicemanager.h"
+#include "server/service/servicemanager.h"
 
-#include "advapi32.h"
-#include "windowsservicemanager.h"
+#include "server/service/advapi32.h"
+#include "server/service/windowsservicemanager.h"
 
 #include <cstddef>
 #include <windows.h>

@@ -1,8 +1,8 @@
-#include "systemdservicemanager.h"
+#include "server/service/systemdservicemanager.h"
 
-#include "systemdlaunch.h"
-#include "systemdunit.h"
-#include "terminationwatch.h"
+#include "server/process/systemdlaunch.h"
+#include "server/process/terminationwatch.h"
+#include "server/service/systemdunit.h"
 
 #include <QDebug>
 #include <QFile>

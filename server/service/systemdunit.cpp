@@ -1,4 +1,4 @@
-#include "systemdunit.h"
+#include "server/service/systemdunit.h"
 
 #include <QRegularExpression>
 

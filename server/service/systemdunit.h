@@ -1,6 +1,6 @@
 #pragma once
 
-#include "servicemanager.h"
+#include "server/service/servicemanager.h"
 
 /// The unit file by which systemd knows a service.
 namespace SystemdUnit {

@@ -1,4 +1,4 @@
-#include "systemerror.h"
+#include "server/service/systemerror.h"
 
 #include <windows.h>
 

@@ -1,6 +1,6 @@
-#include "windowsservicemanager.h"
+#include "server/service/windowsservicemanager.h"
 
-#include "systemerror.h"
+#include "server/service/systemerror.h"
 
 #include <QDebug>
 #include <QDir>

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "advapi32.h"
-#include "servicemanager.h"
+#include "server/service/advapi32.h"
+#include "server/service/servicemanager.h"
 
 #include <QMutex>
 #include <QThread>

@@ -1,4 +1,4 @@
-#include "abridged.h"
+#include "server/sessions/abridged.h"
 
 namespace {
 

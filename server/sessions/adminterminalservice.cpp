@@ -1,6 +1,6 @@
-#include "adminterminalservice.h"
+#include "server/sessions/adminterminalservice.h"
 
-#include "rpccontroller.h"
+#include "knetrpc/rpccontroller.h"
 
 namespace {
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "terminalservice.h"
+#include "server/sessions/terminalservice.h"
 
 /// Sessions of the administration clients; the service "adminterminal".
 class AdminTerminalService : public TerminalService

@@ -1,6 +1,6 @@
-#include "mainterminalservice.h"
+#include "server/sessions/mainterminalservice.h"
 
-#include "rpccontroller.h"
+#include "knetrpc/rpccontroller.h"
 
 namespace {
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "terminalservice.h"
+#include "server/sessions/terminalservice.h"
 
 /// Sessions of the attendance terminals; the service "mainterminal".
 class MainTerminalService : public TerminalService

@@ -1,4 +1,4 @@
-#include "queuedanswer.h"
+#include "server/sessions/queuedanswer.h"
 
 #include <QDebug>
 

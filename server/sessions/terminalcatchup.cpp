@@ -1,8 +1,8 @@
-#include "terminalcatchup.h"
+#include "server/sessions/terminalcatchup.h"
 
-#include "eventstore.h"
-#include "rpccall.h"
-#include "terminalservice.h"
+#include "knetrpc/rpccall.h"
+#include "server/logger/eventstore.h"
+#include "server/sessions/terminalservice.h"
 
 #include <QDebug>
 

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "database.h"
 #include "qany.h"
-#include "terminalrole.h"
+#include "server/sessions/terminalrole.h"
+#include "storage/database.h"
 
 #include <QObject>
 #include <QString>

@@ -1,11 +1,11 @@
-#include "terminalservice.h"
+#include "server/sessions/terminalservice.h"
 
-#include "abridged.h"
-#include "queuedanswer.h"
-#include "rpccall.h"
-#include "rpccontroller.h"
-#include "terminalcatchup.h"
-#include "updateterminallogsevent.h"
+#include "knetrpc/rpccall.h"
+#include "knetrpc/rpccontroller.h"
+#include "server/sessions/abridged.h"
+#include "server/sessions/queuedanswer.h"
+#include "server/sessions/terminalcatchup.h"
+#include "server/sessions/updateterminallogsevent.h"
 
 #include <QCoreApplication>
 #include <QDebug>

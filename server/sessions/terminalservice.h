@@ -1,8 +1,8 @@
 #pragma once
 
-#include "keptwrites.h"
 #include "qany.h"
-#include "terminalrole.h"
+#include "server/sessions/terminalrole.h"
+#include "storage/keptwrites.h"
 
 #include <QEvent>
 #include <QHash>

@@ -1,4 +1,4 @@
-#include "echoserver.h"
+#include "server/web/echoserver.h"
 
 #include <QDebug>
 #include <QWebSocket>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "websocketserver.h"
+#include "server/web/websocketserver.h"
 
 /// The plain web server that start-up creates. Listens on all addresses, IPv4 and IPv6. When listening fails the
 /// object stays and answers nothing. Its signals tell what happens; nothing in the server needs them.

@@ -1,4 +1,4 @@
-#include "handshakewatch.h"
+#include "server/web/handshakewatch.h"
 
 #include <QDebug>
 #include <QSslSocket>

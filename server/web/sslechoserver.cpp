@@ -1,4 +1,4 @@
-#include "sslechoserver.h"
+#include "server/web/sslechoserver.h"
 
 #include <QDebug>
 #include <QFile>

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "handshakewatch.h"
-#include "websocketserver.h"
+#include "server/web/handshakewatch.h"
+#include "server/web/websocketserver.h"
 
 #include <QList>
 #include <QSslError>

@@ -1,10 +1,10 @@
-#include "webmetods.h"
+#include "server/web/webmetods.h"
 
-#include "calc21.h"
-#include "database.h"
-#include "dialogcalc3.h"
-#include "logger.h"
-#include "metaevents.h"
+#include "calc/calc21.h"
+#include "calc/dialogcalc3.h"
+#include "calc/input/metaevents.h"
+#include "server/logger/logger.h"
+#include "storage/database.h"
 
 #include <QDateTime>
 #include <QDebug>

@@ -1,4 +1,4 @@
-#include "websocketserver.h"
+#include "server/web/websocketserver.h"
 
 #include <QDebug>
 #include <QPointer>

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "qany.h"
-#include "webmetods.h"
+#include "server/web/webmetods.h"
 
 #include <QByteArray>
 #include <QHash>

@@ -1,4 +1,4 @@
-#include "console.h"
+#include "tools/common/console.h"
 
 #include <iostream>
 #include <string>

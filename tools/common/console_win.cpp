@@ -1,4 +1,4 @@
-#include "console.h"
+#include "tools/common/console.h"
 
 #include <fcntl.h>
 #include <io.h>

@@ -1,4 +1,4 @@
-#include "dateperiod.h"
+#include "tools/common/dateperiod.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "idlist.h"
+#include "tools/common/idlist.h"
 
 #include <QStringList>
 

@@ -1,4 +1,4 @@
-#include "jsonoutput.h"
+#include "tools/common/jsonoutput.h"
 
 QByteArray jsonOutput(const QAny &value)
 {

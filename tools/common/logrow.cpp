@@ -1,4 +1,4 @@
-#include "logrow.h"
+#include "tools/common/logrow.h"
 
 QAny logRow(int id, qint64 time, const QString &message)
 {

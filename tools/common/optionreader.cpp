@@ -1,4 +1,4 @@
-#include "optionreader.h"
+#include "tools/common/optionreader.h"
 
 #include <climits>
 

@@ -1,4 +1,4 @@
-#include "packedtext.h"
+#include "tools/common/packedtext.h"
 
 #include <QSet>
 

@@ -1,4 +1,4 @@
-#include "texttable.h"
+#include "tools/common/texttable.h"
 
 #include <algorithm>
 

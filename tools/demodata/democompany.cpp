@@ -1,10 +1,10 @@
-#include "democompany.h"
+#include "tools/demodata/democompany.h"
 
-#include "database.h"
-#include "demoshifts.h"
-#include "demostore.h"
-#include "localclock.h"
-#include "slovenianholidays.h"
+#include "calc/rules/localclock.h"
+#include "storage/database.h"
+#include "tools/demodata/demoshifts.h"
+#include "tools/demodata/demostore.h"
+#include "tools/zukimport/slovenianholidays.h"
 
 #include <algorithm>
 

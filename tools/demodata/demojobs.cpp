@@ -1,4 +1,4 @@
-#include "demojobs.h"
+#include "tools/demodata/demojobs.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "demoshifts.h"
+#include "tools/demodata/demoshifts.h"
 
 const QVector<DemoShiftGroup> &demoShiftGroups()
 {

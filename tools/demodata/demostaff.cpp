@@ -1,7 +1,7 @@
-#include "demostaff.h"
+#include "tools/demodata/demostaff.h"
 
-#include "demorandom.h"
-#include "demoshifts.h"
+#include "tools/demodata/demorandom.h"
+#include "tools/demodata/demoshifts.h"
 
 #include <map>
 

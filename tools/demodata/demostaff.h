@@ -1,6 +1,6 @@
 #pragma once
 
-#include "demojobs.h"
+#include "tools/demodata/demojobs.h"
 
 #include <QDate>
 #include <QString>

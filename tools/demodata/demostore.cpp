@@ -1,8 +1,8 @@
-#include "demostore.h"
+#include "tools/demodata/demostore.h"
 
-#include "database.h"
-#include "demoshifts.h"
-#include "importstore.h"
+#include "storage/database.h"
+#include "tools/demodata/demoshifts.h"
+#include "tools/zukimport/importstore.h"
 
 namespace {
 

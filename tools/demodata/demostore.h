@@ -1,6 +1,6 @@
 #pragma once
 
-#include "demoworker.h"
+#include "tools/demodata/demoworker.h"
 
 class DataBase;
 

@@ -1,6 +1,6 @@
-#include "demoworker.h"
+#include "tools/demodata/demoworker.h"
 
-#include "demoshifts.h"
+#include "tools/demodata/demoshifts.h"
 
 #include <algorithm>
 

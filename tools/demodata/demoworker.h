@@ -1,7 +1,7 @@
 #pragma once
 
-#include "demorandom.h"
-#include "demostaff.h"
+#include "tools/demodata/demorandom.h"
+#include "tools/demodata/demostaff.h"
 
 #include <map>
 #include <vector>

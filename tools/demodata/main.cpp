@@ -1,5 +1,5 @@
-#include "database.h"
-#include "democompany.h"
+#include "storage/database.h"
+#include "tools/demodata/democompany.h"
 
 #include <QCommandLineParser>
 #include <QCoreApplication>

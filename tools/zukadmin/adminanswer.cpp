@@ -1,7 +1,7 @@
-#include "adminanswer.h"
+#include "tools/zukadmin/adminanswer.h"
 
-#include "jsonoutput.h"
-#include "rpcprotocol.h"
+#include "knetrpc/rpcprotocol.h"
+#include "tools/common/jsonoutput.h"
 
 QString faultOfAnswer(const QAny &answer, const QString &refusal)
 {

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "adminoptions.h"
 #include "qany.h"
+#include "tools/zukadmin/adminoptions.h"
 
 #include <QByteArray>
 #include <QString>

@@ -1,9 +1,9 @@
-#include "admincommand.h"
+#include "tools/zukadmin/admincommand.h"
 
-#include "databasecommands.h"
-#include "filecommands.h"
-#include "recalccommand.h"
-#include "servercommands.h"
+#include "tools/zukadmin/databasecommands.h"
+#include "tools/zukadmin/filecommands.h"
+#include "tools/zukadmin/recalccommand.h"
+#include "tools/zukadmin/servercommands.h"
 
 namespace {
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "adminanswer.h"
-#include "adminsession.h"
+#include "tools/zukadmin/adminanswer.h"
+#include "tools/zukadmin/adminsession.h"
 
 #include <QString>
 

@@ -1,4 +1,4 @@
-#include "adminlogger.h"
+#include "tools/zukadmin/adminlogger.h"
 
 QAny AdminLogger::getLogs(const QString &, const QAny &)
 {

@@ -1,8 +1,8 @@
-#include "adminoptions.h"
+#include "tools/zukadmin/adminoptions.h"
 
-#include "admincommand.h"
-#include "idlist.h"
-#include "optionreader.h"
+#include "tools/common/idlist.h"
+#include "tools/common/optionreader.h"
+#include "tools/zukadmin/admincommand.h"
 
 #include <climits>
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "dateperiod.h"
+#include "tools/common/dateperiod.h"
 
 #include <QString>
 #include <QStringList>

@@ -1,6 +1,6 @@
-#include "adminsession.h"
+#include "tools/zukadmin/adminsession.h"
 
-#include "rpccall.h"
+#include "knetrpc/rpccall.h"
 
 #include <algorithm>
 #include <limits>

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "adminlogger.h"
+#include "knetrpc/rpccontroller.h"
 #include "qany.h"
-#include "rpccontroller.h"
+#include "tools/zukadmin/adminlogger.h"
 
 #include <QString>
 

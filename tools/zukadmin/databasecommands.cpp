@@ -1,9 +1,9 @@
-#include "databasecommands.h"
+#include "tools/zukadmin/databasecommands.h"
 
-#include "adminoptions.h"
-#include "jsonoutput.h"
-#include "rowarguments.h"
-#include "valuetable.h"
+#include "tools/common/jsonoutput.h"
+#include "tools/zukadmin/adminoptions.h"
+#include "tools/zukadmin/rowarguments.h"
+#include "tools/zukadmin/valuetable.h"
 
 namespace {
 

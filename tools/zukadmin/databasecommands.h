@@ -1,6 +1,6 @@
 #pragma once
 
-#include "admincommand.h"
+#include "tools/zukadmin/admincommand.h"
 
 /// Commands for the server's database.
 

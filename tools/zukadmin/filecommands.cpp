@@ -1,10 +1,10 @@
-#include "filecommands.h"
+#include "tools/zukadmin/filecommands.h"
 
-#include "adminoptions.h"
-#include "filetransfer.h"
-#include "remotepath.h"
-#include "rpcprotocol.h"
-#include "transferprogress.h"
+#include "knetrpc/rpcprotocol.h"
+#include "server/check/filetransfer.h"
+#include "tools/zukadmin/adminoptions.h"
+#include "tools/zukadmin/remotepath.h"
+#include "tools/zukadmin/transferprogress.h"
 
 #include <QBuffer>
 #include <QFile>

@@ -1,6 +1,6 @@
-#include "admincommand.h"
-#include "adminoptions.h"
-#include "console.h"
+#include "tools/common/console.h"
+#include "tools/zukadmin/admincommand.h"
+#include "tools/zukadmin/adminoptions.h"
 
 #include <QCoreApplication>
 #include <QLoggingCategory>

@@ -1,8 +1,8 @@
-#include "recalccommand.h"
+#include "tools/zukadmin/recalccommand.h"
 
-#include "adminoptions.h"
-#include "packedtext.h"
-#include "valuetable.h"
+#include "tools/common/packedtext.h"
+#include "tools/zukadmin/adminoptions.h"
+#include "tools/zukadmin/valuetable.h"
 
 namespace {
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "admincommand.h"
+#include "tools/zukadmin/admincommand.h"
 
 /// The command for the calculation of work times.
 

@@ -1,4 +1,4 @@
-#include "remotepath.h"
+#include "tools/zukadmin/remotepath.h"
 
 RemotePath RemotePath::ofFile(const QString &path)
 {

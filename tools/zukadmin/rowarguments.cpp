@@ -1,4 +1,4 @@
-#include "rowarguments.h"
+#include "tools/zukadmin/rowarguments.h"
 
 #include <QFile>
 

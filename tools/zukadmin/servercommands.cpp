@@ -1,11 +1,11 @@
-#include "servercommands.h"
+#include "tools/zukadmin/servercommands.h"
 
-#include "adminoptions.h"
-#include "jsonoutput.h"
-#include "logrow.h"
-#include "rowarguments.h"
-#include "texttable.h"
-#include "valuetable.h"
+#include "tools/common/jsonoutput.h"
+#include "tools/common/logrow.h"
+#include "tools/common/texttable.h"
+#include "tools/zukadmin/adminoptions.h"
+#include "tools/zukadmin/rowarguments.h"
+#include "tools/zukadmin/valuetable.h"
 
 #include <QDateTime>
 

@@ -1,7 +1,7 @@
-#include "transferprogress.h"
+#include "tools/zukadmin/transferprogress.h"
 
-#include "console.h"
-#include "texttable.h"
+#include "tools/common/console.h"
+#include "tools/common/texttable.h"
 
 #include <utility>
 

@@ -1,7 +1,7 @@
-#include "valuetable.h"
+#include "tools/zukadmin/valuetable.h"
 
-#include "packedtext.h"
-#include "texttable.h"
+#include "tools/common/packedtext.h"
+#include "tools/common/texttable.h"
 
 #include <QByteArrayList>
 #include <QHash>

@@ -1,11 +1,11 @@
-#include "calendarimport.h"
+#include "tools/zukimport/calendarimport.h"
 
-#include "csvtable.h"
-#include "importoptions.h"
-#include "importreport.h"
-#include "importstore.h"
-#include "punchclock.h"
-#include "slovenianholidays.h"
+#include "tools/zukimport/csvtable.h"
+#include "tools/zukimport/importoptions.h"
+#include "tools/zukimport/importreport.h"
+#include "tools/zukimport/importstore.h"
+#include "tools/zukimport/punchclock.h"
+#include "tools/zukimport/slovenianholidays.h"
 
 CalendarImport::CalendarImport(const ImportOptions &options, ImportStore &store, ImportReport &report)
     : m_options(options), m_store(store), m_report(report)

@@ -1,4 +1,4 @@
-#include "csvreader.h"
+#include "tools/zukimport/csvreader.h"
 
 #include <QIODevice>
 #include <QTextCodec>

@@ -1,6 +1,6 @@
-#include "csvtable.h"
+#include "tools/zukimport/csvtable.h"
 
-#include "importreport.h"
+#include "tools/zukimport/importreport.h"
 
 #include <QTextCodec>
 

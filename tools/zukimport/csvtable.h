@@ -1,6 +1,6 @@
 #pragma once
 
-#include "csvreader.h"
+#include "tools/zukimport/csvreader.h"
 
 #include <QFile>
 #include <QHash>

@@ -1,10 +1,10 @@
-#include "employeeimport.h"
+#include "tools/zukimport/employeeimport.h"
 
-#include "csvtable.h"
-#include "employeeroster.h"
-#include "importoptions.h"
-#include "importreport.h"
-#include "importstore.h"
+#include "tools/zukimport/csvtable.h"
+#include "tools/zukimport/employeeroster.h"
+#include "tools/zukimport/importoptions.h"
+#include "tools/zukimport/importreport.h"
+#include "tools/zukimport/importstore.h"
 
 namespace {
 

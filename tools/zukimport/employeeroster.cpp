@@ -1,6 +1,6 @@
-#include "employeeroster.h"
+#include "tools/zukimport/employeeroster.h"
 
-#include "importstore.h"
+#include "tools/zukimport/importstore.h"
 
 #include <algorithm>
 

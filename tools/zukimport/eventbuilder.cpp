@@ -1,6 +1,6 @@
-#include "eventbuilder.h"
+#include "tools/zukimport/eventbuilder.h"
 
-#include "wordtable.h"
+#include "tools/zukimport/wordtable.h"
 
 namespace {
 

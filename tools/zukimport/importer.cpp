@@ -1,12 +1,12 @@
-#include "importer.h"
+#include "tools/zukimport/importer.h"
 
-#include "calendarimport.h"
-#include "employeeimport.h"
-#include "employeeroster.h"
-#include "importoptions.h"
-#include "importreport.h"
-#include "importstore.h"
-#include "punchimport.h"
+#include "tools/zukimport/calendarimport.h"
+#include "tools/zukimport/employeeimport.h"
+#include "tools/zukimport/employeeroster.h"
+#include "tools/zukimport/importoptions.h"
+#include "tools/zukimport/importreport.h"
+#include "tools/zukimport/importstore.h"
+#include "tools/zukimport/punchimport.h"
 
 namespace {
 

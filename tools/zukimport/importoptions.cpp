@@ -1,4 +1,4 @@
-#include "importoptions.h"
+#include "tools/zukimport/importoptions.h"
 
 #include <QCommandLineParser>
 

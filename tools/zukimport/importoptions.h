@@ -1,7 +1,7 @@
 #pragma once
 
-#include "csvtable.h"
-#include "wordtable.h"
+#include "tools/zukimport/csvtable.h"
+#include "tools/zukimport/wordtable.h"
 
 #include <QDate>
 #include <QHash>

@@ -1,4 +1,4 @@
-#include "importreport.h"
+#include "tools/zukimport/importreport.h"
 
 #include <QFileInfo>
 #include <QTextStream>

@@ -1,4 +1,4 @@
-#include "importstore.h"
+#include "tools/zukimport/importstore.h"
 
 #include <QFile>
 #include <QSqlDriver>

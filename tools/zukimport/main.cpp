@@ -1,6 +1,6 @@
-#include "importer.h"
-#include "importoptions.h"
-#include "importreport.h"
+#include "tools/zukimport/importer.h"
+#include "tools/zukimport/importoptions.h"
+#include "tools/zukimport/importreport.h"
 
 #include <QCoreApplication>
 #include <QTextStream>

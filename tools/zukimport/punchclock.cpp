@@ -1,4 +1,4 @@
-#include "punchclock.h"
+#include "tools/zukimport/punchclock.h"
 
 #include <QDateTime>
 

@@ -1,12 +1,12 @@
-#include "punchimport.h"
+#include "tools/zukimport/punchimport.h"
 
-#include "csvtable.h"
-#include "employeeimport.h"
-#include "employeeroster.h"
-#include "eventbuilder.h"
-#include "importoptions.h"
-#include "importreport.h"
-#include "importstore.h"
+#include "tools/zukimport/csvtable.h"
+#include "tools/zukimport/employeeimport.h"
+#include "tools/zukimport/employeeroster.h"
+#include "tools/zukimport/eventbuilder.h"
+#include "tools/zukimport/importoptions.h"
+#include "tools/zukimport/importreport.h"
+#include "tools/zukimport/importstore.h"
 
 #include <algorithm>
 #include <tuple>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "punchclock.h"
+#include "tools/zukimport/punchclock.h"
 
 #include <QHash>
 #include <QString>

@@ -1,4 +1,4 @@
-#include "slovenianholidays.h"
+#include "tools/zukimport/slovenianholidays.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "wordtable.h"
+#include "tools/zukimport/wordtable.h"
 
 #include <algorithm>
 

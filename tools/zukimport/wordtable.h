@@ -1,6 +1,6 @@
 #pragma once
 
-#include "accesscode.h"
+#include "calc/rules/accesscode.h"
 
 #include <QHash>
 #include <QString>

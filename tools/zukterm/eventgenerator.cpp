@@ -1,6 +1,6 @@
-#include "eventgenerator.h"
+#include "tools/zukterm/eventgenerator.h"
 
-#include "terminalrows.h"
+#include "tools/zukterm/terminalrows.h"
 
 QAny EventGenerator::next(qint64 time)
 {

@@ -1,4 +1,4 @@
-#include "eventpacer.h"
+#include "tools/zukterm/eventpacer.h"
 
 #include <utility>
 

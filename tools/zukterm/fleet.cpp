@@ -1,12 +1,12 @@
-#include "fleet.h"
+#include "tools/zukterm/fleet.h"
 
-#include "eventgenerator.h"
-#include "eventpacer.h"
-#include "logrow.h"
-#include "silentterminal.h"
-#include "terminal.h"
-#include "terminallogger.h"
-#include "terminalrows.h"
+#include "tools/common/logrow.h"
+#include "tools/zukterm/eventgenerator.h"
+#include "tools/zukterm/eventpacer.h"
+#include "tools/zukterm/silentterminal.h"
+#include "tools/zukterm/terminal.h"
+#include "tools/zukterm/terminallogger.h"
+#include "tools/zukterm/terminalrows.h"
 
 #include <QDateTime>
 #include <QEventLoop>

@@ -1,12 +1,12 @@
 #pragma once
 
-#include "fleetcontext.h"
-#include "runlog.h"
-#include "runtotals.h"
-#include "terminput.h"
-#include "termoptions.h"
+#include "tools/zukterm/fleetcontext.h"
+#include "tools/zukterm/runlog.h"
+#include "tools/zukterm/runtotals.h"
+#include "tools/zukterm/terminput.h"
+#include "tools/zukterm/termoptions.h"
 
-#include "rpccontroller.h"
+#include "knetrpc/rpccontroller.h"
 
 #include <QObject>
 #include <QTimer>

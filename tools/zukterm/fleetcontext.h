@@ -1,6 +1,6 @@
 #pragma once
 
-#include "picturefolder.h"
+#include "tools/zukterm/picturefolder.h"
 
 #include <QHash>
 #include <QString>

@@ -1,4 +1,4 @@
-#include "latencystats.h"
+#include "tools/zukterm/latencystats.h"
 
 #include <QtAlgorithms>
 

@@ -1,7 +1,7 @@
-#include "console.h"
-#include "descriptorlimit.h"
-#include "fleet.h"
-#include "terminationwatch.h"
+#include "server/process/descriptorlimit.h"
+#include "server/process/terminationwatch.h"
+#include "tools/common/console.h"
+#include "tools/zukterm/fleet.h"
 
 #include <QCoreApplication>
 #include <QLoggingCategory>

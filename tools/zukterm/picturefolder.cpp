@@ -1,4 +1,4 @@
-#include "picturefolder.h"
+#include "tools/zukterm/picturefolder.h"
 
 #include <QDir>
 #include <QFile>

@@ -1,4 +1,4 @@
-#include "rowfile.h"
+#include "tools/zukterm/rowfile.h"
 
 #include "jsonparser.h"
 

@@ -1,6 +1,6 @@
-#include "rpcquestion.h"
+#include "tools/zukterm/rpcquestion.h"
 
-#include "rpccall.h"
+#include "knetrpc/rpccall.h"
 
 #include <utility>
 

@@ -1,6 +1,6 @@
-#include "runlog.h"
+#include "tools/zukterm/runlog.h"
 
-#include "texttable.h"
+#include "tools/common/texttable.h"
 
 #include <QTime>
 

@@ -1,4 +1,4 @@
-#include "runtotals.h"
+#include "tools/zukterm/runtotals.h"
 
 namespace {
 

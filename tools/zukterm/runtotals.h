@@ -1,6 +1,6 @@
 #pragma once
 
-#include "latencystats.h"
+#include "tools/zukterm/latencystats.h"
 
 #include <QElapsedTimer>
 #include <QString>

@@ -1,11 +1,11 @@
-#include "silentterminal.h"
+#include "tools/zukterm/silentterminal.h"
 
-#include "fleetcontext.h"
-#include "reconnectdelay.h"
-#include "rpcprotocol.h"
-#include "runlog.h"
-#include "runtotals.h"
-#include "termoptions.h"
+#include "knetrpc/rpcprotocol.h"
+#include "tools/zukterm/fleetcontext.h"
+#include "tools/zukterm/reconnectdelay.h"
+#include "tools/zukterm/runlog.h"
+#include "tools/zukterm/runtotals.h"
+#include "tools/zukterm/termoptions.h"
 
 #include <utility>
 

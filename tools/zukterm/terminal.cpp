@@ -1,14 +1,14 @@
-#include "terminal.h"
+#include "tools/zukterm/terminal.h"
 
-#include "fleetcontext.h"
-#include "logrow.h"
-#include "reconnectdelay.h"
-#include "rpccontroller.h"
-#include "rpcquestion.h"
-#include "runlog.h"
-#include "runtotals.h"
-#include "terminalrows.h"
-#include "termoptions.h"
+#include "knetrpc/rpccontroller.h"
+#include "tools/common/logrow.h"
+#include "tools/zukterm/fleetcontext.h"
+#include "tools/zukterm/reconnectdelay.h"
+#include "tools/zukterm/rpcquestion.h"
+#include "tools/zukterm/runlog.h"
+#include "tools/zukterm/runtotals.h"
+#include "tools/zukterm/terminalrows.h"
+#include "tools/zukterm/termoptions.h"
 
 #include <QDateTime>
 

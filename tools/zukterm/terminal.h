@@ -1,7 +1,7 @@
 #pragma once
 
 #include "qany.h"
-#include "terminalstore.h"
+#include "tools/zukterm/terminalstore.h"
 
 #include <QElapsedTimer>
 #include <QObject>

@@ -1,7 +1,7 @@
-#include "terminallogger.h"
+#include "tools/zukterm/terminallogger.h"
 
-#include "fleetcontext.h"
-#include "terminal.h"
+#include "tools/zukterm/fleetcontext.h"
+#include "tools/zukterm/terminal.h"
 
 TerminalLogger::TerminalLogger(FleetContext &context, QObject *parent) : QObject(parent), m_context(context) {}
 

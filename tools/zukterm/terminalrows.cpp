@@ -1,4 +1,4 @@
-#include "terminalrows.h"
+#include "tools/zukterm/terminalrows.h"
 
 #include <QDateTime>
 

@@ -1,4 +1,4 @@
-#include "terminalstore.h"
+#include "tools/zukterm/terminalstore.h"
 
 #include <algorithm>
 

@@ -1,6 +1,6 @@
-#include "terminput.h"
+#include "tools/zukterm/terminput.h"
 
-#include "terminalrows.h"
+#include "tools/zukterm/terminalrows.h"
 
 #include <QDir>
 

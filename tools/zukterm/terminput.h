@@ -1,7 +1,7 @@
 #pragma once
 
-#include "rowfile.h"
-#include "termoptions.h"
+#include "tools/zukterm/rowfile.h"
+#include "tools/zukterm/termoptions.h"
 
 #include <QVector>
 

@@ -1,8 +1,8 @@
-#include "termoptions.h"
+#include "tools/zukterm/termoptions.h"
 
-#include "idlist.h"
-#include "optionreader.h"
-#include "terminalrows.h"
+#include "tools/common/idlist.h"
+#include "tools/common/optionreader.h"
+#include "tools/zukterm/terminalrows.h"
 
 #include <QDateTime>
 

@@ -1,8 +1,8 @@
-#include "console.h"
-#include "dateperiod.h"
-#include "jsonoutput.h"
-#include "reports.h"
-#include "websession.h"
+#include "tools/common/console.h"
+#include "tools/common/dateperiod.h"
+#include "tools/common/jsonoutput.h"
+#include "tools/zukweb/reports.h"
+#include "tools/zukweb/websession.h"
 
 #include <QCommandLineParser>
 #include <QCoreApplication>

@@ -1,7 +1,7 @@
-#include "reports.h"
+#include "tools/zukweb/reports.h"
 
-#include "packedtext.h"
-#include "texttable.h"
+#include "tools/common/packedtext.h"
+#include "tools/common/texttable.h"
 
 #include <QDateTime>
 #include <QSet>

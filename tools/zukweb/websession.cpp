@@ -1,4 +1,4 @@
-#include "websession.h"
+#include "tools/zukweb/websession.h"
 
 #include <QEventLoop>
 #include <QTimer>

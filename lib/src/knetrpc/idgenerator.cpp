@@ -1,4 +1,4 @@
-#include "idgenerator.h"
+#include "knetrpc/idgenerator.h"
 
 #include <QMutexLocker>
 

@@ -1,4 +1,4 @@
-#include "rpcserver.h"
+#include "knetrpc/rpcserver.h"
 
 #include <sys/socket.h>
 

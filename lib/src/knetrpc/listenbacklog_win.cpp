@@ -1,4 +1,4 @@
-#include "rpcserver.h"
+#include "knetrpc/rpcserver.h"
 
 void KNet::setListenBacklog(qintptr socketDescriptor, int backlog)
 {

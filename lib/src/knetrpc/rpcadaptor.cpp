@@ -1,6 +1,6 @@
-#include "rpcadaptor.h"
+#include "knetrpc/rpcadaptor.h"
 
-#include "rpcprotocol.h"
+#include "knetrpc/rpcprotocol.h"
 
 #include <QDebug>
 

@@ -1,7 +1,7 @@
-#include "rpccall.h"
+#include "knetrpc/rpccall.h"
 
-#include "rpccontroller.h"
-#include "rpcpendingcall.h"
+#include "knetrpc/rpccontroller.h"
+#include "knetrpc/rpcpendingcall.h"
 
 #include <QDebug>
 #include <QEventLoop>

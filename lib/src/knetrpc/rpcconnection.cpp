@@ -1,7 +1,7 @@
-#include "rpcconnection.h"
+#include "knetrpc/rpcconnection.h"
 
-#include "idgenerator.h"
-#include "rpccontroller.h"
+#include "knetrpc/idgenerator.h"
+#include "knetrpc/rpccontroller.h"
 
 #include <QDebug>
 #include <QPointer>

@@ -1,8 +1,8 @@
 #pragma once
 
 #include "jsonparser.h"
+#include "knetrpc/rpcprotocol.h"
 #include "qany.h"
-#include "rpcprotocol.h"
 
 #include <QByteArray>
 #include <QElapsedTimer>

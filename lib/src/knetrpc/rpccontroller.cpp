@@ -1,11 +1,11 @@
-#include "rpccontroller.h"
+#include "knetrpc/rpccontroller.h"
 
-#include "idgenerator.h"
-#include "rpcadaptor.h"
-#include "rpccall.h"
-#include "rpcconnection.h"
-#include "rpcpendingcall.h"
-#include "rpcserver.h"
+#include "knetrpc/idgenerator.h"
+#include "knetrpc/rpcadaptor.h"
+#include "knetrpc/rpccall.h"
+#include "knetrpc/rpcconnection.h"
+#include "knetrpc/rpcpendingcall.h"
+#include "knetrpc/rpcserver.h"
 
 #include <QDebug>
 #include <QPointer>

@@ -1,7 +1,7 @@
 #pragma once
 
+#include "knetrpc/rpcprotocol.h"
 #include "qany.h"
-#include "rpcprotocol.h"
 
 #include <QElapsedTimer>
 #include <QHostAddress>

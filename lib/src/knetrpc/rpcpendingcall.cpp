@@ -1,6 +1,6 @@
-#include "rpcpendingcall.h"
+#include "knetrpc/rpcpendingcall.h"
 
-#include "rpcprotocol.h"
+#include "knetrpc/rpcprotocol.h"
 
 #include <QDebug>
 #include <QMetaObject>

@@ -1,4 +1,4 @@
-#include "rpcprotocol.h"
+#include "knetrpc/rpcprotocol.h"
 
 namespace KNet {
 

@@ -1,6 +1,6 @@
-#include "rpcserver.h"
+#include "knetrpc/rpcserver.h"
 
-#include "rpccontroller.h"
+#include "knetrpc/rpccontroller.h"
 
 #include <QDebug>
 #include <QTimer>
