@@ -1,5 +1,5 @@
 #include "calc/input/metaevents.h"
-#include "calc/rules/calcsettings.h"
+#include "calc/input/settingsstore.h"
 #include "calcsite.h"
 
 namespace {
@@ -255,18 +255,18 @@ void TestCalcInputs::settingsAreStoredWhole()
                                  .split(' ');
     const QStringList numbers{"STARTOFF", "ENDOFF", "NEAREVLEN", "CALCREM", "SHOWNOEV", "EARLYEXIT"};
     CalcSite site;
-    QAny written = CalcSettings().toHash();
+    QAny written = calc::input::settingsHash({});
     QCOMPARE(written.keys(), keys);
     for (const QString &key : keys) { // each on its own, so that no two can be mixed up
         QAny one = written.deepCopy();
         one[key] = numbers.contains(key) ? QAny(7) : QAny(true);
         one["OWN"] = "kept";
-        CalcSettings::save(site.database(), one);
+        calc::input::saveSettings(site.database(), one);
         QCOMPARE(QAny::fromJson(site.database().configValue("CALCWTIMES")), one);
         one.remove("OWN");
-        QCOMPARE(CalcSettings::load(site.database()).toHash(), one);
+        QCOMPARE(calc::input::settingsHash(calc::input::loadSettings(site.database())), one);
     }
-    QCOMPARE(CalcSettings::fromHash(QAny::list()).toHash(), written);
+    QCOMPARE(calc::input::settingsHash(calc::input::settingsFromHash(QAny::list())), written);
 }
 
 void TestCalcInputs::aHandEnteredEventIsStoredAndReadBack()

@@ -1,6 +1,9 @@
 #pragma once
 
+#include "calc/rules/accesscode.h"
 #include "qany.h"
+
+namespace calc::output {
 
 // Keys of the calculation's records. Each kind of record has one key set that its hashes share; the enumerator of a
 // key is its position, for QAny::slot and QAny::at.
@@ -109,3 +112,10 @@ ZUK_DECLARE_KEYS(DayKey, ZUK_DAY_KEYS)
 ZUK_DECLARE_KEYS(SumKey, ZUK_SUM_KEYS)
 ZUK_DECLARE_KEYS(JudgedDayKey, ZUK_JUDGED_DAY_KEYS)
 ZUK_DECLARE_KEYS(AcsKey, ZUK_ACS_KEYS)
+
+/// "IZM1" to "IZM3" of the shift 1 to 3.
+const QString &shiftName(int shift);
+/// "DELO", "DOPUST" and so on; Null for none.
+QAny categoryName(rules::Category category);
+
+} // namespace calc::output

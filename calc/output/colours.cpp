@@ -4,6 +4,8 @@
 
 #include <array>
 
+namespace calc::output {
+
 const QString &Colour::text(Name name)
 {
     static const std::array<QString, Count> texts = [] {
@@ -20,3 +22,5 @@ const QString &Colour::text(Name name)
     }();
     return texts[name];
 }
+
+} // namespace calc::output

@@ -2,6 +2,8 @@
 
 #include <QString>
 
+namespace calc::output {
+
 /// The colours of the packed tables: a number sign and six hexadecimal digits in lower case. Fixed; safe from any
 /// thread once used.
 namespace Colour {
@@ -47,3 +49,5 @@ enum Name {
 const QString &text(Name name);
 
 } // namespace Colour
+
+} // namespace calc::output

@@ -1,12 +1,11 @@
 #include "calc/output/packedrows.h"
 
+namespace calc::output {
+
 namespace {
 
 const QString kColor = QStringLiteral("COLOR");
 const QString kTxtColor = QStringLiteral("TXTCOLOR");
-const QString kToolTip = QStringLiteral("TOOLTIP");
-const QString kIcon = QStringLiteral("ICON");
-const QString kDisplay = QStringLiteral("UWVS");
 const QString kEmpty = QStringLiteral("");
 
 /// The key sets of one table's rows: without colours, with both, with one of them.
@@ -96,89 +95,4 @@ QAny packedTable(const QAny &header, const QAny &rows)
     return QAny{{QStringLiteral("HEADER"), header}, {QStringLiteral("TABLE"), rows}};
 }
 
-QAny PackedCells::duration(const QAny &seconds)
-{
-    return seconds.isInteger() ? m_texts.duration(seconds.asInteger()) : kEmpty;
-}
-
-QAny PackedCells::text(const QAny &value)
-{
-    return value.isString() ? value : QAny(value.toString() + kEmpty);
-}
-
-QAny PackedCells::kind(const QAny &type, bool mayBeGenerated)
-{
-    if (!type.isString())
-        return kEmpty;
-    const QString &name = type.asString();
-    if (!mayBeGenerated && name == QLatin1String("AE"))
-        return type;
-    const auto known = m_kinds.constFind(name);
-    if (known != m_kinds.constEnd())
-        return *known;
-    static const struct {
-        QLatin1String name;
-        Colour::Name background;
-        Colour::Name text;
-    } kinds[] = {{QLatin1String("MP"), Colour::PARI_MP, Colour::PARI_MP_TXT},
-                 {QLatin1String("ME"), Colour::PARI_ME, Colour::PARI_ME_TXT},
-                 {QLatin1String("EV"), Colour::PARI_EV, Colour::PARI_EV_TXT},
-                 {QLatin1String("AE"), Colour::PARI_AE, Colour::PARI_AE_TXT}};
-    for (const auto &kind : kinds) {
-        if (name == kind.name)
-            return *m_kinds.insert(
-                name,
-                QAny{{kDisplay, type}, {kColor, Colour::text(kind.background)}, {kTxtColor, Colour::text(kind.text)}});
-    }
-    return type;
-}
-
-QAny PackedCells::saldo(const QAny &seconds)
-{
-    if (!seconds.isInteger())
-        return kEmpty;
-    QAny &cell = m_saldos[seconds.asInteger()];
-    if (cell.isNull()) {
-        cell = QAny{{kDisplay, duration(seconds)},
-                    {kTxtColor, Colour::text(seconds.asInteger() < 0 ? Colour::SLD_NEG_TXT : Colour::SLD_POS_TXT)}};
-    }
-    return cell;
-}
-
-QAny PackedCells::difference(const QAny &seconds, const QString &icon)
-{
-    const qint64 value = seconds.toInteger();
-    if (icon.isEmpty() && value == 0)
-        return duration(seconds);
-    const auto make = [&] {
-        QAny cell{{kDisplay, duration(seconds)}};
-        if (value != 0)
-            cell.insert(kTxtColor, Colour::text(value < 0 ? Colour::DIF_NEG_TXT : Colour::DIF_POS_TXT));
-        if (!icon.isEmpty())
-            cell.insert(kIcon, icon);
-        return cell;
-    };
-    if (!icon.isEmpty())
-        return make();
-    QAny &cell = m_differences[value];
-    if (cell.isNull())
-        cell = make();
-    return cell;
-}
-
-QAny PackedCells::remarks(const QAny &list)
-{
-    if (list.count() == 0)
-        return kEmpty;
-    if (list.count() == 1)
-        return list.at(0);
-    QStringList texts;
-    for (int i = 0; i < list.count(); ++i)
-        texts.append(list.at(i).toString());
-    return texts.join(QStringLiteral("; "));
-}
-
-QAny PackedCells::moved(const QString &shown, Colour::Name colour, const QString &toolTip)
-{
-    return QAny{{kDisplay, shown}, {kTxtColor, Colour::text(colour)}, {kToolTip, toolTip}};
-}
+} // namespace calc::output

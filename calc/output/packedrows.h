@@ -1,10 +1,9 @@
 #pragma once
 
 #include "calc/output/colours.h"
-#include "calc/output/timetexts.h"
 #include "qany.h"
 
-#include <QHash>
+namespace calc::output {
 
 // Keys of the rows of the packed tables, in the order in which the columns are shown; the colours of a whole row
 // follow them.
@@ -107,30 +106,4 @@ ZUK_DECLARE_COLUMNS(ErrorColumn, ZUK_ERROR_COLUMNS)
 /// {"HEADER", "TABLE"}.
 QAny packedTable(const QAny &header, const QAny &rows);
 
-/// Makes the cells of one packing run; equal ones are one handle.
-class PackedCells
-{
-public:
-    explicit PackedCells(TimeTexts &texts) : m_texts(texts) {}
-
-    /// A duration's text; the empty text for Null.
-    QAny duration(const QAny &seconds);
-    /// The event kind with its colours; AE has some only where allowed.
-    QAny kind(const QAny &type, bool mayBeGenerated);
-    /// A balance in its colour; the empty text for Null.
-    QAny saldo(const QAny &seconds);
-    /// A difference in its colour, with a mark when given; plain when there is nothing to tell.
-    QAny difference(const QAny &seconds, const QString &icon = QString());
-    /// The text itself, the empty text for Null.
-    static QAny text(const QAny &value);
-    /// Remarks joined to one text.
-    static QAny remarks(const QAny &list);
-    /// A time that the rules moved.
-    static QAny moved(const QString &shown, Colour::Name colour, const QString &toolTip);
-
-private:
-    TimeTexts &m_texts;
-    QHash<QString, QAny> m_kinds;
-    QHash<qint64, QAny> m_saldos;
-    QHash<qint64, QAny> m_differences;
-};
+} // namespace calc::output

@@ -4,6 +4,8 @@
 
 #include <cstdlib>
 
+namespace calc::output {
+
 TimeTexts::TimeTexts(bool withSeconds, LocalClock clock)
     : m_withSeconds(withSeconds), m_clock(std::move(clock)), m_minutes(static_cast<size_t>(kKeptMinutes))
 {
@@ -51,3 +53,5 @@ const QString &TimeTexts::date(qint64 instant)
         text = QDateTime::fromSecsSinceEpoch(instant).date().toString(QStringLiteral("ddd dd.MM.yyyy"));
     return text;
 }
+
+} // namespace calc::output

@@ -8,6 +8,8 @@
 #include <optional>
 #include <vector>
 
+namespace calc::output {
+
 /// Display texts of durations, clock times and dates. Equal texts of one object are one shared string.
 class TimeTexts
 {
@@ -33,3 +35,5 @@ private:
     QHash<qint64, QString> m_others;
     QHash<qint64, QString> m_dates;
 };
+
+} // namespace calc::output

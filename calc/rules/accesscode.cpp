@@ -1,5 +1,7 @@
 #include "calc/rules/accesscode.h"
 
+namespace calc::rules {
+
 namespace {
 
 int digitAt(const QString &text, int position)
@@ -66,3 +68,5 @@ QString AccessCode::text() const
     const QString number = QStringLiteral("%1").arg(m_number, 3, 10, QLatin1Char('0'));
     return m_digit < 0 ? number : QStringLiteral("%1:%2").arg(number).arg(m_digit);
 }
+
+} // namespace calc::rules

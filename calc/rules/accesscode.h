@@ -2,6 +2,8 @@
 
 #include <QString>
 
+namespace calc::rules {
+
 /// What time is counted as, named by the code of the departure that ends it.
 enum class Category {
     Delo,
@@ -46,3 +48,5 @@ private:
     qint16 m_number = -1; ///< first three digits; -1 when there are none
     qint8 m_digit = -1;   ///< the reason of a "102:d"; -1 without one
 };
+
+} // namespace calc::rules

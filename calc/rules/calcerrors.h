@@ -1,8 +1,10 @@
 #pragma once
 
-#include "qany.h"
+#include <QString>
 
 #include <vector>
+
+namespace calc::rules {
 
 /// The fault list of one calculation, in the order in which the faults were found. A plain value.
 class CalcErrors
@@ -17,25 +19,26 @@ public:
         Spo  ///< employees without events
     };
 
+    struct Entry {
+        Code code;
+        QString text;
+        qint64 user;  ///< 0 when it is of no employee
+        QString name; ///< of the employee
+        qint64 date;  ///< Unix seconds of local midnight; 0 when it is of no day
+    };
+
     /// A fault of the run.
     void add(Code code, const QString &text) { add(code, text, 0, QString(), 0); }
-    /// A fault of an employee on a day; `date` is the Unix seconds of local midnight, 0 when it is of no day.
+    /// A fault of an employee on a day.
     void add(Code code, const QString &text, qint64 user, const QString &name, qint64 date)
     {
         m_entries.push_back({code, text, user, name, date});
     }
 
-    /// A List of {CODE, NAPAKA, USER, NAME, DATESTAMP}; what does not apply is Null.
-    QAny toList() const;
+    const std::vector<Entry> &entries() const { return m_entries; }
 
 private:
-    struct Entry {
-        Code code;
-        QString text;
-        qint64 user;
-        QString name;
-        qint64 date;
-    };
-
     std::vector<Entry> m_entries;
 };
+
+} // namespace calc::rules

@@ -1,12 +1,11 @@
 #pragma once
 
-#include "calc/rules/accesscode.h"
 #include "calc/rules/calcsettings.h"
+#include "calc/rules/event.h"
 #include "calc/rules/localclock.h"
 #include "calc/rules/rulesettings.h"
 #include "calc/rules/schedule.h"
 #include "calc/rules/shiftplan.h"
-#include "qany.h"
 
 #include <QDate>
 #include <QString>
@@ -14,34 +13,20 @@
 #include <memory>
 #include <vector>
 
-/// One event, of a terminal or entered by hand.
-struct Event {
-    qint64 id = 0;
-    qint64 user = 0;
-    qint64 timestamp = 0; ///< Unix seconds, shifted and rounded as the settings ask
-    AccessCode code;
-    bool isMeta = false; ///< read from the hand-entered ones
-    bool isLast = false; ///< the employee's last one in the range that was read
-    QString accessCode;
-    QString type; ///< kind: MP, ME, EV, AE
-    QString remark;
-    QString param;
-    QAny idx;
-    QAny tag;
-    QAny pTime;
-};
+namespace calc::rules {
 
 /// An employee with all that the calculation needs of them.
 struct Employee {
     qint64 user = 0;
     QString name;
     QString emplId; ///< personal number
+    QString group;  ///< of shift assignments (PRERAZDC); empty without one
     qint64 timeZoneSeconds = 0;
-    std::shared_ptr<const RuleSettings> rules; ///< null without settings
-    std::shared_ptr<const Schedule> schedule;  ///< null without one
-    std::shared_ptr<const ShiftPlan::Days> shifts;
-    QAny record;               ///< the row as read
-    std::vector<Event> events; ///< in pairing order
+    std::shared_ptr<const RuleSettings> rules;     ///< null without settings
+    std::shared_ptr<const Schedule> schedule;      ///< null without one
+    std::shared_ptr<const ShiftPlan::Days> shifts; ///< one per day of the clock
+    ShiftPlan::Rows assignments;                   ///< that apply to the employee
+    std::vector<Event> events;                     ///< in pairing order once ordered
 
     const ShiftOfDay &shift(int day) const { return (*shifts)[static_cast<size_t>(day)]; }
     /// The schedule of a day of the clock; null without one.
@@ -51,6 +36,7 @@ struct Employee {
             return nullptr;
         return schedule->day(shift(day).shift, clock.weekday(day));
     }
+    bool showsEmptyDays() const { return rules && rules->showEmptyDays; }
 };
 
 /// The period of a calculation within its clock.
@@ -65,13 +51,20 @@ struct Period {
 
     int dayCount() const { return lastDay - firstDay + 1; }
     bool containsDay(int day) const { return day >= firstDay && day <= lastDay; }
+    bool contains(qint64 instant) const { return instant >= start && instant <= end; }
 };
 
-/// Everything that a calculation reads before it computes.
+/// Everything that a calculation is given.
 struct CalcInputs {
     CalcSettings settings;
     Period period;
+    int today = 0;                   ///< a day of the clock, or beyond it; later days are in the future
+    qint64 doubleTapSeconds = 0;     ///< so close taps are of one passage; 0 = off
     std::vector<Employee> employees; ///< in the order asked for
-    std::vector<QString> holidays;   ///< PRAZNIK text per day of the period; empty = none
+    std::vector<QString> holidays;   ///< PRAZNIK text per day of the clock; empty = none
     ShiftPlan plan;
+
+    const QString &holiday(int day) const { return holidays[static_cast<size_t>(day)]; }
 };
+
+} // namespace calc::rules

@@ -1,13 +1,13 @@
 #pragma once
 
-#include "qany.h"
+#include <QtGlobal>
 
-class DataBase;
+#include <algorithm>
+
+namespace calc::rules {
 
 /// The switches of a calculation, as a request brings them or as they are stored. A plain value.
 struct CalcSettings {
-    /// Key of the `config` row that holds the stored settings as JSON text.
-    static constexpr char kStoredKey[] = "CALCWTIMES";
     /// Events are read this far beyond the period when NEAREVLEN is 0.
     static constexpr qint64 kDefaultNearHours = 24;
     /// A larger NEAREVLEN is cut to this: nobody works longer at a stretch, and the whole file would be read.
@@ -38,16 +38,12 @@ struct CalcSettings {
     bool isTz = false; ///< event times are shifted by the employee's TIMEZ
 
     /// Seconds that events are read beyond either end of the period.
-    qint64 nearSeconds() const;
-
-    QAny toHash() const;
-    /// An absent key reads as false or 0; anything but a Hash as all of them absent.
-    static CalcSettings fromHash(const QAny &hash);
-    /// The stored settings; all off when there are none or the text is no JSON.
-    static CalcSettings load(DataBase &database);
-    /// Stores the whole settings hash (which may hold more than the switches); nothing when a text in it holds an
-    /// apostrophe.
-    static void save(DataBase &database, const QAny &hash);
-    /// SETT of the request when it has one, else the stored settings.
-    static CalcSettings ofRequest(DataBase &database, const QAny &request);
+    qint64 nearSeconds() const
+    {
+        if (!nearEvents)
+            return 0;
+        return (nearEvLen == 0 ? kDefaultNearHours : std::clamp<qint64>(nearEvLen, 0, kMaxNearHours)) * 3600;
+    }
 };
+
+} // namespace calc::rules

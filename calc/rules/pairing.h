@@ -2,77 +2,63 @@
 
 #include "calc/rules/calcerrors.h"
 #include "calc/rules/calcinputs.h"
+#include "calc/rules/pair.h"
 
 #include <vector>
 
-/// One end of a pair: the event that it came from, or what stands for it.
-struct PairEnd {
-    bool present = false;
-    bool isAutomatic = false; ///< nobody went: the start of an automatic lunch
-    qint64 timestamp = 0;     ///< Unix seconds
-    AccessCode code;
-    QString accessCode;
-    QString type;
-    QString remark;
-    QString param;
-    QAny idx;
-    QAny tag;
+namespace calc::rules {
 
-    bool isMetaPeriod() const { return type == QLatin1String("MP"); }
+/// What became of an employee's events.
+struct Pairing {
+    std::vector<Pair> pairs;   ///< of the days of the period, in order of time
+    std::vector<Pair> deleted; ///< by an hour check
+    std::vector<Pair> outside; ///< of days outside the period
+    qint64 made = 0;           ///< how many pairs were numbered
 };
 
-/// An arrival joined with the departure that closes it; one of them may be missing.
-struct Pair {
-    qint64 number = 0;
-    int day = 0; ///< of the clock; the day of the arrival, without one that of the departure
-    PairEnd arrival;
-    PairEnd departure;
-    bool isMarked = false; ///< the arrival was generated and is to be marked
-    qint64 outsideDay = 0; ///< seconds beyond the day or the period
-
-    bool isComplete() const { return arrival.present && departure.present; }
-    /// Time at work: complete and closed by "102" or "102:3".
-    bool isPresence() const { return isComplete() && departure.code.isPresence(); }
-    Category category() const { return isComplete() ? departure.code.category() : Category::None; }
-    /// Seconds; 0 for an incomplete pair.
-    qint64 length() const { return isComplete() ? departure.timestamp - arrival.timestamp : 0; }
-};
-
-/// Turns the events of employees into pairs. Pure but for the error list; one object serves a whole run and numbers
-/// its pairs.
+/// Turns the events of employees into pairs. Pure; one object serves a whole run, from any thread at a time.
 class EventPairing
 {
 public:
-    /// Settings, period and error list are not owned and must outlive this object.
-    EventPairing(const CalcSettings &settings, const Period &period, CalcErrors &errors);
+    /// The inputs are not owned and must outlive this object.
+    explicit EventPairing(const CalcInputs &inputs) : m_inputs(inputs) {}
 
-    /// The employee's pairs in the days of the period, in order of time. Remarks are collected also of pairs outside
-    /// the period, faults are not.
-    std::vector<Pair> pairsOf(const Employee &employee);
+    /// The employee's events must be in order. Faults are added to the list; remarks are collected also of pairs
+    /// outside the period, faults are not.
+    Pairing pairsOf(const Employee &employee, CalcErrors &errors) const;
 
 private:
-    void join(const Employee &employee);
-    void closeWithoutArrival(const Event &departure);
-    void reportMissingDeparture(const Pair &open);
-    void deleteByHour();
-    bool isLateArrival(const Pair &pair) const;
-    bool isEarlyDeparture(const Pair &pair) const;
-    bool isInLateWindow(qint64 instant) const;
-    void parsePairs();
-    QString caseOf(const Pair &pair) const;
-    void insertAutomaticLunches();
-    bool splitByLunch(size_t index, const DaySchedule &schedule);
-    void measureOutside();
-    void keepPeriod();
-    void addFault(CalcErrors::Code code, const QString &text, int day);
-    Pair &newPair(int day);
-    int dayOf(qint64 instant) const { return m_period.clock.dayOf(instant); }
-    int hourOf(qint64 instant) const;
-
-    const CalcSettings &m_settings;
-    const Period &m_period;
-    CalcErrors &m_errors;
-    qint64 m_lastNumber = 0;
-    const Employee *m_employee = nullptr; ///< the one being paired
-    std::vector<Pair> m_pairs;
+    const CalcInputs &m_inputs;
 };
+
+/// What the steps of one employee's pairing share.
+struct PairingRun {
+    const CalcInputs &inputs;
+    const Employee &employee;
+    CalcErrors &errors;
+    Pairing &result;
+
+    const Period &period() const { return inputs.period; }
+    const LocalClock &clock() const { return inputs.period.clock; }
+    const CalcSettings &settings() const { return inputs.settings; }
+    const Event &event(const PairEnd &end) const { return employee.events[static_cast<size_t>(end.event)]; }
+    /// Of the employee on a day; not on one outside the period.
+    void addFault(CalcErrors::Code code, const QString &text, int day) const;
+};
+
+// The steps, in their order.
+
+/// Joins each arrival with the departure behind it and reports what has no other half.
+void joinEvents(PairingRun &run);
+/// Deletes the pairs of late arrivals and early departures, where the settings ask for it.
+void deleteByHour(PairingRun &run);
+/// Tells how pairs lie to midnight and to the period, where the settings ask for remarks.
+void remarkPlaces(const PairingRun &run);
+/// Inserts the automatic lunch of each day whose schedule has one and whose pairs have none.
+void insertAutomaticLunches(PairingRun &run);
+/// Measures what of each pair lies beyond its day, where the settings ask for it.
+void measureBeyondDay(PairingRun &run);
+/// Puts the pairs of days outside the period aside.
+void keepPeriod(PairingRun &run);
+
+} // namespace calc::rules

@@ -1,20 +1,19 @@
 #pragma once
 
-#include <QString>
+#include "calc/rules/storedvalue.h"
 
-#include <memory>
+#include <QHash>
 
-/// An employee's calculation settings: which day rules are on and their limits. Read once per distinct text, shared by
-/// its employees. A missing section or key reads as 0, which is off.
+namespace calc::rules {
+
+/// An employee's calculation settings: which day rules are on and their limits. A missing section or key reads as 0,
+/// which is off. Read once per distinct text, shared by its employees.
 struct RuleSettings {
     enum class Weighing {
         EventType,   ///< rules apply to every day
         MetaPerType, ///< days with an MP event skip the rules
         MixType      ///< as EventType, but MP pairs do not count towards arrival and departure
     };
-
-    /// Null when the text is empty or not the JSON text of a hash.
-    static std::shared_ptr<const RuleSettings> parse(const QString &text);
 
     Weighing weighing = Weighing::EventType;
 
@@ -25,7 +24,8 @@ struct RuleSettings {
     bool lateExit = false;
 
     // SALDO
-    qint64 interval = 0; ///< of the rounding of arrival and departure, seconds; 0 = off
+    qint64 interval = 0;               ///< of the rounding of arrival and departure, seconds; 0 = off
+    const char *intervalKey = nullptr; ///< that set it; a literal
     bool roundArrival = false;
     bool roundDeparture = false;
     bool keepWorkBefore = false; ///< NWOUTIN
@@ -65,4 +65,9 @@ struct RuleSettings {
     bool tooManyOverhours = false;
     bool addHours = false;
     double addHoursNumber = 0; ///< hours
+
+    /// What the text holds, by "SECTION/KEY": for telling which setting did what.
+    QHash<QString, StoredValue> stored;
 };
+
+} // namespace calc::rules

@@ -1,16 +1,19 @@
 #pragma once
 
-#include "qany.h"
+#include "calc/rules/storedvalue.h"
+
+#include <QHash>
 
 #include <array>
-#include <memory>
 #include <optional>
+
+namespace calc::rules {
 
 /// A schedule time in seconds; nothing when it is missing, empty or no time, which switches off every comparison.
 using ScheduleTime = std::optional<qint64>;
 
 /// The times of one day. Times of day are seconds since that day's midnight; those of the window that are earlier
-/// than its start lie on the next day (86400 added).
+/// than its start lie on the next day (86400 added), and so does an end that equals it.
 struct DaySchedule {
     ScheduleTime startB; ///< earliest arrival; the window's start
     ScheduleTime startE; ///< latest arrival
@@ -24,6 +27,9 @@ struct DaySchedule {
     ScheduleTime automaticLunchStart;
     bool automaticLunch = false;
 
+    /// What the text holds, by key ("STARTB"): for telling which time did what.
+    QHash<QString, StoredValue> stored;
+
     bool hasWindow() const { return startB && endE; }
 };
 
@@ -32,19 +38,21 @@ class Schedule
 {
 public:
     static constexpr int kShifts = 3;
+    /// The days of one shift, Monday first; nothing on a day without a schedule.
+    using Week = std::array<std::optional<DaySchedule>, 7>;
 
-    /// Null when the text is empty or not the JSON text of a hash.
-    static std::shared_ptr<const Schedule> parse(const QString &text);
+    Schedule() = default;
+    explicit Schedule(const std::array<Week, kShifts> &weeks) : m_weeks(weeks) {}
 
-    /// The day's times, or null without a schedule. Shift 1 to 3 (a missing one takes the first), weekday 1 to 7.
-    const DaySchedule *day(int shift, int weekday) const;
-    /// The parsed text, each time with its companion key (suffix "I") in seconds.
-    const QAny &fields() const { return m_fields; }
-
-    /// "7:30" is 27000, "45" (minutes) 2700, "-0:30" -1800 seconds; nothing for a text that is no time.
-    static ScheduleTime seconds(const QString &text);
+    /// The day's times, or null without a schedule. Shift 1 to 3, weekday 1 (Monday) to 7.
+    const DaySchedule *day(int shift, int weekday) const
+    {
+        const auto &found = m_weeks[static_cast<size_t>(shift - 1)][static_cast<size_t>(weekday - 1)];
+        return found ? &*found : nullptr;
+    }
 
 private:
-    std::array<std::array<std::optional<DaySchedule>, 7>, kShifts> m_days;
-    QAny m_fields;
+    std::array<Week, kShifts> m_weeks;
 };
+
+} // namespace calc::rules

@@ -3,6 +3,8 @@
 #include "calc/calc21.h"
 #include "calc/dialogcalc3.h"
 #include "calc/input/metaevents.h"
+#include "calc/output/records.h"
+#include "calc/output/tables.h"
 #include "server/logger/logger.h"
 #include "storage/database.h"
 
@@ -130,17 +132,22 @@ qint64 oneUser(const QAny &user)
     return user.isList() && user.count() == 1 ? user.at(0).toInteger() : user.toInteger();
 }
 
-void makeReadable(QAny pair)
+/// The records with times, day and length as texts; a length of nothing stays a number. They are nobody else's.
+QAny readablePairs(const QAny &pairs)
 {
     static const QString clock = QStringLiteral("hh:mm");
     static const QString day = QStringLiteral("ddd d.M.yyyy");
-    for (const QString &key : {QStringLiteral("TIMESTAMP"), QStringLiteral("TIMESTAMP2")})
-        pair.insert(key, timeText(pair.lookup(key), clock));
-    pair.insert(QStringLiteral("DATESTAMP"), timeText(pair.lookup(QStringLiteral("DATESTAMP")), day));
     const QString length = QStringLiteral("PTIME");
-    const qint64 seconds = pair.lookup(length).toInteger();
-    if (seconds != 0)
-        pair.insert(length, durationText(seconds));
+    for (int i = 0; i < pairs.count(); ++i) {
+        QAny pair = pairs.at(i);
+        for (const QString &key : {QStringLiteral("TIMESTAMP"), QStringLiteral("TIMESTAMP2")})
+            pair.insert(key, timeText(pair.lookup(key), clock));
+        pair.insert(QStringLiteral("DATESTAMP"), timeText(pair.lookup(QStringLiteral("DATESTAMP")), day));
+        const qint64 seconds = pair.lookup(length).toInteger();
+        if (seconds != 0)
+            pair.insert(length, durationText(seconds));
+    }
+    return pairs;
 }
 
 /// The calculation of one employee's period with the stored settings; Invalid after a fatal error.
@@ -155,31 +162,27 @@ QAny recalc(const QAny &data, bool withPairs, bool withSums)
         return QAny(QAny::Invalid);
     qDebug() << "DialogCalc3::recalc() allpairs"; // deliberately under the name of the class that packs
     // Built anew: the page may not bring settings of its own.
-    const QAny calculation = Calc21(*db()).calcAll(QAny{
+    Calc21 calculation(*db());
+    const calc::rules::CalcResult &calculated = calculation.calculate(QAny{
         {startDate, data.lookup(startDate).toString()},
         {endDate, data.lookup(endDate).toString()},
         {QStringLiteral("USER"), QAny::list({oneUser(data.lookup(QStringLiteral("USER")))})},
     });
-    const QAny employees = calculation.lookup(QStringLiteral("CALC"));
-    if (!employees.isList())
+    if (calculated.isFatal)
         return QAny(QAny::Invalid);
 
     QAny result(QAny::Hash);
     if (withSums) {
         DialogCalc3 dialog(*db());
-        result.insert(QStringLiteral("SUM"), dialog.packSum(calculation));
-        result.insert(QStringLiteral("DAYS"), dialog.showSumDays(calculation));
+        calc::output::PackedCells cells = calc::output::cellsOf(calculated);
+        result.insert(QStringLiteral("SUM"), dialog.packSum(calculated, cells));
+        result.insert(QStringLiteral("DAYS"), dialog.showSumDays(calculated, cells));
     }
     qDebug() << "webMetods::recalc() END";
     qDebug() << "webMetods::recalc()" << timer.elapsed() << "ms";
-    result.insert(QStringLiteral("ERR"), calculation.lookup(QStringLiteral("ERR")));
-    if (withPairs) {
-        const QAny pairs = employees.value(0).lookup(QStringLiteral("PAIRS"));
-        // In place, and so after the packing, which reads the same records.
-        for (int i = 0; i < pairs.count(); ++i)
-            makeReadable(pairs.at(i));
-        result.insert(QStringLiteral("PAIRS"), pairs.isList() ? pairs : QAny(QAny::List));
-    }
+    result.insert(QStringLiteral("ERR"), calc::output::errorRecords(calculated.errors));
+    if (withPairs)
+        result.insert(QStringLiteral("PAIRS"), readablePairs(calc::output::pairRecords(calculated, 0)));
     return result;
 }
 

@@ -37,7 +37,7 @@ void EventBuilder::punch(qint64 seconds, const WordMeaning &meaning, int line)
     } else {
         // A plain departure out of an absence ends the day: the absence lasted until then. Another one names it.
         if (m_whereabouts == Whereabouts::Away && (seconds > m_since || m_awayFromWork))
-            endAbsence(seconds, meaning.code == AccessCode(departure()) ? m_awayFor : meaning.text);
+            endAbsence(seconds, meaning.code == calc::rules::AccessCode(departure()) ? m_awayFor : meaning.text);
         else
             m_store(seconds, meaning.text);
         m_whereabouts = Whereabouts::Out;

@@ -147,7 +147,7 @@ void PunchImport::buildEvents()
 
 int PunchImport::codeIndex(const QString &text)
 {
-    const AccessCode code(text);
+    const calc::rules::AccessCode code(text);
     const QString key = code.text().isEmpty() ? text : code.text();
     const auto known = m_codes.constFind(key);
     if (known != m_codes.constEnd())

@@ -28,7 +28,7 @@ QString WordTable::add(const QString &definition, bool goesOut)
 
     WordMeaning meaning;
     meaning.text = definition.mid(sign + 1).trimmed();
-    meaning.code = AccessCode(meaning.text);
+    meaning.code = calc::rules::AccessCode(meaning.text);
     meaning.goesOut = goesOut;
     const QString code = meaning.code.text();
     const auto *known = std::find_if(std::begin(kCodes), std::end(kCodes),

@@ -11,7 +11,7 @@
 struct WordMeaning {
     /// As it is stored, with its name: "101:Prihod".
     QString text;
-    AccessCode code;
+    calc::rules::AccessCode code;
     /// The word is said on leaving, and the code names what the person leaves for.
     bool goesOut = false;
 };

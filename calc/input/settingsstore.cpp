@@ -1,12 +1,17 @@
-#include "calc/rules/calcsettings.h"
+#include "calc/input/settingsstore.h"
 
 #include "storage/database.h"
 
-#include <algorithm>
+namespace calc::input {
 
 namespace {
 
-using Settings = CalcSettings;
+using Settings = rules::CalcSettings;
+
+/// Key of the `config` row that holds the stored settings as JSON text.
+const QString kStoredKey = QStringLiteral("CALCWTIMES");
+/// Key of the `config` row, and of a request, with the seconds between taps of one passage.
+const QString kDoubleTap = QStringLiteral("DOUBLETAP");
 
 struct SettingField {
     const char *key;
@@ -59,30 +64,22 @@ bool readFlag(const QAny &value)
 
 } // namespace
 
-qint64 CalcSettings::nearSeconds() const
-{
-    if (!nearEvents)
-        return 0;
-    const qint64 hours = nearEvLen == 0 ? kDefaultNearHours : std::clamp<qint64>(nearEvLen, 0, kMaxNearHours);
-    return hours * 3600;
-}
-
-QAny CalcSettings::toHash() const
+QAny settingsHash(const rules::CalcSettings &settings)
 {
     QAny hash(QAny::Hash);
     for (const SettingField &field : kFields) {
         const QString key = QString::fromLatin1(field.key);
         if (field.flag)
-            hash.insert(key, this->*field.flag);
+            hash.insert(key, settings.*field.flag);
         else
-            hash.insert(key, this->*field.number);
+            hash.insert(key, settings.*field.number);
     }
     return hash;
 }
 
-CalcSettings CalcSettings::fromHash(const QAny &hash)
+rules::CalcSettings settingsFromHash(const QAny &hash)
 {
-    CalcSettings settings;
+    rules::CalcSettings settings;
     if (!hash.isHash())
         return settings;
     for (const SettingField &field : kFields) {
@@ -95,20 +92,29 @@ CalcSettings CalcSettings::fromHash(const QAny &hash)
     return settings;
 }
 
-CalcSettings CalcSettings::load(DataBase &database)
+rules::CalcSettings loadSettings(DataBase &database)
 {
-    return fromHash(QAny::fromJson(database.configValue(QLatin1String(kStoredKey))));
+    return settingsFromHash(QAny::fromJson(database.configValue(kStoredKey)));
 }
 
-void CalcSettings::save(DataBase &database, const QAny &hash)
+void saveSettings(DataBase &database, const QAny &hash)
 {
     // Deliberately unescaped, like every value in this kind of statement: a text with an apostrophe is not stored.
-    database.exec(QStringLiteral("insert or replace into config (key, value) values ('%1','%2')")
-                      .arg(QLatin1String(kStoredKey), hash.toJson()));
+    database.exec(
+        QStringLiteral("insert or replace into config (key, value) values ('%1','%2')").arg(kStoredKey, hash.toJson()));
 }
 
-CalcSettings CalcSettings::ofRequest(DataBase &database, const QAny &request)
+rules::CalcSettings settingsOf(DataBase &database, const QAny &request)
 {
     const QAny &settings = request.lookup(QStringLiteral("SETT"));
-    return settings.isHash() ? fromHash(settings) : load(database);
+    return settings.isHash() ? settingsFromHash(settings) : loadSettings(database);
 }
+
+qint64 doubleTapSecondsOf(DataBase &database, const QAny &request)
+{
+    const qint64 seconds = request.contains(kDoubleTap) ? request.lookup(kDoubleTap).toInteger()
+                                                        : database.configValue(kDoubleTap).trimmed().toLongLong();
+    return std::clamp<qint64>(seconds, 0, kMaxDoubleTapSeconds);
+}
+
+} // namespace calc::input

@@ -1,0 +1,140 @@
+#include "calc/input/eventreader.h"
+
+#include "calc/input/employeereader.h"
+#include "calc/input/storedvalues.h"
+#include "storage/database.h"
+
+#include <QSqlQuery>
+
+namespace calc::input {
+
+namespace {
+
+const QString kSelectEvents = QStringLiteral(
+    "select allevents.ID as ID,USER,TYPE,allevents.REMARK as REMARK,TIMESTAMP,ACCESS_CODE as AC,PTIME,IDX,TAG,PARAM,"
+    "%1 as NAME,TIMEZ from allevents left join employees on user=employees.id"
+    " where timestamp >=? and timestamp<=?");
+const QString kSelectTerminals =
+    QStringLiteral("select ID,TERMINAL from allevents where timestamp >=? and timestamp<=?");
+const QString kSelectHandEntered = QStringLiteral(
+    "select id,USER,TYPE,REMARK,TIMESTAMP,ACCESS_CODE,IDLOG from metalog where timestamp >=? and timestamp<=?");
+const QString kSelectAuthors = QStringLiteral("select ID,%1 as NAME from employees");
+const QString kUser = QStringLiteral("USER");
+const QString kHandEntered = QStringLiteral("ME");
+
+rules::StoredValue cell(const QSqlQuery &query, int column)
+{
+    return storedValue(QAny::fromVariant(query.value(column)));
+}
+
+} // namespace
+
+EventReader::EventReader(DataBase &database, const CalcRequest &request, const ReadRange &range,
+                         std::vector<rules::Employee> &employees)
+    : m_database(database), m_request(request), m_range(range), m_employees(employees)
+{
+    for (size_t i = 0; i < m_employees.size(); ++i)
+        m_employeeOf.insert(m_employees[i].user, static_cast<int>(i));
+}
+
+int EventReader::read(bool withSources)
+{
+    m_withSources = withSources;
+    if (withSources) {
+        readTerminals();
+        readAuthors();
+    }
+    const int rows = readJournal();
+    return rows + readHandEntered();
+}
+
+int EventReader::forEachRow(const QString &sql, const std::function<void(const QSqlQuery &)> &reader)
+{
+    int rows = 0;
+    for (int part = 0; part < m_request.users.parts(); ++part) {
+        const QVariantList bindings = m_request.users.bindings(part, {m_range.firstEvent, m_range.lastEvent});
+        m_database.forEachRow(sql, bindings, [&](const QSqlQuery &query) {
+            ++rows;
+            reader(query);
+        });
+    }
+    return rows;
+}
+
+int EventReader::readJournal()
+{
+    enum { Id, User, Type, Remark, Timestamp, AccessCodeText, PTime, Idx, Tag, Param };
+    const QString sql = kSelectEvents.arg(nameColumn(m_request.firstNameFirst)) + m_request.users.clause(kUser) +
+                        QStringLiteral(" order by user,timestamp");
+    return forEachRow(sql, [this](const QSqlQuery &query) {
+        rules::Event event;
+        event.id = query.value(Id).toLongLong();
+        event.stored = query.value(Timestamp).toLongLong();
+        event.accessCode = shared(query.value(AccessCodeText).toString());
+        event.type = shared(query.value(Type).toString());
+        event.remark = shared(query.value(Remark).toString());
+        event.param = shared(query.value(Param).toString());
+        event.idx = cell(query, Idx);
+        event.tag = cell(query, Tag);
+        event.pTime = cell(query, PTime);
+        if (m_withSources)
+            event.source = shared((QStringLiteral("terminal ") + m_terminals.value(event.id)).trimmed());
+        add(query.value(User).toLongLong(), std::move(event));
+    });
+}
+
+int EventReader::readHandEntered()
+{
+    enum { Id, User, Type, Remark, Timestamp, AccessCodeText, Author };
+    return forEachRow(kSelectHandEntered + m_request.users.clause(kUser), [this](const QSqlQuery &query) {
+        rules::Event event;
+        event.isMeta = true;
+        event.id = query.value(Id).toLongLong();
+        event.stored = query.value(Timestamp).toLongLong();
+        event.accessCode = shared(query.value(AccessCodeText).toString());
+        const QString type = query.value(Type).toString();
+        event.type = rules::kindOf(type) == rules::EventKind::Other ? kHandEntered : shared(type);
+        event.remark = query.value(Remark).toString();
+        event.idx = event.id;
+        if (m_withSources) {
+            const QString author = query.value(Author).toString();
+            event.source = (QStringLiteral("entered by ") + m_authors.value(author, author)).trimmed();
+        }
+        add(query.value(User).toLongLong(), std::move(event));
+    });
+}
+
+void EventReader::readTerminals()
+{
+    forEachRow(kSelectTerminals + m_request.users.clause(kUser), [this](const QSqlQuery &query) {
+        m_terminals.insert(query.value(0).toLongLong(), shared(query.value(1).toString()));
+    });
+}
+
+void EventReader::readAuthors()
+{
+    m_database.forEachRow(kSelectAuthors.arg(nameColumn(m_request.firstNameFirst)), {}, [this](const QSqlQuery &query) {
+        m_authors.insert(query.value(0).toString(), query.value(1).toString());
+    });
+}
+
+const QString &EventReader::shared(const QString &text)
+{
+    constexpr int maxTexts = 4096; // remarks of a company are few; a file full of different ones is not kept twice
+    const auto known = m_texts.constFind(text);
+    if (known != m_texts.constEnd())
+        return *known;
+    return m_texts.size() < maxTexts ? *m_texts.insert(text, text) : text;
+}
+
+void EventReader::add(qint64 user, rules::Event event)
+{
+    const auto employee = m_employeeOf.constFind(user);
+    if (employee == m_employeeOf.constEnd())
+        return;
+    event.code = rules::AccessCode(event.accessCode);
+    event.kind = rules::kindOf(event.type);
+    m_employees[static_cast<size_t>(*employee)].events.push_back(std::move(event));
+}
+
+} // namespace calc::input

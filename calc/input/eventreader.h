@@ -1,0 +1,46 @@
+#pragma once
+
+#include "calc/input/calcrequest.h"
+#include "calc/input/readrange.h"
+
+#include <QHash>
+
+class DataBase;
+
+namespace calc::input {
+
+/// Reads the events of the employees: those of the journal (`allevents`) and those entered by hand (`metalog`). Used
+/// once.
+class EventReader
+{
+public:
+    /// Nothing is owned; all must outlive this object.
+    EventReader(DataBase &database, const CalcRequest &request, const ReadRange &range,
+                std::vector<rules::Employee> &employees);
+
+    /// Appends the events to their employees, unordered; the number of rows that were read, also of others. With
+    /// sources every event tells who brought it.
+    int read(bool withSources);
+
+private:
+    int readJournal();
+    int readHandEntered();
+    void readTerminals();
+    void readAuthors();
+    void add(qint64 user, rules::Event event);
+    const QString &shared(const QString &text);
+    /// Runs the statement for every part of the employees asked for, over the range.
+    int forEachRow(const QString &sql, const std::function<void(const QSqlQuery &)> &reader);
+
+    DataBase &m_database;
+    const CalcRequest &m_request;
+    const ReadRange &m_range;
+    std::vector<rules::Employee> &m_employees;
+    bool m_withSources = false;
+    QHash<qint64, QString> m_terminals; ///< by row of the journal
+    QHash<QString, QString> m_authors;  ///< by id
+    QHash<qint64, int> m_employeeOf;    ///< by user
+    QHash<QString, QString> m_texts;    ///< one copy of each common text
+};
+
+} // namespace calc::input

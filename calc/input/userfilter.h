@@ -1,0 +1,39 @@
+#pragma once
+
+#include "qany.h"
+
+#include <QString>
+#include <QVariantList>
+
+#include <vector>
+
+namespace calc::input {
+
+/// The employees that a request asks for, as clauses of statements. A plain value.
+class UserFilter
+{
+public:
+    /// A statement's condition has a bounded depth: longer lists are asked for in parts of so many.
+    static constexpr int kUsersInStatement = 500;
+
+    /// Everybody.
+    UserFilter() = default;
+    /// One id or a list of ids, as numbers or numeric texts; Null or Invalid asks for everybody.
+    explicit UserFilter(const QAny &user);
+
+    bool contains(qint64 user) const;
+    /// How many statements it takes to read everything that was asked for.
+    int parts() const;
+    /// The clause of a part, " and (…)" of "column=?" terms joined by " or "; empty for everybody.
+    QString clause(const QString &column) const;
+    /// What the terms of a part are bound to, behind other bindings.
+    QVariantList bindings(int part, QVariantList others) const;
+
+private:
+    int termsInStatement() const;
+
+    bool m_isOn = false;
+    std::vector<qint64> m_users; ///< sorted
+};
+
+} // namespace calc::input

@@ -1,0 +1,23 @@
+#pragma once
+
+#include "calc/output/packedcells.h"
+#include "calc/rules/calcresult.h"
+#include "qany.h"
+
+namespace calc::output {
+
+// The packed tables of a result: {"HEADER": List of {"KEY", "TXT"}, "TABLE": List of rows}; after a fatal error the
+// first three have no rows. A row is a Hash keyed by column. A cell is its display text, an Integer for ids and counts,
+// or a Hash with the text under UWVS and its COLOR, TXTCOLOR, TOOLTIP or ICON. Equal coloured cells are one shared
+// handle.
+
+/// What the cells of a result's tables are made with.
+PackedCells cellsOf(const rules::CalcResult &result);
+
+QAny pairTable(const rules::CalcResult &result, PackedCells &cells);
+/// A total row follows each employee's days. Of a header that is no List the table's own columns are taken.
+QAny dayTable(const rules::CalcResult &result, const QAny &header, PackedCells &cells);
+QAny sumTable(const rules::CalcResult &result, PackedCells &cells);
+QAny errorTable(const rules::CalcErrors &errors);
+
+} // namespace calc::output
