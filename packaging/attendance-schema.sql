@@ -100,3 +100,5 @@ CREATE INDEX IF NOT EXISTS user_access_name ON USER_ACCESS (NAME);
 
 -- Settings of the calculation: events are read a day beyond the period, so that night shifts at its edges are whole.
 INSERT OR IGNORE INTO config (KEY, VALUE) VALUES ('CALCWTIMES', '{"ISROUND30":false,"NEAREVENTS":true,"AUTOEVENTS":true,"STARTOFF":0,"ENDOFF":0,"NEAREVLEN":24,"ISSEC":false,"ISSETT":false,"CALCREM":0,"SHOWNOEV":1,"ISTREE":false,"ISDEBUG":false,"ISSUMSUM":true,"ISAUTOCALC":false,"EARLYEXIT":0,"ISACS":true,"ISCODES":false,"ISZUKEV":false,"ISSRVCALC":false,"TIPRERAZ":false,"NOMETASETT":false,"ISTEST":false,"ISTZ":false}');
+-- Who taps a terminal again within so many seconds has passed once.
+INSERT OR IGNORE INTO config (KEY, VALUE) VALUES ('DOUBLETAP', '120');

@@ -112,6 +112,7 @@ private slots:
     void refusedLines();
     void repeatedHour();
     void repeatedImport();
+    void secondTaps();
     void dryRunChangesNothing();
     void employees();
     void calendar();
@@ -314,6 +315,22 @@ void TestZukImport::repeatedImport()
                               "480 102:Odhod"}));
     }
     QVERIFY(site.output().contains("events:    0 added, 7 skipped"));
+}
+
+void TestZukImport::secondTaps()
+{
+    // Stored as they are; the calculation judges them, in a file of ours by the shipped two minutes.
+    const QString seconds = "select VALUE from config where KEY='DOUBLETAP'";
+    Site site;
+    QCOMPARE(site.punch("1,2026-03-02 08:00,IN\n1,2026-03-02 08:01,IN\n", {"--create-employees"}),
+             ImportReport::AllImported);
+    QCOMPARE(site.events().size(), 2);
+    QCOMPARE(site.rows(seconds), QStringList{"120"});
+    // A file that is there keeps what its owner chose.
+    site.exec("update config set VALUE='0' where KEY='DOUBLETAP'");
+    QCOMPARE(site.punch("1,2026-03-02 16:00,OUT\n1,2026-03-02 16:01,OUT\n"), ImportReport::AllImported);
+    QCOMPARE(site.events().size(), 4);
+    QCOMPARE(site.rows(seconds), QStringList{"0"});
 }
 
 void TestZukImport::dryRunChangesNothing()
