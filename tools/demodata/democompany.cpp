@@ -8,6 +8,8 @@
 
 #include <algorithm>
 
+namespace tools::demodata {
+
 namespace {
 
 /// What one run can hold in memory and the ids of its tables, with room to spare.
@@ -227,3 +229,5 @@ QString generateDemoCompany(DataBase &database, const DemoOptions &options, Demo
         *summary = {options.employees, company.store().events(), company.store().corrections()};
     return {};
 }
+
+} // namespace tools::demodata

@@ -5,6 +5,8 @@
 
 class DataBase;
 
+namespace tools::demodata {
+
 struct DemoOptions {
     int employees = 50;
     QDate start;
@@ -29,3 +31,8 @@ QString faultOf(const DemoOptions &options);
 /// Creates the attendance tables that are missing. Returns the fault, and stores nothing, when the options make no
 /// sense, the database holds employees already, or it cannot be written; an empty text when all is stored.
 QString generateDemoCompany(DataBase &database, const DemoOptions &options, DemoSummary *summary = nullptr);
+
+} // namespace tools::demodata
+
+// For programs that want nothing of this folder but a company.
+using tools::demodata::DemoOptions;

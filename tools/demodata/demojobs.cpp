@@ -1,5 +1,7 @@
 #include "tools/demodata/demojobs.h"
 
+namespace tools::demodata {
+
 namespace {
 
 const QString kOffice = QStringLiteral("PISARNA");
@@ -125,3 +127,5 @@ QAny demoRules()
           {"HOURS", {{"LOWSALDO", 1}, {"TOOMANYHOURS", 1}, {"MAXHOURS", 12}}}}},
     };
 }
+
+} // namespace tools::demodata

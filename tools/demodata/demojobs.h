@@ -4,6 +4,8 @@
 
 #include <QVector>
 
+namespace tools::demodata {
+
 /// How the working days of a job follow each other.
 enum class Rhythm {
     Flexible,   ///< comes within a window, Monday to Friday
@@ -31,3 +33,5 @@ const QVector<DemoJob> &demoJobs();
 /// Stored texts of the schedules (`wtimset`) and of the calculation settings (`calcset`), each by its key.
 QAny demoSchedules();
 QAny demoRules();
+
+} // namespace tools::demodata

@@ -4,6 +4,8 @@
 
 #include <random>
 
+namespace tools::demodata {
+
 /// Chance that gives the same draws from the same seed everywhere: the standard's distributions differ between
 /// libraries, its engines do not.
 class DemoRandom
@@ -25,3 +27,5 @@ public:
 private:
     std::mt19937_64 m_engine;
 };
+
+} // namespace tools::demodata

@@ -1,5 +1,7 @@
 #include "tools/demodata/demoshifts.h"
 
+namespace tools::demodata {
+
 const QVector<DemoShiftGroup> &demoShiftGroups()
 {
     static const QVector<DemoShiftGroup> groups = {
@@ -20,3 +22,5 @@ int shiftOf(const DemoShiftGroup &group, QDate day)
     const int phase = static_cast<int>((julian / turn + group.offset) % 4);
     return phase == 3 ? 0 : phase + 1;
 }
+
+} // namespace tools::demodata

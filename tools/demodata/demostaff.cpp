@@ -5,6 +5,8 @@
 
 #include <map>
 
+namespace tools::demodata {
+
 namespace {
 
 constexpr const char *kWomen[] = {
@@ -109,3 +111,5 @@ QVector<DemoEmployee> demoStaff(int count, QDate start, QDate end, DemoRandom &r
     }
     return staff;
 }
+
+} // namespace tools::demodata

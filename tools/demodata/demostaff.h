@@ -6,6 +6,8 @@
 #include <QString>
 #include <QVector>
 
+namespace tools::demodata {
+
 class DemoRandom;
 
 struct DemoEmployee {
@@ -28,3 +30,5 @@ QVector<DemoEmployee> demoStaff(int count, QDate start, QDate end, DemoRandom &r
 
 /// The text with the Slovenian letters as plain ones, in lower case, for addresses and user names.
 QString plainName(const QString &name);
+
+} // namespace tools::demodata

@@ -4,6 +4,8 @@
 #include "tools/demodata/demoshifts.h"
 #include "tools/zukimport/importstore.h"
 
+namespace tools::demodata {
+
 namespace {
 
 const QString kHasEmployees = QStringLiteral("SELECT ID FROM employees LIMIT 1");
@@ -154,3 +156,5 @@ bool DemoStore::addBalance(const DemoEmployee &employee, const Balance &balance)
                                     balance.lastYearUntil, employee.leaveDays, balance.spent, balance.freeHours,
                                     balance.updated, balance.changed, balance.status, kEmpty});
 }
+
+} // namespace tools::demodata

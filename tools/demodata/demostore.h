@@ -4,6 +4,8 @@
 
 class DataBase;
 
+namespace tools::demodata {
+
 /// Writes the rows of the demo into the tables. Each method is false when the row could not be stored.
 class DemoStore
 {
@@ -47,3 +49,5 @@ private:
     int m_assignments = 0;
     qint64 m_terminalEvents = 0;
 };
+
+} // namespace tools::demodata

@@ -4,6 +4,8 @@
 
 #include <algorithm>
 
+namespace tools::demodata {
+
 namespace {
 
 const QString kArrival = QStringLiteral("101:Prihod");
@@ -189,3 +191,5 @@ void DemoWorker::makeMistakes(std::vector<DemoPunch> &punches, int shift)
         punches.insert(punches.begin() + static_cast<std::ptrdiff_t>(index) + 1, again);
     }
 }
+
+} // namespace tools::demodata

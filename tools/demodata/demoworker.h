@@ -6,6 +6,8 @@
 #include <map>
 #include <vector>
 
+namespace tools::demodata {
+
 struct DemoDay {
     QDate date;
     bool isHoliday = false;
@@ -68,3 +70,5 @@ private:
     Absence m_absence;
     std::map<int, int> m_leaveTaken; ///< by year
 };
+
+} // namespace tools::demodata

@@ -7,6 +7,8 @@
 #include <QLoggingCategory>
 #include <QTextStream>
 
+using tools::demodata::DemoSummary;
+
 namespace {
 
 enum ExitCode { kDone = 0, kFailed = 1, kWrongUsage = 2 };
