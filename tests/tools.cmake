@@ -1,5 +1,6 @@
 zuk_test(tst_zukimport zuk_import)
 zuk_test(tst_demodata zuk_demodata)
+zuk_test(tst_demotaps zuk_demodata zuk_calc)
 target_compile_definitions(tst_demodata PRIVATE ZUK_DEMODATA="$<TARGET_FILE:demodata>")
 add_dependencies(tst_demodata demodata)
 zuk_test(tst_zukterm zuk_terminalsite zuk_check zuk_terminal)

@@ -4,6 +4,7 @@
 #include "storage/database.h"
 #include "tools/demodata/demoshifts.h"
 #include "tools/demodata/demostore.h"
+#include "tools/demodata/demoworker.h"
 #include "tools/zukimport/slovenianholidays.h"
 
 #include <algorithm>

@@ -1,6 +1,7 @@
 #pragma once
 
-#include "tools/demodata/demoworker.h"
+#include "tools/demodata/demopunch.h"
+#include "tools/demodata/demostaff.h"
 
 class DataBase;
 

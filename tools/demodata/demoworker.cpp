@@ -47,7 +47,7 @@ std::vector<DemoPunch> wholeDay(int from, const QString &code, DemoPunch::Source
 } // namespace
 
 DemoWorker::DemoWorker(const DemoEmployee &employee, quint64 seed)
-    : m_employee(employee), m_random(seed, static_cast<quint64>(employee.id)),
+    : m_employee(employee), m_random(seed, static_cast<quint64>(employee.id)), m_secondTaps(seed, employee.id),
       m_usualStart(employee.job.startMinute * kMinute)
 {
     if (employee.job.rhythm == Rhythm::Flexible)
@@ -86,7 +86,7 @@ std::vector<DemoPunch> DemoWorker::dayOf(const DemoDay &day)
         punches.push_back({span.to, span.code, DemoPunch::Source::Terminal, {}});
     }
     makeMistakes(punches, shift);
-    return punches;
+    return m_secondTaps.addedTo(punches);
 }
 
 /// 0 on a day off.
@@ -186,9 +186,8 @@ void DemoWorker::makeMistakes(std::vector<DemoPunch> &punches, int shift)
             punch.remark = atArrival ? QStringLiteral("Pozabljen prihod") : QStringLiteral("Pozabljen odhod");
         }
     } else if (m_random.happens(kDoubled)) {
-        DemoPunch again = punches[index];
-        again.second += m_random.between(3, 20);
-        punches.insert(punches.begin() + static_cast<std::ptrdiff_t>(index) + 1, again);
+        const DemoPunch again = otherTapOf(punches[index], m_random.between(3, 20));
+        punches.insert(atArrival ? punches.begin() + 1 : punches.end() - 1, again);
     }
 }
 

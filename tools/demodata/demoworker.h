@@ -1,7 +1,9 @@
 #pragma once
 
+#include "tools/demodata/demopunch.h"
 #include "tools/demodata/demorandom.h"
 #include "tools/demodata/demostaff.h"
+#include "tools/demodata/secondtaps.h"
 
 #include <map>
 #include <vector>
@@ -15,22 +17,8 @@ struct DemoDay {
     bool hasDuty = false; ///< on a free day some come all the same
 };
 
-/// One event of an employee.
-struct DemoPunch {
-    enum class Source {
-        Terminal,  ///< at a terminal
-        Planned,   ///< absence, entered by the administration beforehand
-        Web,       ///< entered by the employee on the web page
-        Correction ///< entered by a superior for one that was forgotten
-    };
-
-    int second = 0; ///< clock time in seconds after the midnight of its day; 86400 and more is the next day
-    QString code;
-    Source source = Source::Terminal;
-    QString remark;
-};
-
-/// The working life of one employee, day after day: comes, eats, goes, takes leave, falls ill, forgets to stamp.
+/// The working life of one employee, day after day: comes, eats, goes, takes leave, falls ill, forgets to stamp, taps
+/// twice.
 ///
 /// Every time away from work is a pair of its own, an arrival and the departure that names it, and ends the pair before
 /// it: lunch is a "102", then "101" and "103", then "101" again.
@@ -66,6 +54,7 @@ private:
 
     DemoEmployee m_employee;
     DemoRandom m_random;
+    SecondTaps m_secondTaps;
     int m_usualStart; ///< seconds after midnight
     Absence m_absence;
     std::map<int, int> m_leaveTaken; ///< by year
