@@ -13,6 +13,9 @@ The first line of a CSV file names its columns. A pair of events is what its clo
 absences are pairs of their own. Where the input says what somebody leaves for, name these words with --going-out: the
 absence is stored from the going out to the return. Words given with --word are stored as they stand.
 
+Second taps of one passage are stored like every punch. The seconds in the row DOUBLETAP of the table config decide at
+each calculation which of them count; --create sets 120.
+
 Examples:
   zukimport zuknetserver.db --employees staff.csv --employee-column EMPLID=No --employee-column LASTNAME=Surname \
       --calcset OFFICE --wtimset OFFICE
