@@ -10,3 +10,4 @@ zuk_test(tst_zukadmin zuk_terminalsite zuk_check zuk_administration)
 target_compile_definitions(tst_zukadmin PRIVATE ZUK_ADMIN="$<TARGET_FILE:zukadmin>"
     ZUK_SCHEMA_FILE="${CMAKE_SOURCE_DIR}/packaging/attendance-schema.sql")
 add_dependencies(tst_zukadmin zukadmin)
+zuk_test(tst_explanationtext zuk_administration)
