@@ -40,6 +40,30 @@ public Q_SLOTS:
     QAny loadFile(QString, QAny) { return loaded; }
 };
 
+/// A server that answers every calculation alike.
+class CalculatingServer : public QObject
+{
+    Q_OBJECT
+public:
+    CalculatingServer()
+    {
+        controller.registerService("adminterminal", this);
+        controller.registerService("admincheck", this);
+        controller.listen(QHostAddress::LocalHost, 0);
+    }
+    KNet::RpcController controller;
+    QAny request;
+    QAny answer;
+
+public Q_SLOTS:
+    QAny login(QString, QAny) { return true; }
+    QAny recalc(QString, QAny params)
+    {
+        request = params;
+        return answer;
+    }
+};
+
 /// The real program against a server in this process.
 class TestZukAdmin : public QObject
 {
@@ -60,6 +84,7 @@ private Q_SLOTS:
     void filesByteForByte();
     void fileNotStored();
     void recalc();
+    void explain();
     void cmd();
     void whatALazyServerAnswers();
     void progressLine_data();
@@ -141,6 +166,11 @@ void TestZukAdmin::wrongUse_data()
     row("no terminal", {"cmd", "door"}, "the number of a terminal is needed");
     row("no date", {"recalc", "--from", "31.2.2025"}, "date");
     row("users", {"recalc", "--user", "ana"}, "--user \"ana\"");
+    row("no day", {"explain", "5"}, "explain EMPLOYEE DAY: the id of an employee and a day are needed");
+    row("no employee", {"explain", "ana", "31.3.2025"}, "the id of an employee");
+    row("no such day", {"explain", "5", "31.2.2025"}, "a date reads");
+    row("unknown language", {"explain", "5", "31.3.2025", "--lang", "de"}, "--lang is sl or en");
+    row("period of one day", {"explain", "5", "31.3.2025", "--user", "6"}, "explain has no --user");
     row("unknown table", {"recalc", "--table", "months"}, "--table is pairs, days, sums or errors");
 }
 
@@ -329,6 +359,31 @@ void TestZukAdmin::recalc()
     QCOMPARE(call({"recalc", "--from", "1.1.2001", "--to", "2.1.2001", "--json"}), 1);
     QCOMPARE(m_run->errors, "zukadmin: nothing was calculated: Ni koledarja za izbrano obdobje!\n");
     QVERIFY(answer().lookup("PACK").contains("DAYS"));
+}
+
+void TestZukAdmin::explain()
+{
+    CalculatingServer server;
+    const auto packed = [](const QAny &rows) { return QAny{{"HEADER", QAny::list()}, {"TABLE", rows}}; };
+    const QAny errors = packed(QAny::list({QAny{{"NAPAKA", QAny{{"UWVS", "Ni Prihoda!"}}}}}));
+    const QAny entry{{"USER", 5}, {"NAME", "Žagar Ana"}, {"DATE", 1741561200}, {"RESULT", QAny{{"DELO", 3600}}}};
+    const QStringList command{"explain", "5", "2025-03-10"};
+
+    server.answer = {{"PACK", QAny{{"DAYS", packed(QAny::list())}, {"ERR", errors}}}, {"EXPLAIN", QAny::list()}};
+    QCOMPARE(toldBy(server.controller, command), "1 zukadmin: nothing was calculated: Ni Prihoda!\n");
+    QCOMPARE(
+        server.request,
+        (QAny{{"STARTDATE", "10.3.2025"}, {"ENDDATE", "10.3.2025"}, {"USER", QAny::list({5})}, {"EXPLAIN", true}}));
+
+    server.answer = {{"PACK", QAny{{"DAYS", packed(QAny::list({QAny{{"USER", 5}}}))}, {"ERR", errors}}}};
+    QCOMPARE(toldBy(server.controller, command), "1 zukadmin: the server explains no days\n");
+    server.answer.insert("EXPLAIN", QAny::list({entry}));
+    const QString told = toldBy(server.controller, command);
+    QVERIFY2(told.startsWith("0 Žagar Ana (5), Monday, 10 March 2025\n"), qPrintable(told));
+    QVERIFY2(told.contains("DELO") && told.endsWith("  Ni Prihoda!\n"), qPrintable(told));
+    QVERIFY(toldBy(server.controller, command + QStringList{"--lang", "sl"}).contains("ponedeljek, 10. 3. 2025"));
+    QVERIFY(toldBy(server.controller, command + QStringList{"--json"}).startsWith("0 {"));
+    QCOMPARE(answer(), entry);
 }
 
 void TestZukAdmin::cmd()

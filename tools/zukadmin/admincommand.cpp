@@ -1,6 +1,7 @@
 #include "tools/zukadmin/admincommand.h"
 
 #include "tools/zukadmin/databasecommands.h"
+#include "tools/zukadmin/explaincommand.h"
 #include "tools/zukadmin/filecommands.h"
 #include "tools/zukadmin/recalccommand.h"
 #include "tools/zukadmin/servercommands.h"
@@ -35,6 +36,8 @@ const std::vector<AdminCommand> &adminCommands()
         {"get", "DIR/NAME [LOCAL]", "fetches a file", 0, kFileS, prepareGet},
         {"recalc", "", "work times of a period", Command::Json | Command::Csv | Command::Calculation, kRecalcS,
          prepareRecalc},
+        {"explain", "EMPLOYEE DAY", "how a day was calculated, in words", Command::Json | Command::Explanation,
+         kAnswerS, prepareExplain},
         {"cmd", "TERMINAL [ROW]", "has a terminal do something", Command::Json, kAnswerS, prepareCmd},
         {"log", "TEXT", "writes a line into the server's journal", Command::Json, kAnswerS, prepareLog},
         {"restart", "", "restarts the server with the executable in its folder update", Command::Json, kAnswerS,

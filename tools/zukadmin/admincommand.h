@@ -16,7 +16,7 @@ using AdminJob = std::function<CommandResult(AdminSession &session)>;
 /// One command of the program.
 struct AdminCommand {
     /// Options that not every command takes.
-    enum Option : unsigned { Json = 1, Csv = 2, NoVerify = 4, Calculation = 8 };
+    enum Option : unsigned { Json = 1, Csv = 2, NoVerify = 4, Calculation = 8, Explanation = 16 };
 
     const char *name;
     const char *arguments;

@@ -21,6 +21,7 @@ Examples:
   zukadmin update employees ID '{"ID":12,"DEPARTMENT":"Skladišče"}'
   zukadmin recalc --from 1.3.2025 --to 31.3.2025 --user 5,7-12
   zukadmin recalc --from 1.3.2025 --to 31.3.2025 --table sums --csv > march.csv
+  zukadmin explain 5 31.3.2025
   zukadmin put build/zuk3server update && zukadmin restart
   zukadmin get ZUKSERW.INI -
   zukadmin cmd 5 '{"CMD":"open"}'
@@ -28,6 +29,9 @@ Examples:
 What the server does not tell: exec and update are accepted whenever its database is open, also when the statement
 fails, and a query that fails has no rows. So query for the effect. Names in ROWS that are no columns are refused here;
 the server would leave them out.
+
+explain tells how the server came to the hours of one day of an employee, whose id stands in employees.ID: what became
+of each event, what each rule changed and why the others did nothing.
 
 put writes below the folder of the server's executable (a DIR may be new, its parent not), get reads relative to the
 server's working folder, which is the same one when it runs as a service or with -d. The server never says that it could
@@ -45,8 +49,8 @@ public:
     explicit AdminArguments(AdminOptions &options) : m_options(options)
     {
         m_parser.setApplicationDescription(QStringLiteral("Administers a ZUK3 server: runs one command on it."));
-        m_parser.addOptions(
-            {m_help, m_host, m_port, m_number, m_timeout, m_json, m_csv, m_noVerify, m_from, m_to, m_user, m_table});
+        m_parser.addOptions({m_help, m_host, m_port, m_number, m_timeout, m_json, m_csv, m_noVerify, m_from, m_to,
+                             m_user, m_table, m_language});
         m_parser.addPositionalArgument(QStringLiteral("command"), QStringLiteral("One of the commands below."));
     }
 
@@ -63,6 +67,7 @@ public:
         if (m_options.command) {
             checkOptions();
             readCalculation();
+            readLanguage();
         }
         return fault();
     }
@@ -108,7 +113,7 @@ private:
         } special[] = {{m_json, AdminCommand::Json},         {m_csv, AdminCommand::Csv},
                        {m_noVerify, AdminCommand::NoVerify}, {m_from, AdminCommand::Calculation},
                        {m_to, AdminCommand::Calculation},    {m_user, AdminCommand::Calculation},
-                       {m_table, AdminCommand::Calculation}};
+                       {m_table, AdminCommand::Calculation}, {m_language, AdminCommand::Explanation}};
         for (const auto &each : special) {
             if (m_parser.isSet(each.option) && !(m_options.command->options & each.needs)) {
                 blame(QStringLiteral("%1 has no --%2")
@@ -132,6 +137,14 @@ private:
         m_options.table = m_parser.value(m_table);
     }
 
+    void readLanguage()
+    {
+        m_options.language = tools::zukadmin::languageOfLocale();
+        if (m_parser.isSet(m_language) &&
+            !tools::zukadmin::readLanguage(m_parser.value(m_language), &m_options.language))
+            blame(QStringLiteral("--lang is sl or en"));
+    }
+
     AdminOptions &m_options;
     const QCommandLineOption m_help{{"h", "help"}, "Shows this help."};
     const QCommandLineOption m_host{"host", "The server's name or address (127.0.0.1).", "name", "127.0.0.1"};
@@ -147,6 +160,7 @@ private:
     const QCommandLineOption m_user{"user", "recalc: these employees alone.", "ids"};
     const QCommandLineOption m_table{"table", "recalc: only pairs, days, sums or errors; with --csv days if not given.",
                                      "name"};
+    const QCommandLineOption m_language{"lang", "explain: Slovenian or English (as the locale has it).", "sl|en"};
 };
 
 } // namespace

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "tools/common/dateperiod.h"
+#include "tools/zukadmin/explanationwords.h"
 
 #include <QString>
 #include <QStringList>
@@ -21,6 +22,7 @@ struct AdminOptions {
     DatePeriod period;
     QVector<qint64> users; ///< empty for all
     QString table;         ///< that alone; empty for all
+    tools::zukadmin::Language language = tools::zukadmin::Language::English;
 
     const AdminCommand *command = nullptr;
     QStringList words; ///< behind the command

@@ -22,22 +22,6 @@ ValueTable tableOf(const QAny &answer, const char *key)
     return ValueTable::ofPacked(answer.lookup(QStringLiteral("PACK")).lookup(QLatin1String(key)));
 }
 
-/// Where nothing could be calculated there are no days, and the errors say why.
-QString faultOf(const QAny &answer)
-{
-    QString fault = faultOfAnswer(answer);
-    const QAny &pack = answer.lookup(QStringLiteral("PACK"));
-    if (!fault.isEmpty() || pack.lookup(QStringLiteral("DAYS")).lookup(QStringLiteral("TABLE")).count() > 0)
-        return fault;
-    const QAny &errors = pack.lookup(QStringLiteral("ERR")).lookup(QStringLiteral("TABLE"));
-    QStringList reasons;
-    for (int i = 0; i < errors.count(); ++i)
-        reasons.append(packedText(errors.at(i), QStringLiteral("NAPAKA")));
-    if (reasons.isEmpty())
-        reasons.append(QStringLiteral("the server has no database"));
-    return QStringLiteral("nothing was calculated: ") + reasons.join(QStringLiteral("; "));
-}
-
 QByteArray csvOf(const QAny &answer, const QString &wanted)
 {
     for (const auto &table : kTables) {
@@ -90,7 +74,30 @@ AdminJob prepareRecalc(const AdminOptions &options, QString *mistake)
             request.insert(QStringLiteral("USER"), users);
         const QAny answer = session.call(QStringLiteral("admincheck.recalc"), request);
         const bool isCsv = options.format == AdminOptions::Format::Csv;
-        return resultOf(answer, faultOf(answer), options.format,
+        return resultOf(answer, faultOfCalculation(answer), options.format,
                         isCsv ? csvOf(answer, options.table) : textOf(answer, options.table).toUtf8());
     };
+}
+
+QStringList errorsOfCalculation(const QAny &answer)
+{
+    const QAny &rows =
+        answer.lookup(QStringLiteral("PACK")).lookup(QStringLiteral("ERR")).lookup(QStringLiteral("TABLE"));
+    QStringList errors;
+    for (int i = 0; i < rows.count(); ++i)
+        errors.append(packedText(rows.at(i), QStringLiteral("NAPAKA")));
+    return errors;
+}
+
+/// Where nothing could be calculated there are no days, and the errors say why.
+QString faultOfCalculation(const QAny &answer)
+{
+    const QString fault = faultOfAnswer(answer);
+    const QAny &days = answer.lookup(QStringLiteral("PACK")).lookup(QStringLiteral("DAYS"));
+    if (!fault.isEmpty() || days.lookup(QStringLiteral("TABLE")).count() > 0)
+        return fault;
+    QStringList reasons = errorsOfCalculation(answer);
+    if (reasons.isEmpty())
+        reasons.append(QStringLiteral("the server has no database"));
+    return QStringLiteral("nothing was calculated: ") + reasons.join(QStringLiteral("; "));
 }
