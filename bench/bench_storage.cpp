@@ -38,9 +38,9 @@ class Ours
 {
 public:
     explicit Ours(const QString &path) : m_database(path) {}
-    bool begin() { return m_database.transaction(); }
-    bool commit() { return m_database.commit(); }
-    bool row() { return m_database.insertLog(kLine, 0, 0, 0, kTime, message(), QAny(m_data)); }
+    storage::Status begin() { return m_database.transaction(); }
+    storage::Status commit() { return m_database.commit(); }
+    storage::Status row() { return m_database.insertLog(kLine, 0, 0, 0, kTime, message(), QAny(m_data)); }
 
 private:
     DataBase m_database;

@@ -14,6 +14,8 @@
 #include <optional>
 #include <vector>
 
+using storage::Status;
+
 namespace {
 
 const auto kFileName = QStringLiteral("zuknetserver.db");
@@ -95,26 +97,25 @@ public:
     explicit Private(DataBase *database, const QString &path);
     ~Private();
 
-    bool runText(const char *where, const QString &sql, const std::function<void(QSqlQuery &)> &use);
-    bool runCached(const char *where, const QString &sql, const QVariantList &bindings,
-                   const std::function<void(const QSqlQuery &)> &reader);
-    bool runFixed(const QString &sql) { return runCached("DataBase::transaction()", sql, {}, nullptr); }
+    Status runText(const char *where, const QString &sql, const std::function<void(QSqlQuery &)> &use);
+    Status runCached(const char *where, const QString &sql, const QVariantList &bindings,
+                     const std::function<void(const QSqlQuery &)> &reader);
+    Status runFixed(const QString &sql) { return runCached("DataBase::transaction()", sql, {}, nullptr); }
     std::optional<QVariant> firstValue(const QString &sql, const QVariantList &bindings);
 
-    bool begin();
-    bool end(bool store);
+    Status begin();
+    Status end(bool store);
     void noteForeignTransaction();
     void commitForeignTransaction();
 
     QSet<QString> columnsOf(const QString &table);
     QString configValue(const char *where, const QString &key);
-    bool saveLogIndex();
-    bool refuseLost();
+    Status saveLogIndex();
+    Status writable() const;
 
     QSqlDatabase connection;
     std::unique_ptr<StatementCache> statements;
     qint64 lastLogIndex = 0;
-    Failure lastFailure = Failure::None;
 
 private:
     struct Savepoint {
@@ -125,7 +126,7 @@ private:
 
     void configure();
     void optimize();
-    bool succeeded(const char *where, const QSqlError &error);
+    Status outcomeOf(const char *where, const QSqlError &error);
     void loseBusyPatience();
     void regainBusyPatience();
     bool anyTransactionOpen();
@@ -135,8 +136,8 @@ private:
     /// The log index at the begin of each open transaction, outermost first: a rollback takes it back too.
     std::vector<qint64> m_logIndexAtBegin;
     std::vector<Savepoint> m_savepoints;
-    /// Why the open transaction can no longer be stored; None while it can.
-    Failure m_lost = Failure::None;
+    /// Why the open transaction can no longer be stored; done while it can.
+    Status m_lost;
     bool m_foreignOpen = false;
     QElapsedTimer m_impatient; // runs while the busy time-out is short
     bool m_indexSaved = true;
@@ -192,22 +193,20 @@ void DataBase::Private::optimize()
         runText(nullptr, QString::fromLatin1(sql), nullptr);
 }
 
-bool DataBase::Private::succeeded(const char *where, const QSqlError &error)
+Status DataBase::Private::outcomeOf(const char *where, const QSqlError &error)
 {
-    if (!error.isValid()) {
-        lastFailure = Failure::None;
-        return true;
-    }
+    if (!error.isValid())
+        return Status::Done;
     if (where)
         qWarning().noquote() << where << error.text();
-    lastFailure = mayPass(error) ? Failure::Passing : Failure::Lasting;
+    const Status failure = mayPass(error) ? Status::Passing : Status::Lasting;
     if (isBusy(error))
         loseBusyPatience();
-    if (!m_logIndexAtBegin.empty() && m_lost == Failure::None && !anyTransactionOpen()) {
+    if (!m_logIndexAtBegin.empty() && m_lost && !anyTransactionOpen()) {
         qWarning("DataBase::transaction() SQLite has rolled the transaction back");
-        m_lost = lastFailure;
+        m_lost = failure;
     }
-    return false;
+    return failure;
 }
 
 /// Who has held the file for the whole time-out will hold it longer: statement after statement would wait as long, and
@@ -229,44 +228,40 @@ void DataBase::Private::regainBusyPatience()
 }
 
 /// Runs a text that is not likely to come again.
-bool DataBase::Private::runText(const char *where, const QString &sql, const std::function<void(QSqlQuery &)> &use)
+Status DataBase::Private::runText(const char *where, const QString &sql, const std::function<void(QSqlQuery &)> &use)
 {
-    if (!connection.isOpen()) {
-        lastFailure = Failure::Lasting;
-        return false;
-    }
+    if (!connection.isOpen())
+        return Status::Lasting;
     regainBusyPatience();
     QSqlQuery query(connection);
     query.setForwardOnly(true);
     if (query.exec(sql) && use)
         use(query);
-    const bool ok = succeeded(where, query.lastError());
+    const Status status = outcomeOf(where, query.lastError());
     const bool isSelect = query.isSelect();
     query.finish();
-    if (ok && !isSelect)
+    if (status && !isSelect)
         noteForeignTransaction();
-    return ok;
+    return status;
 }
 
-bool DataBase::Private::runCached(const char *where, const QString &sql, const QVariantList &bindings,
-                                  const std::function<void(const QSqlQuery &)> &reader)
+Status DataBase::Private::runCached(const char *where, const QString &sql, const QVariantList &bindings,
+                                    const std::function<void(const QSqlQuery &)> &reader)
 {
-    if (!connection.isOpen()) {
-        lastFailure = Failure::Lasting;
-        return false;
-    }
+    if (!connection.isOpen())
+        return Status::Lasting;
     regainBusyPatience();
     StatementCache::Lease lease = statements->lease(sql);
     QSqlQuery &query = lease.query();
     if (!lease.isPrepared())
-        return succeeded(where, query.lastError());
+        return outcomeOf(where, query.lastError());
     for (int i = 0; i < bindings.size(); ++i)
         query.bindValue(i, bindings.at(i));
     if (query.exec() && reader) {
         while (query.next())
             reader(query);
     }
-    return succeeded(where, query.lastError());
+    return outcomeOf(where, query.lastError());
 }
 
 std::optional<QVariant> DataBase::Private::firstValue(const QString &sql, const QVariantList &bindings)
@@ -301,13 +296,11 @@ bool DataBase::Private::anyTransactionOpen()
     return false;
 }
 
-bool DataBase::Private::begin()
+Status DataBase::Private::begin()
 {
-    if (!connection.isOpen()) {
-        lastFailure = Failure::Lasting;
-        return false;
-    }
-    bool begun = m_lost == Failure::None;
+    if (!connection.isOpen())
+        return Status::Lasting;
+    Status begun = m_lost;
     if (m_logIndexAtBegin.empty()) {
         commitForeignTransaction();
         // The write lock is taken here, where waiting for another process is safe.
@@ -315,19 +308,17 @@ bool DataBase::Private::begin()
     } else if (begun) {
         begun = runFixed(savepoint(m_logIndexAtBegin.size()).begin);
     }
-    if (!begun && m_lost == Failure::None)
-        m_lost = lastFailure;
+    m_lost = begun;
     m_logIndexAtBegin.push_back(lastLogIndex);
     return begun;
 }
 
-bool DataBase::Private::end(bool store)
+Status DataBase::Private::end(bool store)
 {
     if (m_logIndexAtBegin.empty()) {
         if (connection.isOpen())
             qWarning("DataBase::transaction() no transaction is open");
-        lastFailure = Failure::Lasting;
-        return false;
+        return Status::Lasting;
     }
     const qint64 indexBefore = m_logIndexAtBegin.back();
     // The level ends whatever SQLite answers.
@@ -335,27 +326,25 @@ bool DataBase::Private::end(bool store)
     const size_t level = m_logIndexAtBegin.size();
     const bool outermost = level == 0;
 
-    bool stored = false;
-    if (m_lost != Failure::None)
-        lastFailure = m_lost;
-    else if (store)
-        stored = runFixed(outermost ? QStringLiteral("COMMIT") : savepoint(level).release);
-    if (!stored) {
-        const Failure failure = store ? lastFailure : Failure::None;
+    Status ended = m_lost;
+    if (ended && store)
+        ended = runFixed(outermost ? QStringLiteral("COMMIT") : savepoint(level).release);
+    if (!ended || !store) {
         lastLogIndex = indexBefore;
         if (outermost) {
             if (anyTransactionOpen())
                 runFixed(QStringLiteral("ROLLBACK"));
-        } else if (m_lost == Failure::None) {
-            const bool undone = runFixed(savepoint(level).rollback) && runFixed(savepoint(level).release);
+        } else if (m_lost) {
+            Status undone = runFixed(savepoint(level).rollback);
+            if (undone)
+                undone = runFixed(savepoint(level).release);
             if (!undone)
-                m_lost = lastFailure;
+                m_lost = undone;
         }
-        lastFailure = failure;
     }
     if (outermost)
-        m_lost = Failure::None;
-    return stored;
+        m_lost = Status::Done;
+    return ended;
 }
 
 /// A statement that came from outside may have begun a transaction that is not ours.
@@ -406,13 +395,10 @@ QSet<QString> DataBase::Private::columnsOf(const QString &table)
     return columns;
 }
 
-/// True when writes must fail because the transaction around them cannot be stored any more.
-bool DataBase::Private::refuseLost()
+/// A failure when writes must not be tried: nothing is open, or what is around them cannot be stored any more.
+Status DataBase::Private::writable() const
 {
-    if (m_lost == Failure::None)
-        return false;
-    lastFailure = m_lost;
-    return true;
+    return connection.isOpen() ? m_lost : Status::Lasting;
 }
 
 /// Null when there is no row.
@@ -426,14 +412,15 @@ QString DataBase::Private::configValue(const char *where, const QString &key)
     return result;
 }
 
-bool DataBase::Private::saveLogIndex()
+Status DataBase::Private::saveLogIndex()
 {
-    if (refuseLost())
-        return false;
+    if (const Status allowed = writable(); !allowed)
+        return allowed;
     // A file without the table would warn with every log row.
     const char *where = m_indexSaved ? "DataBase::saveLastLogIdx()" : nullptr;
-    m_indexSaved = runCached(where, kSaveConfig, {kLastLogIdx, QString::number(lastLogIndex)}, nullptr);
-    return m_indexSaved;
+    const Status saved = runCached(where, kSaveConfig, {kLastLogIdx, QString::number(lastLogIndex)}, nullptr);
+    m_indexSaved = bool(saved);
+    return saved;
 }
 
 DataBase::DataBase(const QString &filePath, QObject *parent)
@@ -485,25 +472,22 @@ qint64 DataBase::lastLogIndex() const
     return d->lastLogIndex;
 }
 
-bool DataBase::insertLog(int line, int id, int level, int group, qint64 timestampMs, const QString &message,
-                         const QAny &data)
+Status DataBase::insertLog(int line, int id, int level, int group, qint64 timestampMs, const QString &message,
+                           const QAny &data)
 {
     Transaction transaction(*this);
-    if (!d->connection.isOpen() || d->refuseLost())
-        return false;
+    if (const Status allowed = d->writable(); !allowed)
+        return allowed;
     const QString dataText = QAny({{QStringLiteral("DATA"), data}}).toJson();
-    const bool written = d->runCached(
+    const Status written = d->runCached(
         "DataBase::insertLog()", kInsertLog,
         {d->lastLogIndex, line, id, timestampMs, level, group, textVariant(message), textVariant(dataText)}, nullptr);
-    const Failure failure = d->lastFailure;
     if (written && ++d->lastLogIndex >= kLogIndexLimit)
         d->lastLogIndex = 0;
     // Also after a failed insert, and its own failure does not undo the row.
     d->saveLogIndex();
-    if (!transaction.commit())
-        return false;
-    d->lastFailure = failure;
-    return written;
+    const Status committed = transaction.commit();
+    return committed ? written : committed;
 }
 
 qint64 DataBase::lastLogTime(qint64 line)
@@ -516,12 +500,12 @@ qint64 DataBase::lastEventTime(qint64 tid)
     return d->firstValue(kLastEventTime, {tid}).value_or(0).toLongLong();
 }
 
-bool DataBase::transaction()
+Status DataBase::transaction()
 {
     return d->begin();
 }
 
-bool DataBase::commit()
+Status DataBase::commit()
 {
     return d->end(true);
 }
@@ -531,48 +515,47 @@ void DataBase::rollback()
     d->end(false);
 }
 
-DataBase::Failure DataBase::lastFailure() const
-{
-    return d->lastFailure;
-}
-
 QAny DataBase::select(const QString &sql)
 {
     QAny rows(QAny::List);
-    const bool ok = d->runText("DataBase::select()", sql, [&rows](QSqlQuery &query) { rows = QAny::fromQuery(query); });
-    return ok ? rows : QAny(QAny::List);
+    const auto read = [&rows](QSqlQuery &query) { rows = QAny::fromQuery(query); };
+    return d->runText("DataBase::select()", sql, read) ? rows : QAny(QAny::List);
 }
 
 QAny DataBase::firstRow(const QString &sql)
 {
     QAny row;
-    d->runText("DataBase::select()", sql, [&row](QSqlQuery &query) {
+    firstRow(sql, &row);
+    return row;
+}
+
+Status DataBase::firstRow(const QString &sql, QAny *row)
+{
+    *row = QAny();
+    return d->runText("DataBase::select()", sql, [row](QSqlQuery &query) {
         if (!query.next())
             return;
         const QSqlRecord record = query.record();
-        row = QAny(QAny::Hash);
+        *row = QAny(QAny::Hash);
         for (int i = 0; i < record.count(); ++i)
-            row.insert(record.fieldName(i), QAny::fromVariant(record.value(i)));
+            row->insert(record.fieldName(i), QAny::fromVariant(record.value(i)));
     });
-    return row;
 }
 
 bool DataBase::exec(const QString &sql)
 {
-    if (!d->refuseLost())
+    if (d->writable())
         d->runText("DataBase::exec()", sql, nullptr);
     // Deliberate: callers are told whether there is a database, not whether the statement succeeded.
     return d->connection.isOpen();
 }
 
-bool DataBase::insert(const QString &table, const QAny &values)
+Status DataBase::insert(const QString &table, const QAny &values)
 {
-    if (!values.isHash()) {
-        d->lastFailure = Failure::Lasting;
-        return false;
-    }
-    if (d->refuseLost())
-        return false;
+    if (!values.isHash())
+        return Status::Lasting;
+    if (const Status allowed = d->writable(); !allowed)
+        return allowed;
     const QSet<QString> known = d->columnsOf(table);
     QString columns;
     QString placeholders;
@@ -585,10 +568,8 @@ bool DataBase::insert(const QString &table, const QAny &values)
         placeholders += QLatin1String("?,");
         bindings.append(columnVariant(values.at(i)));
     }
-    if (bindings.isEmpty()) {
-        d->lastFailure = Failure::Lasting;
-        return false;
-    }
+    if (bindings.isEmpty())
+        return Status::Lasting;
     columns.chop(1);
     placeholders.chop(1);
     return d->runCached("DataBase::insert()",
@@ -614,15 +595,16 @@ bool DataBase::update(const QString &table, const QAny &values, const QString &k
                     .arg(table, assignments, keyColumn, values.lookup(keyColumn).toString()));
 }
 
-bool DataBase::forEachRow(const QString &sql, const QVariantList &bindings,
-                          const std::function<void(const QSqlQuery &)> &reader)
+Status DataBase::forEachRow(const QString &sql, const QVariantList &bindings,
+                            const std::function<void(const QSqlQuery &)> &reader)
 {
     return d->runCached("DataBase::forEachRow()", sql, bindings, reader);
 }
 
-bool DataBase::execPrepared(const QString &sql, const QVariantList &bindings)
+Status DataBase::execPrepared(const QString &sql, const QVariantList &bindings)
 {
-    return !d->refuseLost() && d->runCached("DataBase::execPrepared()", sql, bindings, nullptr);
+    const Status allowed = d->writable();
+    return allowed ? d->runCached("DataBase::execPrepared()", sql, bindings, nullptr) : allowed;
 }
 
 DataBase *db()

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "qany.h"
+#include "storage/status.h"
 
 #include <QObject>
 #include <QSqlDatabase>
@@ -27,10 +28,6 @@ public:
     /// And for the next kBusyTimeoutMs after it was held that long.
     static constexpr int kImpatientTimeoutMs = 100;
 
-    /// Why the latest write failed. A passing failure (file locked, disk full, input or output error) is worth another
-    /// attempt; a lasting one (no such table, a constraint, not open) is not.
-    enum class Failure { None, Passing, Lasting };
-
     /// The file beside the executable, or the given one.
     explicit DataBase(const QString &filePath = QString(), QObject *parent = nullptr);
     ~DataBase() override;
@@ -46,8 +43,8 @@ public:
     qint64 lastLogIndex() const;
 
     /// Writes one row of `logs` and the next index as one unit. The timestamp is in milliseconds since 1970 UTC.
-    bool insertLog(int line, int id, int level, int group, qint64 timestampMs, const QString &message,
-                   const QAny &data);
+    storage::Status insertLog(int line, int id, int level, int group, qint64 timestampMs, const QString &message,
+                              const QAny &data);
     /// Newest time of a line's log rows in ms, or of a terminal's events in the unit of `events`; 0 without rows.
     qint64 lastLogTime(qint64 line);
     qint64 lastEventTime(qint64 tid);
@@ -55,36 +52,36 @@ public:
     /// Transactions nest: inner ones are savepoints. Prefer the Transaction guard. Each must end before control returns
     /// to the event loop.
     ///
-    /// A transaction that cannot begin, or that SQLite has ended by itself, is lost: false, every write up to its
-    /// outermost end fails at once, and its commit is false. So what belongs together is never stored in part.
-    bool transaction();
-    /// False when nothing was stored; the transaction is over either way.
-    bool commit();
+    /// A transaction that cannot begin, or that SQLite has ended by itself, is lost: every write up to its outermost
+    /// end, and its commit, fails at once for the reason for which it was lost. So what belongs together is never
+    /// stored in part.
+    storage::Status transaction();
+    /// A failure when nothing was stored; the transaction is over either way.
+    storage::Status commit();
     void rollback();
-
-    /// Outcome of the latest insert, insertLog, exec, execPrepared, select, transaction or commit.
-    Failure lastFailure() const;
 
     /// Rows as a List of Hashes keyed by the reported column names; an empty List when the statement fails.
     QAny select(const QString &sql);
-    /// The first of these rows alone, as a Hash; Null when there is none.
+    /// The first of these rows alone, as a Hash; Null when there is none or the statement fails.
     QAny firstRow(const QString &sql);
+    /// The same, for who must tell the one from the other.
+    storage::Status firstRow(const QString &sql, QAny *row);
     /// True whenever the connection is open, also when the statement fails. A transaction that the text begins and does
     /// not end is committed, with a warning line, when control returns to the event loop.
     bool exec(const QString &sql);
-    /// Inserts the keys of the Hash that are columns of the table; false when none is, or the insert fails.
-    bool insert(const QString &table, const QAny &values);
+    /// Inserts the keys of the Hash that are columns of the table; a lasting failure when none is.
+    storage::Status insert(const QString &table, const QAny &values);
     /// Sets the keys of the Hash that are columns of the table. Values stand in the statement unescaped. The result is
     /// that of exec; false without running anything when the Hash lacks the key column or has nothing to set.
     bool update(const QString &table, const QAny &values, const QString &keyColumn);
 
     /// Runs a query, prepared once and kept for the next call with the same text, and hands each row to the reader.
-    /// False when the statement could not be prepared or executed, or its rows not read to the end. A null or invalid
-    /// variant binds NULL, a QByteArray a blob. The reader may use the database, also with the same text.
-    bool forEachRow(const QString &sql, const QVariantList &bindings,
-                    const std::function<void(const QSqlQuery &)> &reader);
-    /// Executes a statement with bound values, prepared once and kept; false when it fails.
-    bool execPrepared(const QString &sql, const QVariantList &bindings);
+    /// A failure when the statement could not be prepared or executed, or its rows not read to the end. A null or
+    /// invalid variant binds NULL, a QByteArray a blob. The reader may use the database, also with the same text.
+    storage::Status forEachRow(const QString &sql, const QVariantList &bindings,
+                               const std::function<void(const QSqlQuery &)> &reader);
+    /// Executes a statement with bound values, prepared once and kept.
+    storage::Status execPrepared(const QString &sql, const QVariantList &bindings);
 
 private:
     class Private;
@@ -101,8 +98,8 @@ public:
         if (m_open)
             m_database.rollback();
     }
-    /// False when nothing of the transaction was stored.
-    bool commit()
+    /// A failure when nothing of the transaction was stored.
+    storage::Status commit()
     {
         m_open = false;
         return m_database.commit();

@@ -6,21 +6,19 @@
 
 #include <utility>
 
-using Failure = DataBase::Failure;
+using storage::Status;
 
 namespace {
 
 const char *const kKept = "not stored, kept for another attempt:";
 
-Failure attempt(const KeptWrites::Write &write)
+Status attempt(const KeptWrites::Write &write)
 {
     if (!db())
-        return Failure::Passing;
+        return Status::Passing;
     Transaction transaction(*db());
-    const Failure failure = write.store(*db());
-    if (failure != Failure::None)
-        return failure;
-    return transaction.commit() ? Failure::None : db()->lastFailure();
+    const Status stored = write.store(*db());
+    return stored ? transaction.commit() : stored;
 }
 
 } // namespace
@@ -36,12 +34,12 @@ KeptWrites::KeptWrites(const QByteArray &owner, int capacity, QObject *parent)
 KeptWrites::Outcome KeptWrites::submit(Write write)
 {
     if (m_kept.empty()) {
-        const Failure failure = attempt(write);
-        if (failure != Failure::Passing) {
-            if (failure != Failure::None)
+        const Status status = attempt(write);
+        if (!status.mayPass()) {
+            if (!status)
                 warn("not stored:", write.name);
             if (write.ended)
-                write.ended(failure);
+                write.ended(status);
             return Outcome::Ended;
         }
         m_refused = true;
@@ -60,7 +58,7 @@ KeptWrites::Outcome KeptWrites::keep(Write write, int interval)
     if (count() >= m_capacity) {
         warn("dropped, too many are kept:", write.name);
         if (write.ended)
-            write.ended(Failure::Lasting);
+            write.ended(Status::Lasting);
         return Outcome::Dropped;
     }
     m_kept.push_back(std::move(write));
@@ -91,9 +89,9 @@ void KeptWrites::takeTurn()
     if (!m_kept.empty())
         m_timer.start(goesOn ? kPauseMs : m_interval);
     const QPointer<KeptWrites> self(this);
-    for (const auto &[write, failure] : outcomes) {
+    for (const auto &[write, status] : outcomes) {
         if (self && write.ended)
-            write.ended(failure);
+            write.ended(status);
     }
 }
 
@@ -103,28 +101,29 @@ bool KeptWrites::storeTurn(Outcomes *outcomes)
 {
     if (!db())
         return false;
-    std::vector<Failure> failures;
+    std::vector<Status> ended;
     bool goesOn = true;
     Transaction turn(*db()); // may wait for another program's
     QElapsedTimer elapsed;
     elapsed.start();
-    while (goesOn && failures.size() < kTurnWrites && failures.size() < m_kept.size() && elapsed.elapsed() < kTurnMs) {
-        const Failure failure = attempt(m_kept[failures.size()]);
-        goesOn = failure != Failure::Passing;
+    while (goesOn && ended.size() < kTurnWrites && ended.size() < m_kept.size() && elapsed.elapsed() < kTurnMs) {
+        const Write &write = m_kept[ended.size()];
+        const Status status = attempt(write);
+        goesOn = !status.mayPass();
         if (goesOn)
-            failures.push_back(failure);
+            ended.push_back(status);
         else
-            warn(kKept, m_kept[failures.size()].name);
+            warn(kKept, write.name);
     }
     if (!turn.commit()) {
         if (goesOn)
             warn(kKept, m_kept.front().name);
         return false;
     }
-    for (const Failure failure : failures) {
-        if (failure != Failure::None)
+    for (const Status status : ended) {
+        if (!status)
             warn("not stored:", m_kept.front().name);
-        outcomes->emplace_back(std::move(m_kept.front()), failure);
+        outcomes->emplace_back(std::move(m_kept.front()), status);
         m_kept.pop_front();
     }
     return goesOn;

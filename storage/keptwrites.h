@@ -28,10 +28,10 @@ public:
     static constexpr int kPauseMs = 10;
 
     struct Write {
-        /// Runs inside a transaction. What it wrote is stored if it returns None, else undone.
-        std::function<DataBase::Failure(DataBase &database)> store;
-        /// Told once, after the commit: None or Lasting. Not told of what flush() does.
-        std::function<void(DataBase::Failure outcome)> ended;
+        /// Runs inside a transaction. What it wrote is stored if it returns Done, else undone.
+        std::function<storage::Status(DataBase &database)> store;
+        /// Told once, after the commit: Done or Lasting. Not told of what flush() does.
+        std::function<void(storage::Status status)> ended;
         /// For the warning lines.
         QString name;
     };
@@ -58,7 +58,7 @@ public:
     void flush();
 
 private:
-    using Outcomes = std::vector<std::pair<Write, DataBase::Failure>>;
+    using Outcomes = std::vector<std::pair<Write, storage::Status>>;
 
     Outcome keep(Write write, int interval);
     void takeTurn();

@@ -3,7 +3,7 @@
 #include <QTemporaryDir>
 #include <QTest>
 
-using Failure = DataBase::Failure;
+using storage::Status;
 
 class TestKeptWrites : public QObject
 {
@@ -22,8 +22,8 @@ private:
 
     QTemporaryDir m_folder;
     std::unique_ptr<DataBase> m_database;
-    QHash<int, Failure> m_fails; // what the file answers, by user
-    QStringList m_log;           // attempts, and what was told
+    QHash<int, Status> m_fails; // what the file answers, by user
+    QStringList m_log;          // attempts, and what was told
 };
 
 void TestKeptWrites::init()
@@ -46,11 +46,9 @@ KeptWrites::Write TestKeptWrites::row(int user)
     return {[this, user](DataBase &database) {
                 m_log += QStringLiteral("try %1").arg(user);
                 database.insert("events", {{"USER", user}});
-                return m_fails.value(user, Failure::None);
+                return m_fails.value(user);
             },
-            [this, user](Failure outcome) {
-                m_log += QStringLiteral("%1 %2").arg(outcome == Failure::None ? "stored" : "lost").arg(user);
-            },
+            [this, user](Status status) { m_log += QStringLiteral("%1 %2").arg(status ? "stored" : "lost").arg(user); },
             QString::number(user)};
 }
 
@@ -67,7 +65,7 @@ void TestKeptWrites::waitingWritesAreNotAttempted()
 {
     KeptWrites writes("Owner::do", 10);
     writes.setRetryInterval(1);
-    m_fails = {{1, Failure::Passing}, {2, Failure::Lasting}};
+    m_fails = {{1, Status::Passing}, {2, Status::Lasting}};
     expect("Owner::do not stored, kept for another attempt: 1");
     QCOMPARE(writes.submit(row(1)), KeptWrites::Outcome::Kept);
     QCOMPARE(writes.submit(row(2)), KeptWrites::Outcome::Kept);
@@ -94,7 +92,7 @@ void TestKeptWrites::manyInFewTurns()
     constexpr int kWrites = 3000;
     KeptWrites writes("Owner::do", kWrites);
     writes.setRetryInterval(1);
-    m_fails = {{1, Failure::Passing}, {500, Failure::Passing}};
+    m_fails = {{1, Status::Passing}, {500, Status::Passing}};
     QList<int> all;
     for (int user = 1; user <= kWrites; ++user) {
         writes.submit(row(user));
@@ -118,7 +116,7 @@ void TestKeptWrites::manyInFewTurns()
 void TestKeptWrites::whatIsLostIsTold()
 {
     KeptWrites writes("Owner::do", 2);
-    m_fails[2] = Failure::Passing;
+    m_fails[2] = Status::Passing;
     expect("Owner::do dropped, too many are kept: 3");
     expect("Owner::do not stored, kept for another attempt: 2");
     expect("Owner::do lost at the end: 2");

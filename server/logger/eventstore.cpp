@@ -2,6 +2,8 @@
 
 #include <QDebug>
 
+using storage::Status;
+
 namespace {
 
 // Others look for these texts, also for the two blanks.
@@ -30,31 +32,33 @@ QAny without(const QAny &hash, const QString &column)
     return rest;
 }
 
+/// The first row of `events` with the event's USER and TIMESTAMP; Null when there is none.
+Status readBack(DataBase &database, const QAny &event, EventStore::UserText form, QAny *stored)
+{
+    const QString &sql = form == EventStore::UserText::Quoted ? kReadBackQuoted : kReadBackBare;
+    return database.firstRow(sql.arg(event.lookup(kUser).toString(), event.lookup(kTimestamp).toString()), stored);
+}
+
 } // namespace
 
-QAny EventStore::storedEvent(DataBase &database, const QAny &event, UserText form)
+Status EventStore::insert(DataBase &database, const QAny &event, UserText form)
 {
-    const QString &sql = form == UserText::Quoted ? kReadBackQuoted : kReadBackBare;
-    return database.firstRow(sql.arg(event.lookup(kUser).toString(), event.lookup(kTimestamp).toString()));
-}
-
-DataBase::Failure EventStore::insert(DataBase &database, const QAny &event, UserText form)
-{
-    if (database.insert(kEvents, event))
-        return DataBase::Failure::None;
-    const DataBase::Failure failure = database.lastFailure();
-    if (failure == DataBase::Failure::Passing || !event.isHash())
-        return failure;
+    const Status inserted = database.insert(kEvents, event);
+    if (inserted || inserted.mayPass() || !event.isHash())
+        return inserted;
     // A row number of the terminal's own may be taken here. The event must not be lost for it.
     const QAny unnumbered = without(event, kEventsKey);
-    if (unnumbered.count() == event.count() || storedEvent(database, event, form).isHash())
-        return failure;
-    return database.insert(kEvents, unnumbered) ? DataBase::Failure::None : database.lastFailure();
+    if (unnumbered.count() == event.count())
+        return inserted;
+    QAny stored;
+    readBack(database, event, form, &stored);
+    return stored.isHash() ? inserted : database.insert(kEvents, unnumbered);
 }
 
-DataBase::Failure EventStore::addRow(DataBase &database, const QAny &event, UserText form, const Complete &complete)
+Status EventStore::addRow(DataBase &database, const QAny &event, UserText form, const Complete &complete)
 {
-    const QAny stored = storedEvent(database, event, form);
+    QAny stored;
+    Status status = readBack(database, event, form, &stored);
     const bool found = stored.isHash();
     if (found) {
         QAny row{{kIdx, stored.lookup(kIdx)},
@@ -63,12 +67,13 @@ DataBase::Failure EventStore::addRow(DataBase &database, const QAny &event, User
                  {kAccessCode, stored.lookup(kAccessCode)},
                  {QStringLiteral("TYPE"), QStringLiteral("EV")}};
         complete(row, stored);
-        if (database.insert(QStringLiteral("allevents"), row))
-            return DataBase::Failure::None;
+        status = database.insert(QStringLiteral("allevents"), row);
+        if (status)
+            return status;
     }
-    if (database.lastFailure() == DataBase::Failure::Passing)
-        return DataBase::Failure::Passing;
+    if (status.mayPass())
+        return status;
     qWarning().noquote() << "EventStore::addRow" << (found ? "no row written for user" : "event not found, user")
                          << event.lookup(kUser).toString() << "time" << event.lookup(kTimestamp).toString();
-    return DataBase::Failure::Lasting;
+    return Status::Lasting;
 }

@@ -13,19 +13,15 @@ namespace EventStore {
 /// it quoted, the offline ones of the catch-up bare, so that of the latter only users with plain numbers are found.
 enum class UserText { Quoted, Bare };
 
-/// The first row of `events` with the event's USER and TIMESTAMP: IDX, TIMESTAMP, USER, ACCESS_CODE and TERMINAL. Null
-/// when there is none, or when it cannot be read.
-QAny storedEvent(DataBase &database, const QAny &event, UserText form);
-
 /// Inserts the event into `events`; keys that are no columns are left out. An event that brings an ID which is taken
 /// gets a new one, unless it is there already.
-DataBase::Failure insert(DataBase &database, const QAny &event, UserText form);
+storage::Status insert(DataBase &database, const QAny &event, UserText form);
 
 /// Fills in the columns of a journal row in which live and offline events differ.
 using Complete = std::function<void(QAny &row, const QAny &stored)>;
 
 /// Writes the journal row of an event that was just stored. Lasting, with a warning line, when no row can be written,
 /// among others because the event is not found; Passing when another attempt is worth while.
-DataBase::Failure addRow(DataBase &database, const QAny &event, UserText form, const Complete &complete);
+storage::Status addRow(DataBase &database, const QAny &event, UserText form, const Complete &complete);
 
 } // namespace EventStore

@@ -7,6 +7,8 @@
 #include <QDateTime>
 #include <QNetworkInterface>
 
+using storage::Status;
+
 namespace {
 
 Logger *theLogger = nullptr;
@@ -68,10 +70,12 @@ QAny Logger::log(const QString &connectionId, const QAny &params)
     const int terminal = id == kAdministrationLogId ? administrationClientOf(connectionId) : terminalOf(connectionId);
     if (terminal < 0 || !params.isHash() || !db())
         return false;
-    return db()->insertLog(terminal, static_cast<int>(id), params.lookup(QStringLiteral("LLEVEL")).toInt(),
-                           params.lookup(QStringLiteral("LGROUP")).toInt(),
-                           params.lookup(QStringLiteral("FTIMESTAMP")).toString().toLongLong(),
-                           params.lookup(QStringLiteral("FMESSAGE")).toString(), params.lookup(QStringLiteral("DATA")));
+    const Status written =
+        db()->insertLog(terminal, static_cast<int>(id), params.lookup(QStringLiteral("LLEVEL")).toInt(),
+                        params.lookup(QStringLiteral("LGROUP")).toInt(),
+                        params.lookup(QStringLiteral("FTIMESTAMP")).toString().toLongLong(),
+                        params.lookup(QStringLiteral("FMESSAGE")).toString(), params.lookup(QStringLiteral("DATA")));
+    return bool(written);
 }
 
 QAny Logger::event(const QString &connectionId, const QAny &params)
@@ -88,35 +92,35 @@ QAny Logger::event(const QString &connectionId, const QAny &params)
     return true;
 }
 
-DataBase::Failure Logger::storeEvent(DataBase &database, const QAny &params)
+Status Logger::storeEvent(DataBase &database, const QAny &params)
 {
     // Deliberate: where the event can never be stored, the journal step still runs.
-    const DataBase::Failure failure = EventStore::insert(database, params, EventStore::UserText::Quoted);
-    if (failure == DataBase::Failure::Passing || addAllEvent(params) == DataBase::Failure::Passing)
-        return DataBase::Failure::Passing;
-    return DataBase::Failure::None;
+    const Status inserted = EventStore::insert(database, params, EventStore::UserText::Quoted);
+    if (inserted.mayPass() || addAllEvent(params).mayPass())
+        return Status::Passing;
+    return Status::Done;
 }
 
-DataBase::Failure Logger::addAllEvent(const QAny &params)
+Status Logger::addAllEvent(const QAny &params)
 {
     if (!db())
-        return DataBase::Failure::Passing;
+        return Status::Passing;
     return EventStore::addRow(*db(), params, EventStore::UserText::Quoted, [&params](QAny &row, const QAny &) {
         row.insert(QStringLiteral("REMARK"), params.lookup(QStringLiteral("ALLEVREMARK")).toString());
         row.insert(QStringLiteral("TAG"), 0);
     });
 }
 
-void Logger::log(int level, int group, const QString &message, const QAny &data)
+Status Logger::log(int level, int group, const QString &message, const QAny &data)
 {
-    const qint64 now = QDateTime::currentMSecsSinceEpoch();
-    if (db())
-        db()->insertLog(ownLine(), 0, level, group, now, message, data);
+    if (!db())
+        return Status::Passing;
+    return db()->insertLog(ownLine(), 0, level, group, QDateTime::currentMSecsSinceEpoch(), message, data);
 }
 
-void Logger::log(const QString &message)
+Status Logger::log(const QString &message)
 {
-    log(0, 0, message, QAny());
+    return log(0, 0, message, QAny());
 }
 
 int Logger::lineNumber(const QList<QHostAddress> &addresses)

@@ -30,13 +30,13 @@ public:
     ~Logger() override;
 
     /// One row, stamped now, under the server's own line and entry id 0. Without a database nothing is written.
-    void log(int level, int group, const QString &message, const QAny &data);
+    storage::Status log(int level, int group, const QString &message, const QAny &data);
     /// The same with level 0, group 0 and Null data.
-    void log(const QString &message);
+    storage::Status log(const QString &message);
 
     /// Writes the journal row of an event that was just stored, as part of the caller's transaction. Passing when
     /// another attempt is worth while.
-    DataBase::Failure addAllEvent(const QAny &params);
+    storage::Status addAllEvent(const QAny &params);
 
     /// Events that wait to be stored.
     KeptWrites &keptEvents() { return m_keptEvents; }
@@ -53,7 +53,7 @@ public Q_SLOTS:
 
 private:
     int ownLine();
-    DataBase::Failure storeEvent(DataBase &database, const QAny &params);
+    storage::Status storeEvent(DataBase &database, const QAny &params);
 
     AddressLister m_addresses;
     KeptWrites m_keptEvents;

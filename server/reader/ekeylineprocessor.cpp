@@ -10,7 +10,7 @@
 
 #include <memory>
 
-using Failure = DataBase::Failure;
+using storage::Status;
 
 namespace {
 
@@ -41,14 +41,15 @@ const QString kUser = QStringLiteral("USER");
 const QString kTimestamp = QStringLiteral("TIMESTAMP");
 const QString kTerminal = QStringLiteral("TID");
 
-/// The first value of the first row, Null without a row. False when another attempt is worth while.
-bool readValue(const QString &sql, QAny *value)
+/// The first value of the first row, Null without a row.
+Status readValue(const QString &sql, QAny *value)
 {
     if (!db())
-        return false;
-    const QAny row = db()->firstRow(sql);
+        return Status::Passing;
+    QAny row;
+    const Status read = db()->firstRow(sql, &row);
     *value = row.count() > 0 ? row.at(0) : QAny();
-    return row.isHash() || db()->lastFailure() != Failure::Passing;
+    return read;
 }
 
 QString report(const EkeyTime &times, const EkeyTime::Verdict &verdict, const EkeyLine &line, qint64 lastAccepted)
@@ -65,29 +66,21 @@ QString report(const EkeyTime &times, const EkeyTime::Verdict &verdict, const Ek
     }
 }
 
-Failure logRow(DataBase &database, const QString &message)
-{
-    if (!logger())
-        return Failure::None;
-    logger()->log(message);
-    return database.lastFailure();
-}
-
 /// The event and its journal row.
-Failure storeEvent(DataBase &database, const QAny &event)
+Status storeEvent(DataBase &database, const QAny &event)
 {
-    const Failure inserted = EventStore::insert(database, event, EventStore::UserText::Bare);
-    qCDebug(ekeyLog) << "db()->insert(events,event) :" << (inserted == Failure::None);
-    if (inserted == Failure::Passing)
+    const Status inserted = EventStore::insert(database, event, EventStore::UserText::Bare);
+    qCDebug(ekeyLog) << "db()->insert(events,event) :" << bool(inserted);
+    if (inserted.mayPass())
         return inserted;
     QAny found;
-    const Failure journaled =
+    const Status journaled =
         EventStore::addRow(database, event, EventStore::UserText::Bare, [&](QAny &row, const QAny &stored) {
             found = stored;
             row.insert(QStringLiteral("REMARK"), QStringLiteral("EKEY%1 CSV").arg(event.lookup(kTerminal).toInteger()));
             row.insert(QStringLiteral("TAG"), 0);
         });
-    qCDebug(ekeyLog) << "db()->insert(allevents,event) :" << (journaled == Failure::None);
+    qCDebug(ekeyLog) << "db()->insert(allevents,event) :" << bool(journaled);
     qCDebug(ekeyLog).noquote() << "CSV to DB ID:" << found.lookup(QStringLiteral("IDX")).toString();
     qCDebug(ekeyLog).noquote() << "TIMESTAMP:" << found.lookup(kTimestamp).toString();
     return journaled;
@@ -106,8 +99,7 @@ void EkeyLineProcessor::makeTable()
 {
     if (m_hasTable || !db())
         return;
-    db()->exec(kUserTable);
-    m_hasTable = db()->lastFailure() != Failure::Passing;
+    m_hasTable = !db()->execPrepared(kUserTable, {}).mayPass();
 }
 
 void EkeyLineProcessor::skip(const QByteArray &line)
@@ -158,7 +150,7 @@ bool EkeyLineProcessor::prepare(const QByteArray &bytes, bool atOnce, Outcome *o
         return true;
     }
     QAny employee;
-    if (m_isUnreadable || !readValue(kEmployeeOfUser.arg(line.user()), &employee)) {
+    if (m_isUnreadable || readValue(kEmployeeOfUser.arg(line.user()), &employee).mayPass()) {
         m_isUnreadable = atOnce; // at the end no line waits for it once more
         if (atOnce)
             qWarning().noquote() << "EkeyLineProcessor::prepare lost, the users cannot be read:" << line.text();
@@ -174,7 +166,7 @@ bool EkeyLineProcessor::prepare(const QByteArray &bytes, bool atOnce, Outcome *o
         return true;
     }
     QAny name;
-    if (!readValue(kNameOfEmployee.arg(employee.toString()), &name) && !atOnce)
+    if (readValue(kNameOfEmployee.arg(employee.toString()), &name).mayPass() && !atOnce)
         return false;
     qCDebug(ekeyLog) << "CSVDATE:" << verdict.time;
     qCDebug(ekeyLog) << "NOW:" << QDateTime::currentSecsSinceEpoch();
@@ -213,18 +205,18 @@ void EkeyLineProcessor::submit(std::vector<Outcome> outcomes, qint64 bytes)
     m_waitingBytes += bytes;
     // std::function wants to be copied.
     const auto stored = std::make_shared<const std::vector<Outcome>>(std::move(outcomes));
-    const auto store = [stored](DataBase &database) {
+    const auto store = [stored](DataBase &database) -> Status {
         for (const Outcome &outcome : *stored) {
             for (const QString &message : outcome.messages) {
-                if (logRow(database, message) == Failure::Passing)
-                    return Failure::Passing;
+                if (logger() && logger()->log(message).mayPass())
+                    return Status::Passing;
             }
-            if (outcome.event.isHash() && storeEvent(database, outcome.event) == Failure::Passing)
-                return Failure::Passing;
+            if (outcome.event.isHash() && storeEvent(database, outcome.event).mayPass())
+                return Status::Passing;
         }
-        return Failure::None; // what can never be stored does not undo the rest
+        return Status::Done; // what can never be stored does not undo the rest
     };
-    const auto ended = [this, count, bytes](Failure) {
+    const auto ended = [this, count, bytes](Status) {
         m_waiting -= count;
         m_waitingBytes -= bytes;
         m_roomAgain();

@@ -9,7 +9,7 @@
 #include <algorithm>
 
 using EventStore::UserText;
-using Failure = DataBase::Failure;
+using storage::Status;
 
 namespace {
 
@@ -74,7 +74,7 @@ void TerminalCatchUp::onLogs(const QString &connectionId, const QAny &answer)
     const auto outcome =
         m_service.keptReplies().enqueue({[this, rows, known = m_service.noteAccepted(m_terminal, accepted)](
                                              DataBase &database) { return storeLogs(database, rows); },
-                                         [this](Failure) { endLogs(); }, nameOf("log lines", rows)});
+                                         [this](Status) { endLogs(); }, nameOf("log lines", rows)});
     if (outcome != KeptWrites::Outcome::Dropped)
         m_service.m_logsMissingFrom.remove(m_terminal);
 }
@@ -115,7 +115,7 @@ void TerminalCatchUp::onEvents(const QString &connectionId, const QAny &answer)
     const auto outcome =
         m_service.keptReplies().enqueue({[this, rows, known = m_service.noteAccepted(m_terminal, accepted)](
                                              DataBase &database) { return storeEvents(database, rows); },
-                                         [this](Failure) { deleteLater(); }, nameOf("events", rows)});
+                                         [this](Status) { deleteLater(); }, nameOf("events", rows)});
     if (outcome != KeptWrites::Outcome::Dropped)
         m_service.m_eventsMissingFrom.remove(m_terminal);
 }
@@ -137,33 +137,33 @@ QAny TerminalCatchUp::usableRows(const QAny &reply, const char *what) const
     return rows;
 }
 
-Failure TerminalCatchUp::storeLogs(DataBase &database, const QAny &rows)
+Status TerminalCatchUp::storeLogs(DataBase &database, const QAny &rows)
 {
     const LogKeys &keys = m_role.logKeys;
     m_storedLogs = 0;
     for (int i = 0; i < rows.count(); ++i) {
         const QAny &row = rows.at(i);
-        if (database.insertLog(m_terminal, row.lookup(keys.id).toInt(), row.lookup(keys.level).toInt(),
-                               row.lookup(keys.group).toInt(), number(row.lookup(keys.timestamp)),
-                               row.lookup(keys.message).toString(), row.lookup(keys.data)))
+        const Status written = database.insertLog(
+            m_terminal, row.lookup(keys.id).toInt(), row.lookup(keys.level).toInt(), row.lookup(keys.group).toInt(),
+            number(row.lookup(keys.timestamp)), row.lookup(keys.message).toString(), row.lookup(keys.data));
+        if (written.mayPass())
+            return written;
+        if (written)
             ++m_storedLogs;
-        else if (database.lastFailure() == Failure::Passing)
-            return Failure::Passing;
     }
-    return Failure::None;
+    return Status::Done;
 }
 
-Failure TerminalCatchUp::storeEvents(DataBase &database, const QAny &rows) const
+Status TerminalCatchUp::storeEvents(DataBase &database, const QAny &rows) const
 {
     for (int i = 0; i < rows.count(); ++i) {
         const QAny &event = rows.at(i);
         // A failure that lasts ends neither this event's journal row nor the events behind it.
-        if (EventStore::insert(database, event, UserText::Bare) == Failure::Passing)
-            return Failure::Passing;
-        if (EventStore::addRow(database, event, UserText::Bare, completeJournalRow) == Failure::Passing)
-            return Failure::Passing;
+        if (EventStore::insert(database, event, UserText::Bare).mayPass() ||
+            EventStore::addRow(database, event, UserText::Bare, completeJournalRow).mayPass())
+            return Status::Passing;
     }
-    return Failure::None;
+    return Status::Done;
 }
 
 QString TerminalCatchUp::nameOf(const char *what, const QAny &rows) const

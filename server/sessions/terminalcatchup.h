@@ -32,8 +32,8 @@ private:
     void ask(const QString &method, const QAny &params, const char *member);
     void askEvents();
     QAny usableRows(const QAny &reply, const char *what) const;
-    DataBase::Failure storeLogs(DataBase &database, const QAny &rows);
-    DataBase::Failure storeEvents(DataBase &database, const QAny &rows) const;
+    storage::Status storeLogs(DataBase &database, const QAny &rows);
+    storage::Status storeEvents(DataBase &database, const QAny &rows) const;
     void endLogs();
     QString nameOf(const char *what, const QAny &rows) const;
 

@@ -97,29 +97,30 @@ bool DemoStore::addSettings()
 
 bool DemoStore::addCalendarDay(QDate date, qint64 midnight, const QString &holiday, const QString &note)
 {
-    return m_database.execPrepared(
-        kAddDay, {midnight, date.toString(QStringLiteral("d.M.yyyy")), kEmpty + note, kEmpty + holiday});
+    return bool(m_database.execPrepared(
+        kAddDay, {midnight, date.toString(QStringLiteral("d.M.yyyy")), kEmpty + note, kEmpty + holiday}));
 }
 
 bool DemoStore::addAssignment(qint64 from, qint64 to, const QString &group, int shift)
 {
     // The third shift says at what hour it begins.
     const QString hour = shift == 3 ? QStringLiteral("22:00") : kEmpty;
-    return m_database.execPrepared(kAddAssignment, {++m_assignments, from, to, hour, group, QString::number(shift)});
+    return bool(
+        m_database.execPrepared(kAddAssignment, {++m_assignments, from, to, hour, group, QString::number(shift)}));
 }
 
 bool DemoStore::addEmployee(const DemoEmployee &employee)
 {
     const QString group = employee.group < 0 ? kEmpty : demoShiftGroups().at(employee.group).name;
-    return m_database.execPrepared(kAddEmployee,
-                                   {employee.id, employee.firstName, employee.lastName, employee.personalNumber,
-                                    employee.job.department, employee.email, employee.isActive() ? 1 : 0,
-                                    employee.job.rules, employee.job.schedule, group, employee.leaveDays});
+    return bool(m_database.execPrepared(kAddEmployee,
+                                        {employee.id, employee.firstName, employee.lastName, employee.personalNumber,
+                                         employee.job.department, employee.email, employee.isActive() ? 1 : 0,
+                                         employee.job.rules, employee.job.schedule, group, employee.leaveDays}));
 }
 
 bool DemoStore::addAccess(const DemoEmployee &employee, const QString &name, const QString &password, bool active)
 {
-    return m_database.execPrepared(kAddAccess, {employee.id, employee.id, name, password, active ? 1 : 0});
+    return bool(m_database.execPrepared(kAddAccess, {employee.id, employee.id, name, password, active ? 1 : 0}));
 }
 
 bool DemoStore::addPunch(const DemoEmployee &employee, const DemoPunch &punch, qint64 time, bool alsoTerminalEvent)
@@ -129,13 +130,13 @@ bool DemoStore::addPunch(const DemoEmployee &employee, const DemoPunch &punch, q
     if (punch.source == Source::Web || punch.source == Source::Correction) {
         ++m_corrections;
         const bool byForeman = punch.source == Source::Correction;
-        return m_database.execPrepared(kAddMetaEvent, {byForeman ? kForeman : employee.id, employee.id, time,
-                                                       punch.code, byForeman ? kCorrection : kPlanned, remark});
+        return bool(m_database.execPrepared(kAddMetaEvent, {byForeman ? kForeman : employee.id, employee.id, time,
+                                                            punch.code, byForeman ? kCorrection : kPlanned, remark}));
     }
     ++m_events;
     if (punch.source == Source::Planned)
-        return m_database.execPrepared(kAddEvent,
-                                       {QVariant(), employee.id, time, punch.code, kPlanned, remark, kEmpty});
+        return bool(
+            m_database.execPrepared(kAddEvent, {QVariant(), employee.id, time, punch.code, kPlanned, remark, kEmpty}));
     const int terminal = employee.job.terminal;
     QVariant index;
     if (alsoTerminalEvent) {
@@ -145,16 +146,16 @@ bool DemoStore::addPunch(const DemoEmployee &employee, const DemoPunch &punch, q
             return false;
         index = ++m_terminalEvents;
     }
-    return m_database.execPrepared(
-        kAddEvent, {index, employee.id, time, punch.code, kFromTerminal, remark, terminalName(terminal)});
+    return bool(m_database.execPrepared(
+        kAddEvent, {index, employee.id, time, punch.code, kFromTerminal, remark, terminalName(terminal)}));
 }
 
 bool DemoStore::addBalance(const DemoEmployee &employee, const Balance &balance)
 {
-    return m_database.execPrepared(kAddBalance,
-                                   {++m_balances, employee.id, balance.lastYearDays, balance.lastYearSpent,
-                                    balance.lastYearUntil, employee.leaveDays, balance.spent, balance.freeHours,
-                                    balance.updated, balance.changed, balance.status, kEmpty});
+    return bool(m_database.execPrepared(kAddBalance,
+                                        {++m_balances, employee.id, balance.lastYearDays, balance.lastYearSpent,
+                                         balance.lastYearUntil, employee.leaveDays, balance.spent, balance.freeHours,
+                                         balance.updated, balance.changed, balance.status, kEmpty}));
 }
 
 } // namespace tools::demodata

@@ -1,0 +1,29 @@
+#pragma once
+
+namespace storage {
+
+/// How an operation on the database went; true when it did all that was asked. A plain value.
+class Status
+{
+public:
+    enum Outcome {
+        Done,
+        /// Another attempt is worth while: file locked, disk full, input or output error.
+        Passing,
+        /// It is not: no such table, a constraint, not open, nothing to do.
+        Lasting
+    };
+
+    // Not explicit: an outcome is returned where a status is.
+    constexpr Status(Outcome outcome = Done) : m_outcome(outcome) {}
+
+    explicit constexpr operator bool() const { return m_outcome == Done; }
+    constexpr Outcome outcome() const { return m_outcome; }
+    /// Whether it failed and another attempt is worth while.
+    constexpr bool mayPass() const { return m_outcome == Passing; }
+
+private:
+    Outcome m_outcome;
+};
+
+} // namespace storage
