@@ -6,6 +6,7 @@ target_compile_definitions(zuk_terminalsite PRIVATE
 
 zuk_test(tst_logger zuk_terminalsite)
 zuk_test(tst_sessions zuk_terminalsite)
+zuk_test(tst_localday zuk_calc_rules)
 zuk_test(tst_csvfollower zuk_reader)
 zuk_test(tst_ekeyeventhandler zuk_terminalsite zuk_reader)
 zuk_test(tst_keptwrites zuk_storage)

@@ -6,7 +6,6 @@
 #include <QDir>
 #include <QElapsedTimer>
 #include <QLoggingCategory>
-#include <QRandomGenerator>
 #include <QSemaphore>
 #include <QTest>
 
@@ -20,7 +19,6 @@ private Q_SLOTS:
     void lines_data();
     void lines();
     void autumnHour();
-    void readsTimesAsQt();
     void databaseLacksSomething();
     void boundOnWhatWaits();
     void fileComesAndGoes();
@@ -208,33 +206,6 @@ void TestEkeyEventHandler::autumnHour()
         expected += QString::number(midnight + minutes * 60);
     QCOMPARE(site.times(), expected);
     QCOMPARE(site.messages().filter("date too old").size(), 2);
-}
-
-/// Any digits and separators, right and wrong ones.
-void TestEkeyEventHandler::readsTimesAsQt()
-{
-    QRandomGenerator random(1);
-    int valid = 0;
-    for (const char *format :
-         {"d.M.yyyy hh:mm:ss", "dd.MM.yyyy HH:mm", "h:m:s d/M/yyyy", "d.M.yy hh:mm", "d. MMM yyyy hh:mm",
-          "ddMMyyyy hh:mm", "d.M.yyyy", "d.d.yyyy hh:mm", "d.M.yyyy h:mm ap"}) {
-        const EkeyTime times(format);
-        for (int i = 0; i < 3000; ++i) {
-            QDateTime time(QDate(2025, 1, 1), QTime(), Qt::UTC);
-            time = time.addSecs(random.bounded(31536000));
-            QString field =
-                time.toString(random.bounded(2) ? QString(format) : QString(format).replace("d.M", "dd.MM"));
-            if (random.bounded(3) == 0)
-                field[random.bounded(field.size())] = QLatin1Char("0123456789.: x"[random.bounded(14)]);
-            const QDateTime expected = QDateTime::fromString(field, format);
-            const QDateTime found = times.read(field);
-            QVERIFY2(found.isValid() == expected.isValid() && found.date() == expected.date() &&
-                         found.time() == expected.time(),
-                     qPrintable(QString(format) + ": " + field));
-            valid += expected.isValid();
-        }
-    }
-    QVERIFY(valid > 10000);
 }
 
 void TestEkeyEventHandler::databaseLacksSomething()

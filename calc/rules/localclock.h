@@ -1,5 +1,7 @@
 #pragma once
 
+#include "calc/rules/localday.h"
+
 #include <QDate>
 
 #include <vector>
@@ -10,7 +12,7 @@
 class LocalClock
 {
 public:
-    static constexpr qint64 kDaySeconds = 86400;
+    static constexpr qint64 kDaySeconds = LocalDay::kSeconds;
 
     LocalClock() = default;
     /// The days first to last, both included, in the process's time zone.
@@ -33,18 +35,7 @@ public:
     qint64 instantOf(int day, qint64 clockSeconds) const;
 
 private:
-    struct Day {
-        qint64 midnight = 0;
-        qint64 change = 0; ///< instant at which the clock is changed; beyond the day when it is not
-        int offsetBefore = 0;
-        int offsetAfter = 0;
-    };
-
-    qint64 epochSeconds(int day) const { return m_firstEpochSeconds + day * kDaySeconds; }
-
     QDate m_first;
     int m_firstWeekday = 1;
-    qint64 m_firstEpochSeconds = 0; ///< midnight of the first day as if its zone were UTC
-    qint64 m_end = 0;
-    std::vector<Day> m_days;
+    std::vector<LocalDay> m_days;
 };

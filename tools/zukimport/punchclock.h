@@ -1,5 +1,8 @@
 #pragma once
 
+#include "calc/rules/localday.h"
+#include "calc/rules/timeformat.h"
+
 #include <QDate>
 #include <QString>
 #include <QTimeZone>
@@ -32,16 +35,9 @@ public:
     qint64 startOfDay(QDate date) const;
 
 private:
-    Reading readIso(const QString &text, qint64 notBefore) const;
-    Reading readCustom(const QString &text, qint64 notBefore) const;
     Reading fromLocal(QDate date, int secondOfDay, qint64 notBefore) const;
 
-    QString m_format;
-    bool m_hasOffset = false; ///< the custom format reads an offset or zone itself
-    bool m_hasShortYear = false;
+    TimeFormat m_format;
     QTimeZone m_zone;
-    /// Punches come day by day, so the zone is asked once per day.
-    mutable QDate m_day;
-    mutable int m_offsetBefore = 0;
-    mutable int m_offsetAfter = 0;
+    mutable LocalDay m_day; ///< of the latest punch: they come day by day
 };
