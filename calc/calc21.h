@@ -23,7 +23,8 @@ public:
     /// Records that stand in several of these lists are shared handles.
     QAny calcAll(const QAny &request);
 
-    const calc::rules::CalcResult &result() const { return m_result; }
+    /// The result of the last calculation, which is then no longer here.
+    calc::rules::CalcResult takeResult() { return std::move(m_result); }
     /// The CALC21 form of the last calculation, which must have been asked for it: {"CALC21": {PAIRS, EMPLO, DATA,
     /// PRERAZ}}, empty lists after a fatal error. DATA holds the events, EMPLO the employees with their parsed
     /// schedules and shift assignments. The pairs are those of the records, which are handed in.

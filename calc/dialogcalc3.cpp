@@ -32,16 +32,19 @@ QAny DialogCalc3::recalc(const QAny &request)
     Calc21 calculation(m_database, m_today);
     const rules::CalcResult &calculated = calculation.calculate(request);
     output::PackedCells cells = output::cellsOf(calculated);
-    const QAny records = output::recordsOf(calculated);
     const QAny tables{{QStringLiteral("PAIRS"), refPairs(calculated, cells)},
                       {QStringLiteral("DAYS"), showSumDays(calculated, cells)},
                       {QStringLiteral("SUM"), packSum(calculated, cells)},
                       {QStringLiteral("ERR"), output::errorTable(calculated.errors)}};
-    QAny result = isOn(request, "CALC21") ? calculation.packed(records) : QAny(QAny::Hash);
-    result.insert(QStringLiteral("CALC"), records);
-    result.insert(QStringLiteral("PACK"), tables);
+    QAny result(QAny::Hash);
     if (isOn(request, "EXPLAIN"))
         result.insert(QStringLiteral("EXPLAIN"), output::explanationOf(calculated));
+    const bool wantsClientForm = isOn(request, "CALC21");
+    const QAny records = wantsClientForm ? output::recordsOf(calculated) : output::recordsOf(calculation.takeResult());
+    if (wantsClientForm)
+        result.insert(QStringLiteral("CALC21"), calculation.packed(records).lookup(QStringLiteral("CALC21")));
+    result.insert(QStringLiteral("CALC"), records);
+    result.insert(QStringLiteral("PACK"), tables);
     result.insert(QStringLiteral("TIME"), timer.elapsed());
     qDebug() << "CheckService::recalc() END"; // deliberate: the line names the service that logs are searched by
     return result;

@@ -248,13 +248,18 @@ QAny withAssignments(const QAny &employee, const QAny &assigned)
 }
 
 /// The lists of the result.
-struct Lists {
-    QAny calc{QAny::List};
-    QAny sums{QAny::List};
-    QAny days{QAny::List};
-    QAny calcBefore{QAny::List};
-    QAny daysBefore{QAny::List};
-    QAny noRemarks{QAny::List};
+class Lists
+{
+public:
+    explicit Lists(const CalcResult &result)
+    {
+        const int employees = static_cast<int>(result.employees.size());
+        const int days = employees * result.inputs.period.dayCount();
+        for (QAny *list : {&m_days, &m_daysBefore})
+            list->reserve(days);
+        for (QAny *list : {&m_calc, &m_calcBefore, &m_sums})
+            list->reserve(employees);
+    }
 
     void add(const CalcResult &result, size_t position)
     {
@@ -264,47 +269,64 @@ struct Lists {
         judged.reserve(result.inputs.period.dayCount());
         for (const DayResult &day : result.employees[position].days)
             addDay(records, day, judged);
-        calc.append(records.judgedEntry(pairs, judged));
-        calcBefore.append(records.entry(pairs));
-        sums.append(records.sum(result.inputs.period));
+        m_calc.append(records.judgedEntry(pairs, judged));
+        m_calcBefore.append(records.entry(pairs));
+        m_sums.append(records.sum(result.inputs.period));
+    }
+
+    QAny toRecords(const CalcResult &result) const
+    {
+        QAny records(QAny::Hash);
+        if (!result.isFatal) {
+            records.insert(QStringLiteral("CALC"), m_calc);
+            records.insert(QStringLiteral("CALCsum"), m_sums);
+            records.insert(QStringLiteral("DAYS"), m_days);
+            records.insert(QStringLiteral("CALCorg"), m_calcBefore);
+            records.insert(QStringLiteral("DAYSorg"), m_daysBefore);
+            records.insert(QStringLiteral("ACSLIST"), codeList(result.codes));
+        }
+        records.insert(QStringLiteral("ERR"), errorRecords(result.errors));
+        return records;
     }
 
 private:
     void addDay(const EmployeeRecords &records, const DayResult &day, QAny &judged)
     {
-        const QAny remarks = remarkList(day.remarks, noRemarks);
-        const QAny before = records.dayRow(day, day.before, day.amountsBefore(), noRemarks);
+        const QAny remarks = remarkList(day.remarks, m_noRemarks);
+        const QAny before = records.dayRow(day, day.before, day.amountsBefore(), m_noRemarks);
         const QAny after = day.isUnchanged() ? before : records.dayRow(day, day.after, day.amountsAfter(), remarks);
-        daysBefore.append(before);
-        days.append(after);
+        m_daysBefore.append(before);
+        m_days.append(after);
         judged.append(records.judgedDay(day, remarks));
     }
+
+    QAny m_calc{QAny::List};
+    QAny m_sums{QAny::List};
+    QAny m_days{QAny::List};
+    QAny m_calcBefore{QAny::List};
+    QAny m_daysBefore{QAny::List};
+    QAny m_noRemarks{QAny::List};
 };
 
 } // namespace
 
 QAny recordsOf(const CalcResult &result)
 {
-    QAny records(QAny::Hash);
-    if (!result.isFatal) {
-        Lists lists;
-        const int employees = static_cast<int>(result.employees.size());
-        const int days = employees * result.inputs.period.dayCount();
-        for (QAny *list : {&lists.days, &lists.daysBefore})
-            list->reserve(days);
-        for (QAny *list : {&lists.calc, &lists.calcBefore, &lists.sums})
-            list->reserve(employees);
-        for (size_t i = 0; i < result.employees.size(); ++i)
-            lists.add(result, i);
-        records.insert(QStringLiteral("CALC"), lists.calc);
-        records.insert(QStringLiteral("CALCsum"), lists.sums);
-        records.insert(QStringLiteral("DAYS"), lists.days);
-        records.insert(QStringLiteral("CALCorg"), lists.calcBefore);
-        records.insert(QStringLiteral("DAYSorg"), lists.daysBefore);
-        records.insert(QStringLiteral("ACSLIST"), codeList(result.codes));
+    Lists lists(result);
+    for (size_t i = 0; i < result.employees.size(); ++i)
+        lists.add(result, i);
+    return lists.toRecords(result);
+}
+
+QAny recordsOf(CalcResult &&result)
+{
+    Lists lists(result);
+    for (size_t i = 0; i < result.employees.size(); ++i) {
+        lists.add(result, i);
+        result.employees[i] = EmployeeResult();
+        std::vector<Event>().swap(result.inputs.employees[i].events);
     }
-    records.insert(QStringLiteral("ERR"), errorRecords(result.errors));
-    return records;
+    return lists.toRecords(result);
 }
 
 QAny errorRecords(const CalcErrors &errors)

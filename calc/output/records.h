@@ -8,6 +8,9 @@ namespace calc::output {
 /// The calculation's result as records: CALC, CALCsum, DAYS, CALCorg, DAYSorg, ACSLIST and ERR; after a fatal error
 /// only ERR. Records that stand in several of these lists are shared handles.
 QAny recordsOf(const rules::CalcResult &result);
+/// The same, giving up the result employee by employee: of a large company both together would take half as much memory
+/// again.
+QAny recordsOf(rules::CalcResult &&result);
 
 /// The fault list: a List of {CODE, NAPAKA, USER, NAME, DATESTAMP}; what does not apply is Null.
 QAny errorRecords(const rules::CalcErrors &errors);
