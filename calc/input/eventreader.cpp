@@ -24,7 +24,10 @@ const QString kHandEntered = QStringLiteral("ME");
 
 rules::StoredValue cell(const QSqlQuery &query, int column)
 {
-    return storedValue(QAny::fromVariant(query.value(column)));
+    const QVariant value = query.value(column);
+    if (value.isNull())
+        return std::monostate();
+    return value.type() == QVariant::LongLong ? value.toLongLong() : storedValue(QAny::fromVariant(value));
 }
 
 } // namespace
@@ -35,6 +38,7 @@ EventReader::EventReader(DataBase &database, const CalcRequest &request, const R
 {
     for (size_t i = 0; i < m_employees.size(); ++i)
         m_employeeOf.insert(m_employees[i].user, static_cast<int>(i));
+    m_lastEmployee = m_employeeOf.value(m_lastUser, -1);
 }
 
 int EventReader::read(bool withSources)
@@ -121,6 +125,8 @@ void EventReader::readAuthors()
 const QString &EventReader::shared(const QString &text)
 {
     constexpr int maxTexts = 4096; // remarks of a company are few; a file full of different ones is not kept twice
+    if (text.isEmpty())
+        return m_empty;
     const auto known = m_texts.constFind(text);
     if (known != m_texts.constEnd())
         return *known;
@@ -129,12 +135,16 @@ const QString &EventReader::shared(const QString &text)
 
 void EventReader::add(qint64 user, rules::Event event)
 {
-    const auto employee = m_employeeOf.constFind(user);
-    if (employee == m_employeeOf.constEnd())
+    // Events of one employee come together.
+    if (user != m_lastUser) {
+        m_lastUser = user;
+        m_lastEmployee = m_employeeOf.value(user, -1);
+    }
+    if (m_lastEmployee < 0)
         return;
     event.code = rules::AccessCode(event.accessCode);
     event.kind = rules::kindOf(event.type);
-    m_employees[static_cast<size_t>(*employee)].events.push_back(std::move(event));
+    m_employees[static_cast<size_t>(m_lastEmployee)].events.push_back(std::move(event));
 }
 
 } // namespace calc::input

@@ -40,7 +40,10 @@ private:
     QHash<qint64, QString> m_terminals; ///< by row of the journal
     QHash<QString, QString> m_authors;  ///< by id
     QHash<qint64, int> m_employeeOf;    ///< by user
-    QHash<QString, QString> m_texts;    ///< one copy of each common text
+    qint64 m_lastUser = 0;
+    int m_lastEmployee = -1;         ///< of the last user; -1 without one
+    QHash<QString, QString> m_texts; ///< one copy of each common text
+    const QString m_empty = QStringLiteral("");
 };
 
 } // namespace calc::input

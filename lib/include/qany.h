@@ -60,8 +60,25 @@ public:
 
     QAny(const QAny &other) noexcept : m_type(other.m_type) { copyPayload(other); }
     QAny(QAny &&other) noexcept : m_type(other.m_type) { takePayload(other); }
-    QAny &operator=(const QAny &other) noexcept;
-    QAny &operator=(QAny &&other) noexcept;
+    QAny &operator=(const QAny &other) noexcept
+    {
+        // A handle without a record has nothing to release, as most that are filled.
+        if (m_type < String && this != &other) {
+            m_type = other.m_type;
+            copyPayload(other);
+            return *this;
+        }
+        return replaceBy(QAny(other)); // first a copy: other may live inside what this handle releases
+    }
+    QAny &operator=(QAny &&other) noexcept
+    {
+        if (m_type < String && this != &other) {
+            m_type = other.m_type;
+            takePayload(other);
+            return *this;
+        }
+        return this == &other ? *this : replaceBy(QAny(std::move(other)));
+    }
     ~QAny() { release(); }
 
     void swap(QAny &other) noexcept;
@@ -224,6 +241,7 @@ private:
     }
     void sharePayload(const QAny &other) noexcept;
     void releasePayload() noexcept;
+    QAny &replaceBy(QAny &&taken) noexcept;
     void becomeList();
     void becomeHash();
     QAny *growTo(int index);

@@ -230,19 +230,9 @@ QAny QAny::record(const KeySet &keys)
     return result;
 }
 
-QAny &QAny::operator=(const QAny &other) noexcept
+QAny &QAny::replaceBy(QAny &&taken) noexcept
 {
-    QAny copy(other); // first: other may live inside what this handle releases
-    swap(copy);
-    return *this;
-}
-
-QAny &QAny::operator=(QAny &&other) noexcept
-{
-    if (this != &other) {
-        QAny taken(std::move(other));
-        swap(taken);
-    }
+    swap(taken);
     return *this;
 }
 
