@@ -68,7 +68,7 @@ QAny officeDay()
                                 eventOf(5, at(7, 12, 29, 28), "103:Malica", "departure")});
     day["EVENTS"][4].insert("STORED", at(7, 12, 29, 20));
     day["PAIRS"] = QAny::list({pairOf(1, 3, "DELO", 13393), pairOf(4, 5, "MALICA", 1888)});
-    day["STEPS"] = QAny::list({stepOf("arrivalWarning", "", QAny(), QAny(), "WAR/LATEARRWAR", 1, "Prepozen prihod 1 2"),
+    day["STEPS"] = QAny::list({stepOf("arrivalWarning", "", QAny(), QAny(), "STARTE", "8:00", "Prepozen prihod 1 2"),
                                stepOf("paidLunch", "DC", 28332, 30220, "LUNCH", "0:30"),
                                stepOf("lunch", "DC", 30220, 30132, "LUNCH", "0:30"),
                                stepOf("workTimeRounding", "DC", 30132, 30000, "SALDO/WTROUNDTRH", 5, "Zaokrožitev")});
@@ -139,7 +139,7 @@ void TestExplanationText::tells_data()
                                        "08:14:47 11:58:00 3:43:13 work",
                                        "11:58:00 12:29:28 0:31:28 lunch",
                                        "7:52:12 work as of the pairs",
-                                       "warning: arrival after the time to arrive (WAR/LATEARRWAR = 1)",
+                                       "remark: arrival after the time to arrive (STARTE = 8:00)",
                                        "\"Prepozen prihod 1 2\"",
                                        "+0:31:28 8:23:40 the lunch is added",
                                        "-0:01:28 8:22:12 the lunch is longer than allowed",

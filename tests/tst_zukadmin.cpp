@@ -373,14 +373,21 @@ void TestZukAdmin::explain()
     QCOMPARE(toldBy(server.controller, command), "1 zukadmin: nothing was calculated: Ni Prihoda!\n");
     QCOMPARE(
         server.request,
-        (QAny{{"STARTDATE", "10.3.2025"}, {"ENDDATE", "10.3.2025"}, {"USER", QAny::list({5})}, {"EXPLAIN", true}}));
+        (QAny{{"STARTDATE", "23.2.2025"}, {"ENDDATE", "25.3.2025"}, {"USER", QAny::list({5})}, {"EXPLAIN", true}}));
 
     server.answer = {{"PACK", QAny{{"DAYS", packed(QAny::list({QAny{{"USER", 5}}}))}, {"ERR", errors}}}};
     QCOMPARE(toldBy(server.controller, command), "1 zukadmin: the server explains no days\n");
-    server.answer.insert("EXPLAIN", QAny::list({entry}));
+    QAny days = QAny::list();
+    for (int i = 0; i < 31; ++i)
+        days.append(i == 15 ? entry : QAny{{"DATE", i}});
+    server.answer.insert("EXPLAIN", days);
+    server.answer.insert(
+        "CALC",
+        QAny{{"ERR", QAny::list({QAny{{"NAPAKA", "Ni urnika!"}}, QAny{{"NAPAKA", "of another day"}, {"DATESTAMP", 14}},
+                                 QAny{{"NAPAKA", "Ni Prihoda!"}, {"DATESTAMP", 1741561200}}})}});
     const QString told = toldBy(server.controller, command);
     QVERIFY2(told.startsWith("0 Žagar Ana (5), Monday, 10 March 2025\n"), qPrintable(told));
-    QVERIFY2(told.contains("DELO") && told.endsWith("  Ni Prihoda!\n"), qPrintable(told));
+    QVERIFY2(told.contains("DELO") && told.endsWith("  Ni urnika!\n  Ni Prihoda!\n"), qPrintable(told));
     QVERIFY(toldBy(server.controller, command + QStringList{"--lang", "sl"}).contains("ponedeljek, 10. 3. 2025"));
     QVERIFY(toldBy(server.controller, command + QStringList{"--json"}).startsWith("0 {"));
     QCOMPARE(answer(), entry);

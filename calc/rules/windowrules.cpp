@@ -19,6 +19,7 @@ constexpr char kWindowEnd[] = "ENDE";
 constexpr char kDelayLimit[] = "OVERTIME/COMPDELTRH";
 constexpr char kThresholdBefore[] = "OVERTIME/TRHIN";
 constexpr char kThresholdAfter[] = "OVERTIME/TRHOUT";
+constexpr char kKeepsAfter[] = "SALDO/NWOUTOUT";
 
 constexpr int kThirdShift = 3;
 
@@ -173,11 +174,12 @@ Idle lateDeparture(const RuleSettings &settings, WorkDay &day)
         return kDone;
     }
     const qint64 beyond = settings.wholeThresholdsAfter ? extra % settings.thresholdAfter : 0;
-    day.moveOut(end.instant + extra - beyond, kThresholdAfter);
+    const char *const setting = beyond == 0 ? kKeepsAfter : kThresholdAfter;
+    day.moveOut(end.instant + extra - beyond, setting);
     if (beyond != 0)
-        day.changeWorkTime(-beyond, kThresholdAfter);
+        day.changeWorkTime(-beyond, setting);
     // Deliberately also where nothing was cut: the remark tells that work after the schedule counts.
-    day.remark(kKeptAfter, kThresholdAfter);
+    day.remark(kKeptAfter, setting);
     return kDone;
 }
 

@@ -7,18 +7,35 @@
 
 namespace {
 
+/// So many days on either side are asked for too: where an employee has no event at all nothing is calculated, and a
+/// night shift may begin on the day before.
+constexpr int kDaysAround = 15;
+
+/// The faults of the day, and those of no day.
+QStringList faultsOf(const QAny &entry, const QAny &answer)
+{
+    const QAny &errors = answer.lookup(QStringLiteral("CALC")).lookup(QStringLiteral("ERR"));
+    QStringList faults;
+    for (int i = 0; i < errors.count(); ++i) {
+        const QAny &date = errors.at(i).lookup(QStringLiteral("DATESTAMP"));
+        if (date.isNull() || date == entry.lookup(QStringLiteral("DATE")))
+            faults.append(errors.at(i).lookup(QStringLiteral("NAPAKA")).toString());
+    }
+    return faults;
+}
+
 CommandResult resultOfExplaining(const QAny &answer, const AdminOptions &options)
 {
     QString fault = faultOfCalculation(answer);
     const QAny &entries = answer.lookup(QStringLiteral("EXPLAIN"));
-    if (fault.isEmpty() && !(entries.isList() && entries.count() > 0))
+    if (fault.isEmpty() && entries.count() <= kDaysAround)
         fault = QStringLiteral("the server explains no days");
     if (!fault.isEmpty())
         return resultOf(answer, fault, options.format, {});
-    const QAny &entry = entries.at(0);
+    const QAny &entry = entries.at(kDaysAround);
     if (options.format == AdminOptions::Format::Json)
         return {jsonOutput(entry), {}};
-    return {tools::zukadmin::explanationText(entry, errorsOfCalculation(answer), options.language).toUtf8(), {}};
+    return {tools::zukadmin::explanationText(entry, faultsOf(entry, answer), options.language).toUtf8(), {}};
 }
 
 } // namespace
@@ -34,8 +51,8 @@ AdminJob prepareExplain(const AdminOptions &options, QString *mistake)
     else
         *mistake = readPeriod(day, day, &period);
     return [&options, user, day = period.from](AdminSession &session) {
-        const QAny request{{QStringLiteral("STARTDATE"), serverDate(day)},
-                           {QStringLiteral("ENDDATE"), serverDate(day)},
+        const QAny request{{QStringLiteral("STARTDATE"), serverDate(day.addDays(-kDaysAround))},
+                           {QStringLiteral("ENDDATE"), serverDate(day.addDays(kDaysAround))},
                            {QStringLiteral("USER"), QAny::list({user})},
                            {QStringLiteral("EXPLAIN"), true}};
         return resultOfExplaining(session.call(QStringLiteral("admincheck.recalc"), request), options);

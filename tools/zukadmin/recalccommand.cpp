@@ -54,6 +54,17 @@ bool isTable(const QString &name)
     return false;
 }
 
+/// The texts of the calculation's faults.
+QStringList errorsOfCalculation(const QAny &answer)
+{
+    const QAny &rows =
+        answer.lookup(QStringLiteral("PACK")).lookup(QStringLiteral("ERR")).lookup(QStringLiteral("TABLE"));
+    QStringList errors;
+    for (int i = 0; i < rows.count(); ++i)
+        errors.append(packedText(rows.at(i), QStringLiteral("NAPAKA")));
+    return errors;
+}
+
 } // namespace
 
 AdminJob prepareRecalc(const AdminOptions &options, QString *mistake)
@@ -77,16 +88,6 @@ AdminJob prepareRecalc(const AdminOptions &options, QString *mistake)
         return resultOf(answer, faultOfCalculation(answer), options.format,
                         isCsv ? csvOf(answer, options.table) : textOf(answer, options.table).toUtf8());
     };
-}
-
-QStringList errorsOfCalculation(const QAny &answer)
-{
-    const QAny &rows =
-        answer.lookup(QStringLiteral("PACK")).lookup(QStringLiteral("ERR")).lookup(QStringLiteral("TABLE"));
-    QStringList errors;
-    for (int i = 0; i < rows.count(); ++i)
-        errors.append(packedText(rows.at(i), QStringLiteral("NAPAKA")));
-    return errors;
 }
 
 /// Where nothing could be calculated there are no days, and the errors say why.

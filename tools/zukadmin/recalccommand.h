@@ -2,7 +2,7 @@
 
 #include "tools/zukadmin/admincommand.h"
 
-#include <QStringList>
+#include <QString>
 
 /// The command for the calculation of work times, and what answers of the calculation have in common.
 
@@ -10,5 +10,3 @@ AdminJob prepareRecalc(const AdminOptions &options, QString *mistake);
 
 /// Why nothing was calculated; empty when something was.
 QString faultOfCalculation(const QAny &answer);
-/// The texts of the calculation's faults.
-QStringList errorsOfCalculation(const QAny &answer);
