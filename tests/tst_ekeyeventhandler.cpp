@@ -18,6 +18,7 @@ private Q_SLOTS:
     void settings();
     void lines_data();
     void lines();
+    void dayEnds();
     void autumnHour();
     void databaseLacksSomething();
     void boundOnWhatWaits();
@@ -70,6 +71,12 @@ private:
     // With an address, so that it is not searched for with every row.
     Logger m_logger{[] { return QList<QHostAddress>{QHostAddress(QStringLiteral("192.168.0.9"))}; }};
 };
+
+/// A clock that stands still at a local "yyyy-MM-dd hh:mm".
+static server::process::Clock clockAt(const char *local)
+{
+    return [now = unixTime(local) * 1000] { return now; };
+}
 
 static EkeyLineProcessor::Entries entries(const QByteArrayList &lines)
 {
@@ -136,16 +143,12 @@ void TestEkeyEventHandler::lines_data()
     const auto refuse = [](const char *name, const QByteArray &line, const QString &report) {
         QTest::newRow(name) << line << "_ProcessLine " + report << 0 << qint64(0) << QString();
     };
-    const QByteArray today = QDate::currentDate().toString("d.M.yyyy").toLatin1();
-    const QByteArray tomorrow = QDate::currentDate().addDays(1).toString("d.M.yyyy").toLatin1();
-    const QByteArray lateToday = QDate::currentDate().toString("yyyy-MM-dd 23:59").toLatin1();
-
     accept("a reader of the settings", "70;2;3;5.1.2026 08:00:00;x", 12);
     accept("a reader by name", "70;2;vhod;5.1.2026 08:00:00", 13);
     accept("a reader by its own number", "70;2;44;5.1.2026 08:00:00", 44);
     accept("blanks", " 70 ;2; 3 ; 5.1.2026 08:00:00 ", 12);
     accept("as old as the last accepted", "70;2;1;5.1.2026 07:59:00", 1, "2026-01-05 07:59");
-    accept("later today", "70;2;1;" + today + " 23:59:00", 1, lateToday);
+    accept("later today", "70;2;1;6.1.2026 23:59:00", 1, "2026-01-06 23:59");
     accept("nobody's name", "80;2;1;5.1.2026 08:00:00", 1, "2026-01-05 08:00", " %1", "80|80|n.n.");
     // Deliberate: the user's text is part of the statement.
     accept("a condition for a user", "' or UID=5 or ULKAID='x;2;1;5.1.2026 08:00:00", 1);
@@ -160,7 +163,7 @@ void TestEkeyEventHandler::lines_data()
     refuse("no point", "70;2;1;5-1-2026 08:00:00", "date format error 1:5-1-2026 08:00:00");
     refuse("no colon", "70;2;1;5.1.2026", "date format error 2:5.1.2026");
     refuse("no such day", "70;2;1;31.2.2026 08:00:00", "date error: 31.2.2026 08:00:00-%1");
-    refuse("tomorrow", "70;2;1;" + tomorrow + " 00:00:00", "date error: " + tomorrow + " 00:00:00-%1");
+    refuse("tomorrow", "70;2;1;7.1.2026 00:00:00", "date error: 7.1.2026 00:00:00-%1");
     refuse("older than the last accepted", "70;2;1;5.1.2026 07:58:59",
            "date too old: 5.1.2026 07:58:59-5.1.2026 07:59:00");
     refuse("places in the text", "70;2;%2%1;x", "ZukID error : %2%1 - 70;2;%2%1;x");
@@ -174,11 +177,11 @@ void TestEkeyEventHandler::lines()
     QFETCH(qint64, time);
     QFETCH(QString, employee);
     ReaderSite site;
-    EkeyLineProcessor processor(site.settings, [] {});
+    EkeyLineProcessor processor(
+        site.settings, [] {}, clockAt("2026-01-06 08:00"));
     // Of these, only the times count that can be right.
-    const QByteArray tomorrow = QDate::currentDate().addDays(1).toString("d.M.yyyy").toLatin1();
-    for (const QByteArray &old : {QByteArray("no;user;here;5.1.2026 07:59:00"), QByteArray("1;1;1;5.1.2026 07:00:00"),
-                                  "1;1;1;" + tomorrow + " 08:00:00", QByteArray("1;1;1;32.1.2026 08:00:00")})
+    for (const char *old : {"no;user;here;5.1.2026 07:59:00", "1;1;1;5.1.2026 07:00:00", "1;1;1;7.1.2026 08:00:00",
+                            "1;1;1;32.1.2026 08:00:00"})
         processor.skip(old);
     auto list = entries({line});
     QCOMPARE(processor.take(&list, false), EkeyLineProcessor::Taken::All);
@@ -190,6 +193,21 @@ void TestEkeyEventHandler::lines()
                        "a.REMARK,a.TAG,a.TIMESTAMP,a.TYPE from events e left join allevents a on a.IDX=e.ID")
                  .join('\n'),
              terminal > 0 ? event.arg(employee, QString::number(time), QString::number(terminal)) : QString());
+}
+
+void TestEkeyEventHandler::dayEnds()
+{
+    ReaderSite site;
+    qint64 now = unixTime("2026-03-29 23:59") * 1000; // of 23 hours
+    EkeyLineProcessor processor(
+        site.settings, [] {}, [&now] { return now; });
+    for (const qint64 ms : {0, 59999, 60000}) {
+        now = unixTime("2026-03-29 23:59") * 1000 + ms;
+        auto list = entries({"70;2;1;30.3.2026 00:00:00"});
+        processor.take(&list, false);
+    }
+    QCOMPARE(site.times(), QStringList(QString::number(unixTime("2026-03-30 00:00"))));
+    QCOMPARE(site.messages().filter("date error").size(), 2);
 }
 
 /// 26 October 2025: 2:00 to 3:00 comes first from 0:00 UTC, then from 1:00 UTC.

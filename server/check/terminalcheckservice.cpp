@@ -38,7 +38,14 @@ void addTimes(QAny &answer, const QFileInfo &file)
 
 } // namespace
 
-TerminalCheckService::TerminalCheckService(QObject *parent) : CheckService(mainTerminalService, parent) {}
+TerminalCheckService::TerminalCheckService(QObject *parent) : TerminalCheckService(server::process::machineTime, parent)
+{
+}
+
+TerminalCheckService::TerminalCheckService(server::process::Clock clock, QObject *parent)
+    : CheckService(mainTerminalService, parent), m_clock(std::move(clock))
+{
+}
 
 QAny TerminalCheckService::query(const QString &connectionId, const QAny &params)
 {
@@ -88,7 +95,7 @@ QAny TerminalCheckService::insert(const QString &connectionId, const QAny &param
 QAny TerminalCheckService::timeSync(const QString &connectionId, const QAny &params)
 {
     begin("TerminalCheckService::timeSync", connectionId, params);
-    const QDateTime now = QDateTime::currentDateTime();
+    const QDateTime now = QDateTime::fromMSecsSinceEpoch(m_clock());
     return {{QStringLiteral("TIME"), unixTime(now)},
             {QStringLiteral("DST"), now.isDaylightTime() ? QStringLiteral("TRUE") : QStringLiteral("FALSE")}};
 }

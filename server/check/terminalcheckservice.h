@@ -1,6 +1,7 @@
 #pragma once
 
 #include "server/check/checkservice.h"
+#include "server/process/clock.h"
 
 /// What a logged-in attendance terminal may do with the server; the service "terminalcheck".
 class TerminalCheckService : public CheckService
@@ -8,6 +9,8 @@ class TerminalCheckService : public CheckService
     Q_OBJECT
 public:
     explicit TerminalCheckService(QObject *parent = nullptr);
+    /// With another source of the time that terminals take over.
+    explicit TerminalCheckService(server::process::Clock clock, QObject *parent = nullptr);
 
 Q_SIGNALS:
     void started(int id);
@@ -27,6 +30,9 @@ public Q_SLOTS:
     QAny ping(const QString &connectionId, const QAny &params);
     QAny loadFile(const QString &connectionId, const QAny &params);
     QAny addFile(const QString &connectionId, const QAny &params);
+
+private:
+    server::process::Clock m_clock;
 };
 
 /// The process's service; null before start and after stop. Only ServicesStarter (or a test) sets it.

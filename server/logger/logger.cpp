@@ -4,7 +4,6 @@
 #include "server/sessions/adminterminalservice.h"
 #include "server/sessions/mainterminalservice.h"
 
-#include <QDateTime>
 #include <QNetworkInterface>
 
 using storage::Status;
@@ -52,10 +51,11 @@ QList<QHostAddress> machineAddresses()
 
 } // namespace
 
-Logger::Logger(QObject *parent) : Logger(machineAddresses, parent) {}
+Logger::Logger(QObject *parent) : Logger(machineAddresses, server::process::machineTime, parent) {}
 
-Logger::Logger(AddressLister addresses, QObject *parent)
-    : QObject(parent), m_addresses(std::move(addresses)), m_keptEvents("Logger::event", kMaxKeptEvents)
+Logger::Logger(AddressLister addresses, server::process::Clock clock, QObject *parent)
+    : QObject(parent), m_addresses(std::move(addresses)), m_clock(std::move(clock)),
+      m_keptEvents("Logger::event", kMaxKeptEvents)
 {
 }
 
@@ -115,7 +115,7 @@ Status Logger::log(int level, int group, const QString &message, const QAny &dat
 {
     if (!db())
         return Status::Passing;
-    return db()->insertLog(ownLine(), 0, level, group, QDateTime::currentMSecsSinceEpoch(), message, data);
+    return db()->insertLog(ownLine(), 0, level, group, m_clock(), message, data);
 }
 
 Status Logger::log(const QString &message)

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "qany.h"
+#include "server/process/clock.h"
 #include "storage/database.h"
 #include "storage/keptwrites.h"
 
@@ -25,8 +26,9 @@ public:
     static constexpr int kMaxKeptEvents = 100000;
 
     explicit Logger(QObject *parent = nullptr);
-    /// With another source of the machine's addresses.
-    explicit Logger(AddressLister addresses, QObject *parent = nullptr);
+    /// With other sources of the machine's addresses and of the time that stamps the server's rows.
+    explicit Logger(AddressLister addresses, server::process::Clock clock = server::process::machineTime,
+                    QObject *parent = nullptr);
     ~Logger() override;
 
     /// One row, stamped now, under the server's own line and entry id 0. Without a database nothing is written.
@@ -56,6 +58,7 @@ private:
     storage::Status storeEvent(DataBase &database, const QAny &params);
 
     AddressLister m_addresses;
+    server::process::Clock m_clock;
     KeptWrites m_keptEvents;
 };
 

@@ -88,8 +88,9 @@ Status storeEvent(DataBase &database, const QAny &event)
 
 } // namespace
 
-EkeyLineProcessor::EkeyLineProcessor(const EkeySettings &settings, std::function<void()> roomAgain)
-    : m_settings(settings), m_roomAgain(std::move(roomAgain)), m_time(settings.dateFormat),
+EkeyLineProcessor::EkeyLineProcessor(const EkeySettings &settings, std::function<void()> roomAgain,
+                                     server::process::Clock clock)
+    : m_settings(settings), m_roomAgain(std::move(roomAgain)), m_today(std::move(clock)), m_time(settings.dateFormat),
       m_kept("EkeyLineProcessor::take", kMaxWaiting + 1)
 {
     makeTable();

@@ -37,8 +37,10 @@ public:
     /// database can be read.
     enum class Taken { All, NoRoom, NotReadable };
 
-    /// Creates the table of the reader's users. Told from within any member when there is room again.
-    EkeyLineProcessor(const EkeySettings &settings, std::function<void()> roomAgain);
+    /// Creates the table of the reader's users. Told from within any member when there is room again. By the clock it
+    /// is today.
+    EkeyLineProcessor(const EkeySettings &settings, std::function<void()> roomAgain,
+                      server::process::Clock clock = server::process::machineTime);
 
     /// A line that was there before: only its time counts.
     void skip(const QByteArray &line);

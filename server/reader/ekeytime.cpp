@@ -4,7 +4,8 @@
 
 QDate EkeyToday::date()
 {
-    const qint64 now = QDateTime::currentSecsSinceEpoch();
+    constexpr int kMs = 1000;
+    const qint64 now = m_clock() / kMs;
     if (!m_day.contains(now))
         m_day = LocalDay(QDateTime::fromSecsSinceEpoch(now).date());
     return m_day.date();

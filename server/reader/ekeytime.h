@@ -2,6 +2,7 @@
 
 #include "calc/rules/localday.h"
 #include "calc/rules/timeformat.h"
+#include "server/process/clock.h"
 
 #include <QDate>
 #include <QString>
@@ -10,9 +11,12 @@
 class EkeyToday
 {
 public:
+    explicit EkeyToday(server::process::Clock clock) : m_clock(std::move(clock)) {}
+
     QDate date();
 
 private:
+    server::process::Clock m_clock;
     LocalDay m_day;
 };
 
