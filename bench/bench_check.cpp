@@ -9,6 +9,7 @@
 #include "server/check/admincheckservice.h"
 #include "server/logger/logger.h"
 #include "server/sessions/adminterminalservice.h"
+#include "server/sessions/sessionpeers.h"
 #include "serverprocess.h"
 #include "target.h"
 #include "tools/demodata/democompany.h"
@@ -63,7 +64,7 @@ quint16 startServer(const QString &file)
     auto *controller = new KNet::RpcController(qApp);
     setDb(new DataBase(file, qApp));
     setAdminTerminalService(new AdminTerminalService(controller, qApp));
-    setLogger(new Logger(qApp));
+    setLogger(new Logger(sessionPeers(), qApp));
     controller->registerService(QStringLiteral("adminterminal"), adminTerminalService());
     controller->registerService(QStringLiteral("admincheck"), new AdminCheckService(qApp));
     controller->addServiceRequirement(QStringLiteral("admincheck"), QStringLiteral("admincheck"));

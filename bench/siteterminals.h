@@ -4,6 +4,7 @@
 #include "knetrpc/rpccontroller.h"
 #include "server/logger/logger.h"
 #include "server/sessions/mainterminalservice.h"
+#include "server/sessions/sessionpeers.h"
 #include "storage/database.h"
 #include "wireclient.h"
 
@@ -28,7 +29,7 @@ inline KNet::RpcController *startSite(const QString &file, QObject *benchService
     setRpcController(controller);
     setDb(new DataBase(file, qApp));
     setMainTerminalService(new MainTerminalService(controller, qApp));
-    setLogger(new Logger(qApp));
+    setLogger(new Logger(sessionPeers(), qApp));
     benchService->setParent(controller);
     controller->registerService(QStringLiteral("logger"), logger());
     controller->registerService(QStringLiteral("mainterminal"), mainTerminalService());

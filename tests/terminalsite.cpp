@@ -3,6 +3,7 @@
 #include "attendancefile.h"
 #include "knetrpc/rpccall.h"
 #include "rpcpeer.h"
+#include "server/sessions/sessionpeers.h"
 #include "server/sessions/terminalcatchup.h"
 
 #include <QSignalSpy>
@@ -41,7 +42,7 @@ TerminalSite::TerminalSite() : database(std::make_unique<DataBase>(folder.filePa
 {
     fillAttendance(*database, {});
     setDb(database.get());
-    journal = std::make_unique<Logger>();
+    journal = std::make_unique<Logger>(sessionPeers());
     main = std::make_unique<MainTerminalService>(&server);
     admin = std::make_unique<AdminTerminalService>(&server);
     setMainTerminalService(main.get());

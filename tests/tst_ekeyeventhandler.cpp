@@ -69,7 +69,7 @@ public:
 
 private:
     // With an address, so that it is not searched for with every row.
-    Logger m_logger{[] { return QList<QHostAddress>{QHostAddress(QStringLiteral("192.168.0.9"))}; }};
+    Logger m_logger{{}, [] { return QList<QHostAddress>{QHostAddress(QStringLiteral("192.168.0.9"))}; }};
 };
 
 /// A clock that stands still at a local "yyyy-MM-dd hh:mm".

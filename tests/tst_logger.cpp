@@ -42,7 +42,8 @@ void TestLogger::rowsOfTheServer()
     TerminalSite site;
     QStringList machine{QStringLiteral("10.0.0.5")};
     qint64 now = 1792044060001;
-    Logger log([&machine] { return addresses(machine); }, [&now] { return now++; });
+    Logger log(
+        {}, [&machine] { return addresses(machine); }, [&now] { return now++; });
     log.log(QStringLiteral("no network yet"));
     machine = QStringList{"192.168.4.77"};
     log.log(3, 7, QStringLiteral("network is up"), QAny{{QStringLiteral("a"), 1}});

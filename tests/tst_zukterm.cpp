@@ -1,6 +1,7 @@
 #include "checksite.h"
 #include "files.h"
 #include "rpcpeer.h"
+#include "server/sessions/sessionpeers.h"
 #include "toolrun.h"
 #include "tools/zukterm/latencystats.h"
 
@@ -15,7 +16,7 @@ class OtherLogger : public Logger
 {
     Q_OBJECT
 public:
-    explicit OtherLogger(KNet::RpcController &server)
+    explicit OtherLogger(KNet::RpcController &server) : Logger(sessionPeers())
     {
         server.unregisterService("logger");
         server.registerService("logger", this);

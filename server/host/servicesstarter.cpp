@@ -8,6 +8,7 @@
 #include "server/reader/ekeyeventhandler.h"
 #include "server/sessions/adminterminalservice.h"
 #include "server/sessions/mainterminalservice.h"
+#include "server/sessions/sessionpeers.h"
 #include "server/web/echoserver.h"
 #include "storage/database.h"
 
@@ -100,7 +101,7 @@ void ServicesStarter::start()
         return;
     setRpcController(createController());
     setDb(new DataBase);
-    setLogger(new Logger);
+    setLogger(new Logger(sessionPeers()));
     setMainTerminalService(new MainTerminalService(rpcController()));
     setAdminTerminalService(new AdminTerminalService(rpcController()));
     setTerminalCheckService(new TerminalCheckService);

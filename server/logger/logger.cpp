@@ -1,8 +1,6 @@
 #include "server/logger/logger.h"
 
 #include "server/logger/eventstore.h"
-#include "server/sessions/adminterminalservice.h"
-#include "server/sessions/mainterminalservice.h"
 
 #include <QNetworkInterface>
 
@@ -25,14 +23,9 @@ constexpr qint64 kAdministrationLogId = 200;
 const QString kUser = QStringLiteral("USER");
 const QString kTimestamp = QStringLiteral("TIMESTAMP");
 
-int terminalOf(const QString &connectionId)
+int numberOn(const std::function<int(const QString &)> &peers, const QString &connectionId)
 {
-    return mainTerminalService() ? mainTerminalService()->terminalNumber(connectionId) : -1;
-}
-
-int administrationClientOf(const QString &connectionId)
-{
-    return adminTerminalService() ? adminTerminalService()->terminalNumber(connectionId) : -1;
+    return peers ? peers(connectionId) : -1;
 }
 
 /// Unlike QNetworkInterface::allAddresses() also those of interfaces that are down, so that a server which starts
@@ -51,10 +44,13 @@ QList<QHostAddress> machineAddresses()
 
 } // namespace
 
-Logger::Logger(QObject *parent) : Logger(machineAddresses, server::process::machineTime, parent) {}
+Logger::Logger(LoggedInPeers peers, QObject *parent)
+    : Logger(std::move(peers), machineAddresses, server::process::machineTime, parent)
+{
+}
 
-Logger::Logger(AddressLister addresses, server::process::Clock clock, QObject *parent)
-    : QObject(parent), m_addresses(std::move(addresses)), m_clock(std::move(clock)),
+Logger::Logger(LoggedInPeers peers, AddressLister addresses, server::process::Clock clock, QObject *parent)
+    : QObject(parent), m_peers(std::move(peers)), m_addresses(std::move(addresses)), m_clock(std::move(clock)),
       m_keptEvents("Logger::event", kMaxKeptEvents)
 {
 }
@@ -67,7 +63,8 @@ Logger::~Logger()
 QAny Logger::log(const QString &connectionId, const QAny &params)
 {
     const qint64 id = params.lookup(QStringLiteral("ID")).toInteger();
-    const int terminal = id == kAdministrationLogId ? administrationClientOf(connectionId) : terminalOf(connectionId);
+    const auto &peers = id == kAdministrationLogId ? m_peers.administrationClient : m_peers.terminal;
+    const int terminal = numberOn(peers, connectionId);
     if (terminal < 0 || !params.isHash() || !db())
         return false;
     const Status written =
@@ -80,12 +77,12 @@ QAny Logger::log(const QString &connectionId, const QAny &params)
 
 QAny Logger::event(const QString &connectionId, const QAny &params)
 {
-    const int terminal = terminalOf(connectionId);
+    const int terminal = numberOn(m_peers.terminal, connectionId);
     if (terminal < 0)
         return false;
     const QString time = params.lookup(kTimestamp).toString();
     const bool isOwn = params.lookup(QStringLiteral("TID")).toInteger() == terminal;
-    const auto known = mainTerminalService()->noteAccepted(terminal, {0, isOwn ? time.toLongLong() : 0});
+    const auto known = m_peers.noteEvent ? m_peers.noteEvent(terminal, isOwn ? time.toLongLong() : 0) : nullptr;
     m_keptEvents.submit({[this, params, known](DataBase &database) { return storeEvent(database, params); },
                          {},
                          QStringLiteral("user %1 time %2").arg(params.lookup(kUser).toString(), time)});

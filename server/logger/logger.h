@@ -1,6 +1,7 @@
 #pragma once
 
 #include "qany.h"
+#include "server/logger/loggedinpeers.h"
 #include "server/process/clock.h"
 #include "storage/database.h"
 #include "storage/keptwrites.h"
@@ -25,10 +26,11 @@ public:
     /// Events that are kept; more are dropped, each with a warning line. Far more than a site has in a day.
     static constexpr int kMaxKeptEvents = 100000;
 
-    explicit Logger(QObject *parent = nullptr);
+    /// Stores for these peers.
+    explicit Logger(LoggedInPeers peers = {}, QObject *parent = nullptr);
     /// With other sources of the machine's addresses and of the time that stamps the server's rows.
-    explicit Logger(AddressLister addresses, server::process::Clock clock = server::process::machineTime,
-                    QObject *parent = nullptr);
+    Logger(LoggedInPeers peers, AddressLister addresses, server::process::Clock clock = server::process::machineTime,
+           QObject *parent = nullptr);
     ~Logger() override;
 
     /// One row, stamped now, under the server's own line and entry id 0. Without a database nothing is written.
@@ -57,6 +59,7 @@ private:
     int ownLine();
     storage::Status storeEvent(DataBase &database, const QAny &params);
 
+    LoggedInPeers m_peers;
     AddressLister m_addresses;
     server::process::Clock m_clock;
     KeptWrites m_keptEvents;
