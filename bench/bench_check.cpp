@@ -64,7 +64,7 @@ quint16 startServer(const QString &file)
     auto *controller = new KNet::RpcController(qApp);
     setDb(new DataBase(file, qApp));
     setAdminTerminalService(new AdminTerminalService(controller, qApp));
-    setLogger(new Logger(sessionPeers(), qApp));
+    setLogger(new Logger(server::sessions::sessionPeers(), qApp));
     controller->registerService(QStringLiteral("adminterminal"), adminTerminalService());
     controller->registerService(QStringLiteral("admincheck"), new AdminCheckService(qApp));
     controller->addServiceRequirement(QStringLiteral("admincheck"), QStringLiteral("admincheck"));

@@ -59,7 +59,7 @@ public Q_SLOTS:
     }
 
 private:
-    EkeySettings m_settings;
+    server::reader::EkeySettings m_settings;
     std::unique_ptr<EkeyEventHandler> m_tracker;
 };
 
@@ -92,7 +92,7 @@ std::unique_ptr<ServerProcess> serverWithReader(const QString &base)
         makeFile(base + ".db");
         auto *const controller = startSite(base + ".db", new BenchService(base + ".csv"));
         {
-            const EkeyEventHandler makesTable{EkeySettings()};
+            const EkeyEventHandler makesTable{server::reader::EkeySettings()};
         }
         QStringList users;
         for (int i = 0; i < kUsers; ++i) {
@@ -109,7 +109,7 @@ std::unique_ptr<ServerProcess> serverWithReader(const QString &base)
 /// What must be done at least: the lines and their dates.
 double parseDates(const QString &path)
 {
-    const QString format = EkeySettings().dateFormat;
+    const QString format = server::reader::EkeySettings().dateFormat;
     const auto start = std::chrono::steady_clock::now();
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly))

@@ -29,7 +29,7 @@ inline KNet::RpcController *startSite(const QString &file, QObject *benchService
     setRpcController(controller);
     setDb(new DataBase(file, qApp));
     setMainTerminalService(new MainTerminalService(controller, qApp));
-    setLogger(new Logger(sessionPeers(), qApp));
+    setLogger(new Logger(server::sessions::sessionPeers(), qApp));
     benchService->setParent(controller);
     controller->registerService(QStringLiteral("logger"), logger());
     controller->registerService(QStringLiteral("mainterminal"), mainTerminalService());

@@ -14,6 +14,7 @@
 #include <optional>
 #include <vector>
 
+using storage::StatementCache;
 using storage::Status;
 
 namespace {

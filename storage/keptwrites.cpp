@@ -6,7 +6,7 @@
 
 #include <utility>
 
-using storage::Status;
+namespace storage {
 
 namespace {
 
@@ -133,3 +133,5 @@ void KeptWrites::warn(const char *what, const QString &name) const
 {
     qWarning().noquote() << m_owner << what << name;
 }
+
+} // namespace storage

@@ -10,6 +10,8 @@
 #include <deque>
 #include <functional>
 
+namespace storage {
+
 /// Writes that must not get lost: one that fails for a passing reason (file locked, disk full, input or output error)
 /// is kept and attempted again, in the order of submission, until it is stored or fails for a lasting reason.
 ///
@@ -29,9 +31,9 @@ public:
 
     struct Write {
         /// Runs inside a transaction. What it wrote is stored if it returns Done, else undone.
-        std::function<storage::Status(DataBase &database)> store;
+        std::function<Status(DataBase &database)> store;
         /// Told once, after the commit: Done or Lasting. Not told of what flush() does.
-        std::function<void(storage::Status status)> ended;
+        std::function<void(Status status)> ended;
         /// For the warning lines.
         QString name;
     };
@@ -58,7 +60,7 @@ public:
     void flush();
 
 private:
-    using Outcomes = std::vector<std::pair<Write, storage::Status>>;
+    using Outcomes = std::vector<std::pair<Write, Status>>;
 
     Outcome keep(Write write, int interval);
     void takeTurn();
@@ -72,3 +74,5 @@ private:
     std::deque<Write> m_kept;
     bool m_refused = false;
 };
+
+} // namespace storage

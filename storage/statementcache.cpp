@@ -1,5 +1,7 @@
 #include "storage/statementcache.h"
 
+namespace storage {
+
 StatementCache::Lease::~Lease()
 {
     m_entry->query.finish();
@@ -40,3 +42,5 @@ void StatementCache::makeRoom()
     }
     m_entries.erase(oldest);
 }
+
+} // namespace storage

@@ -7,6 +7,8 @@
 
 #include <memory>
 
+namespace storage {
+
 /// The prepared statements of one connection, kept by their text, so that a statement that runs often is compiled once.
 ///
 /// A statement is lent out for one execution and comes back reset, so that no read stays open on the file. A text that
@@ -57,3 +59,5 @@ private:
     QHash<QString, std::shared_ptr<Entry>> m_entries;
     quint64 m_uses = 0;
 };
+
+} // namespace storage

@@ -42,7 +42,7 @@ TerminalSite::TerminalSite() : database(std::make_unique<DataBase>(folder.filePa
 {
     fillAttendance(*database, {});
     setDb(database.get());
-    journal = std::make_unique<Logger>(sessionPeers());
+    journal = std::make_unique<Logger>(server::sessions::sessionPeers());
     main = std::make_unique<MainTerminalService>(&server);
     admin = std::make_unique<AdminTerminalService>(&server);
     setMainTerminalService(main.get());
@@ -102,7 +102,9 @@ void TerminalSite::leave(const QString &connectionId)
 bool TerminalSite::waitForCatchUps(int left)
 {
     return waitFor([this, left] {
-        return main->findChildren<TerminalCatchUp *>().size() + admin->findChildren<TerminalCatchUp *>().size() == left;
+        return main->findChildren<server::sessions::TerminalCatchUp *>().size() +
+                   admin->findChildren<server::sessions::TerminalCatchUp *>().size() ==
+               left;
     });
 }
 

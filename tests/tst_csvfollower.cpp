@@ -5,6 +5,8 @@
 #include <QTemporaryDir>
 #include <QTest>
 
+using server::reader::CsvFollower;
+
 class TestCsvFollower : public QObject
 {
     Q_OBJECT

@@ -406,12 +406,12 @@ void TestDataBase::nestedReads()
     // More texts than are kept, while one of them is being read.
     int rows = 0;
     QVERIFY(m_database->forEachRow("SELECT USER FROM events", {}, [&](const QSqlQuery &) {
-        for (int i = 0; i < 3 * StatementCache::kCapacity; ++i) {
-            QVERIFY(m_database->forEachRow(QString("SELECT %1").arg(i % (2 * StatementCache::kCapacity)), {},
+        for (int i = 0; i < 3 * storage::StatementCache::kCapacity; ++i) {
+            QVERIFY(m_database->forEachRow(QString("SELECT %1").arg(i % (2 * storage::StatementCache::kCapacity)), {},
                                            [&rows](const QSqlQuery &) { ++rows; }));
         }
     }));
-    QCOMPARE(rows, 3 * 3 * StatementCache::kCapacity);
+    QCOMPARE(rows, 3 * 3 * storage::StatementCache::kCapacity);
     expectWarning("DataBase::forEachRow\\(\\)");
     QVERIFY(!m_database->forEachRow("SELECT nothing", {}, [](const QSqlQuery &) { QFAIL("no row"); }));
 }

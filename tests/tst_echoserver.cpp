@@ -178,7 +178,7 @@ void TestEchoServer::messageBound_data()
 {
     QTest::addColumn<int>("frameBytes");
     QTest::addColumn<int>("extraBytes");
-    const int whole = int(WebSocketServer::kMaxMessageBytes) + 16;
+    const int whole = int(server::web::WebSocketServer::kMaxMessageBytes) + 16;
     QTest::newRow("at the bound") << whole << 0;
     QTest::newRow("one byte more") << whole << 1;
     QTest::newRow("one byte more, in small frames") << 65536 << 1;
@@ -197,7 +197,8 @@ void TestEchoServer::messageBound()
     if (!isAnswered)
         QTest::ignoreMessage(QtWarningMsg, QRegularExpression("^WebSocketServer::boundClient message of more than"));
     QLoggingCategory::setFilterRules(QStringLiteral("default.debug=false")); // they would show the message
-    client.socket.sendTextMessage(QString(int(WebSocketServer::kMaxMessageBytes) + extraBytes, QLatin1Char(' ')));
+    client.socket.sendTextMessage(
+        QString(int(server::web::WebSocketServer::kMaxMessageBytes) + extraBytes, QLatin1Char(' ')));
     QTRY_VERIFY_WITH_TIMEOUT(answered.count() + closed.count() > 0, 20000);
     QLoggingCategory::setFilterRules(QString());
     QCOMPARE(answered.count(), isAnswered ? 1 : 0);

@@ -9,6 +9,10 @@
 #include <QSemaphore>
 #include <QTest>
 
+using server::reader::EkeyLineProcessor;
+using server::reader::EkeySettings;
+using server::reader::MainThreadWork;
+
 class TestEkeyEventHandler : public QObject
 {
     Q_OBJECT

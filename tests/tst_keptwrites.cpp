@@ -3,6 +3,7 @@
 #include <QTemporaryDir>
 #include <QTest>
 
+using storage::KeptWrites;
 using storage::Status;
 
 class TestKeptWrites : public QObject

@@ -6,6 +6,8 @@
 #include <QSignalSpy>
 #include <QTest>
 
+using server::sessions::TerminalService;
+
 static const QString kAllLogs = QStringLiteral(R"(getLogs {"fromTimestamp":"0"})");
 
 class TestSessions : public QObject

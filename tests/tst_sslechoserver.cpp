@@ -153,7 +153,7 @@ void TestSslEchoServer::handshakesFailWithoutFiles()
     SslEchoServer server(0, QString(QTest::currentDataTag()));
     QVERIFY(server.isListening());
     QSignalSpy events(&server, &SslEchoServer::newEvent);
-    QSignalSpy failed(server.findChild<HandshakeWatch *>(), &HandshakeWatch::failed);
+    QSignalSpy failed(server.findChild<server::web::HandshakeWatch *>(), &server::web::HandshakeWatch::failed);
     QTest::ignoreMessage(QtDebugMsg, "Ssl errors occurred");
     TlsClient client(server.serverPort(), QSsl::TlsV1_0);
     QSignalSpy connected(&client.socket, &QWebSocket::connected);

@@ -72,7 +72,7 @@ void TestWebMetods::init()
 {
     m_folder = std::make_unique<QTemporaryDir>();
     m_database = std::make_unique<DataBase>(m_folder->filePath(QStringLiteral("web.db")));
-    m_logger = std::make_unique<Logger>(LoggedInPeers(), [] { return QList<QHostAddress>(); });
+    m_logger = std::make_unique<Logger>(server::logger::LoggedInPeers(), [] { return QList<QHostAddress>(); });
     m_web = std::make_unique<webMetods>();
     setDb(m_database.get());
     setLogger(m_logger.get());

@@ -16,7 +16,7 @@ class OtherLogger : public Logger
 {
     Q_OBJECT
 public:
-    explicit OtherLogger(KNet::RpcController &server) : Logger(sessionPeers())
+    explicit OtherLogger(KNet::RpcController &server) : Logger(server::sessions::sessionPeers())
     {
         server.unregisterService("logger");
         server.registerService("logger", this);

@@ -11,6 +11,8 @@
 #include <QFile>
 #include <QPointer>
 
+using server::check::CheckService;
+
 namespace {
 
 AdminCheckService *theService = nullptr;
@@ -77,10 +79,10 @@ QAny AdminCheckService::loadFile(const QString &connectionId, const QAny &params
 QAny AdminCheckService::restartService(const QString &connectionId, const QAny &params)
 {
     begin("AdminCheckService::restartService", connectionId, params);
-    const QString script = RestartScript::write();
+    const QString script = server::check::RestartScript::write();
     if (!QFile::exists(script))
         return {{kResult, flag(false)}, {kMessage, QStringLiteral("Ni datoteke %1!").arg(script)}};
-    if (!RestartScript::start())
+    if (!server::check::RestartScript::start())
         qWarning() << "AdminCheckService::restartService can't start the script";
     return {{kResult, flag(true)}, {kMessage, QStringLiteral("restart")}};
 }
@@ -115,7 +117,7 @@ QAny AdminCheckService::zukCmd(const QString &connectionId, const QAny &params)
     const QPointer<AdminCheckService> self(this); // it may end while the terminal is asked
     ++m_waitingCommands[connectionId];
     const QAny answer =
-        terminals->callTerminal(terminal, QStringLiteral("logger.zukCmd"), params, TerminalService::kCallTimeoutMs);
+        terminals->callTerminal(terminal, QStringLiteral("logger.zukCmd"), params, MainTerminalService::kCallTimeoutMs);
     if (self && --m_waitingCommands[connectionId] == 0)
         m_waitingCommands.remove(connectionId);
     return answer;
@@ -130,7 +132,7 @@ QAny AdminCheckService::zukConnected(const QString &connectionId, const QAny &pa
     for (int i = 0; i < terminals.count(); ++i) {
         const QString key = QStringLiteral("ZUK%1").arg(terminals.at(i).lookup(QStringLiteral("KEY")).toInteger());
         const QString settings = db() ? db()->configValue(key) : QString();
-        terminals[i].insert(QStringLiteral("CFG"), readTerminalSettings(settings));
+        terminals[i].insert(QStringLiteral("CFG"), server::check::readTerminalSettings(settings));
     }
     return {{QStringLiteral("ZUK"), terminals}};
 }

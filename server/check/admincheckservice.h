@@ -5,7 +5,7 @@
 #include <QHash>
 
 /// What a logged-in administration client may do with the server; the service "admincheck".
-class AdminCheckService : public CheckService
+class AdminCheckService : public server::check::CheckService
 {
     Q_OBJECT
 public:

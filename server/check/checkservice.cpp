@@ -10,6 +10,8 @@
 #include <QDebug>
 #include <QDir>
 
+namespace server::check {
+
 namespace {
 
 const QString kResult = QStringLiteral("result");
@@ -24,14 +26,14 @@ const QString kFile = QStringLiteral("FILE");
 int CheckService::begin(const char *logName, const QString &connectionId, const QAny &params) const
 {
     const int number = m_numberOf(connectionId);
-    qDebug() << logName << number << abridged(params);
+    qDebug() << logName << number << sessions::abridged(params);
     return number;
 }
 
 void CheckService::journal(Level level, const QString &message, const QAny &data)
 {
-    if (logger())
-        logger()->log(level, 0, message, data);
+    if (::logger())
+        ::logger()->log(level, 0, message, data);
 }
 
 QAny CheckService::flag(bool value)
@@ -95,3 +97,5 @@ QAny CheckService::readFile(const QAny &params, const char *logName)
     qDebug().noquote() << QLatin1String(logName) + QStringLiteral(" OK:");
     return {{QStringLiteral("DATA"), std::move(content)}};
 }
+
+} // namespace server::check

@@ -7,6 +7,8 @@
 
 #include <functional>
 
+namespace server::check {
+
 /// What the services behind the login of terminals and of administration clients have in common: the database, the
 /// recalculation and the files. Without signals and slots of its own: the concrete services declare them, because
 /// remote methods are found in the concrete class alone, and hand over here.
@@ -51,3 +53,5 @@ protected:
 private:
     std::function<int(const QString &connectionId)> m_numberOf;
 };
+
+} // namespace server::check

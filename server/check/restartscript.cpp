@@ -3,6 +3,8 @@
 #include <QDebug>
 #include <QFile>
 
+namespace server::check {
+
 namespace {
 
 // Operators' own scripts look for this text.
@@ -22,3 +24,5 @@ QString RestartScript::write()
     writeEquivalent();
     return name;
 }
+
+} // namespace server::check

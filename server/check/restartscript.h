@@ -4,7 +4,7 @@
 
 /// The script that replaces the running server by the executable uploaded into the folder "update" and starts it
 /// again: "rest.bat" with its fixed lines, and where no command interpreter runs that, its equivalent "rest.sh".
-namespace RestartScript {
+namespace server::check::RestartScript {
 
 /// Writes what start() needs into the working directory. Tells the name of "rest.bat", whether or not it could be
 /// written.
@@ -15,4 +15,4 @@ bool start();
 // Per platform: what is written beside "rest.bat", and what is run.
 void writeEquivalent();
 
-} // namespace RestartScript
+} // namespace server::check::RestartScript

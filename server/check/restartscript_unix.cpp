@@ -10,6 +10,8 @@
 
 #include <unistd.h>
 
+namespace server::check {
+
 namespace {
 
 /// It only hands the command over.
@@ -62,3 +64,5 @@ bool RestartScript::start()
         return runInOwnUnit({shell, script});
     return QProcess::startDetached(shell, {script, QString::number(QCoreApplication::applicationPid())});
 }
+
+} // namespace server::check

@@ -6,6 +6,8 @@
 #include <QDebug>
 #include <QFileInfo>
 
+using server::check::CheckService;
+
 namespace {
 
 TerminalCheckService *theService = nullptr;

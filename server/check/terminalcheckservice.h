@@ -4,7 +4,7 @@
 #include "server/process/clock.h"
 
 /// What a logged-in attendance terminal may do with the server; the service "terminalcheck".
-class TerminalCheckService : public CheckService
+class TerminalCheckService : public server::check::CheckService
 {
     Q_OBJECT
 public:

@@ -2,6 +2,8 @@
 
 #include <QRegularExpression>
 
+namespace server::check {
+
 QAny readTerminalSettings(const QString &text)
 {
     static const QRegularExpression separator(QStringLiteral("[;\r\n]+"));
@@ -15,3 +17,5 @@ QAny readTerminalSettings(const QString &text)
     }
     return settings;
 }
+
+} // namespace server::check

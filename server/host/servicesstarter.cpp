@@ -101,7 +101,7 @@ void ServicesStarter::start()
         return;
     setRpcController(createController());
     setDb(new DataBase);
-    setLogger(new Logger(sessionPeers()));
+    setLogger(new Logger(server::sessions::sessionPeers()));
     setMainTerminalService(new MainTerminalService(rpcController()));
     setAdminTerminalService(new AdminTerminalService(rpcController()));
     setTerminalCheckService(new TerminalCheckService);

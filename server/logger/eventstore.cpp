@@ -2,6 +2,8 @@
 
 #include <QDebug>
 
+namespace server::logger {
+
 using storage::Status;
 
 namespace {
@@ -77,3 +79,5 @@ Status EventStore::addRow(DataBase &database, const QAny &event, UserText form, 
                          << event.lookup(kUser).toString() << "time" << event.lookup(kTimestamp).toString();
     return Status::Lasting;
 }
+
+} // namespace server::logger

@@ -7,7 +7,7 @@
 
 /// The journal `allevents`, in which each attendance event of `events` has a row. What is done here is part of the
 /// caller's transaction.
-namespace EventStore {
+namespace server::logger::EventStore {
 
 /// How the user stands in the statement that reads a stored event back. Deliberate: the live events of the logger have
 /// it quoted, the offline ones of the catch-up bare, so that of the latter only users with plain numbers are found.
@@ -24,4 +24,4 @@ using Complete = std::function<void(QAny &row, const QAny &stored)>;
 /// among others because the event is not found; Passing when another attempt is worth while.
 storage::Status addRow(DataBase &database, const QAny &event, UserText form, const Complete &complete);
 
-} // namespace EventStore
+} // namespace server::logger::EventStore

@@ -5,6 +5,8 @@
 #include <functional>
 #include <memory>
 
+namespace server::logger {
+
 /// The peers that have logged in, as who keeps their sessions knows them. Without functions nobody has.
 struct LoggedInPeers {
     /// Number of the terminal, or of the administration client, that is logged in on the connection; or -1.
@@ -14,3 +16,5 @@ struct LoggedInPeers {
     /// held until the event is stored.
     std::function<std::shared_ptr<const void>(int terminal, qint64 time)> noteEvent;
 };
+
+} // namespace server::logger

@@ -4,6 +4,8 @@
 
 #include <QNetworkInterface>
 
+using server::logger::LoggedInPeers;
+namespace EventStore = server::logger::EventStore;
 using storage::Status;
 
 namespace {

@@ -27,10 +27,10 @@ public:
     static constexpr int kMaxKeptEvents = 100000;
 
     /// Stores for these peers.
-    explicit Logger(LoggedInPeers peers = {}, QObject *parent = nullptr);
+    explicit Logger(server::logger::LoggedInPeers peers = {}, QObject *parent = nullptr);
     /// With other sources of the machine's addresses and of the time that stamps the server's rows.
-    Logger(LoggedInPeers peers, AddressLister addresses, server::process::Clock clock = server::process::machineTime,
-           QObject *parent = nullptr);
+    Logger(server::logger::LoggedInPeers peers, AddressLister addresses,
+           server::process::Clock clock = server::process::machineTime, QObject *parent = nullptr);
     ~Logger() override;
 
     /// One row, stamped now, under the server's own line and entry id 0. Without a database nothing is written.
@@ -43,7 +43,7 @@ public:
     storage::Status addAllEvent(const QAny &params);
 
     /// Events that wait to be stored.
-    KeptWrites &keptEvents() { return m_keptEvents; }
+    storage::KeptWrites &keptEvents() { return m_keptEvents; }
 
     /// Last octet of the first address in 192.168.0.0/16; 0 when there is none.
     static int lineNumber(const QList<QHostAddress> &addresses);
@@ -59,10 +59,10 @@ private:
     int ownLine();
     storage::Status storeEvent(DataBase &database, const QAny &params);
 
-    LoggedInPeers m_peers;
+    server::logger::LoggedInPeers m_peers;
     AddressLister m_addresses;
     server::process::Clock m_clock;
-    KeptWrites m_keptEvents;
+    storage::KeptWrites m_keptEvents;
 };
 
 /// The process's logger; null before start and after stop. Only ServicesStarter (or a test) sets it.

@@ -6,6 +6,8 @@
 #include <cstring>
 #include <filesystem>
 
+namespace server::reader {
+
 namespace {
 
 std::filesystem::path nativePath(const QString &path)
@@ -110,3 +112,5 @@ void CsvFollower::keep(const char *bytes, int length)
         bytes = stop + (found ? 1 : 0);
     }
 }
+
+} // namespace server::reader

@@ -3,6 +3,8 @@
 #include <QByteArray>
 #include <QString>
 
+namespace server::reader {
+
 /// Follows a file that another program appends lines to. Looks when it is asked, by poll(), and has the file open only
 /// while it reads from it, so that the other program may replace or delete it.
 ///
@@ -49,3 +51,5 @@ private:
     QByteArray m_line;
     bool m_readFailed = false;
 };
+
+} // namespace server::reader

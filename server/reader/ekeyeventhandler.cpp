@@ -8,6 +8,12 @@
 
 #include <chrono>
 
+using server::reader::CsvFollower;
+using server::reader::EkeyLine;
+using server::reader::EkeyLineProcessor;
+using server::reader::ekeyLog;
+using server::reader::EkeySettings;
+
 namespace {
 
 // Statuses besides the follower's results.

@@ -35,7 +35,8 @@ public:
     static constexpr int kBatchLines = 200;
     static constexpr qint64 kBatchBytes = 1024 * 1024;
 
-    explicit EkeyEventHandler(const EkeySettings &settings = EkeySettings::read(), QObject *parent = nullptr);
+    explicit EkeyEventHandler(const server::reader::EkeySettings &settings = server::reader::EkeySettings::read(),
+                              QObject *parent = nullptr);
     /// As finish(), unless that was called.
     ~EkeyEventHandler() override;
 
@@ -44,7 +45,7 @@ public:
     /// Ends the thread and stores what it has read. Not to be started again. Called before the database ends. False,
     /// with a warning line, when the thread hangs: then this object must not be destroyed.
     bool finish();
-    EkeyLineProcessor &processor() { return m_processor; }
+    server::reader::EkeyLineProcessor &processor() { return m_processor; }
 
 protected:
     void run() override;
@@ -58,9 +59,9 @@ private:
     void pause(int ms);
     void readLastLines();
 
-    const EkeySettings m_settings;
-    EkeyLineProcessor m_processor;
-    MainThreadWork m_mainThread;
+    const server::reader::EkeySettings m_settings;
+    server::reader::EkeyLineProcessor m_processor;
+    server::reader::MainThreadWork m_mainThread;
 
     std::mutex m_mutex;
     std::condition_variable m_wake;
@@ -68,9 +69,9 @@ private:
     bool m_hasRoom = true;
 
     // The thread's own.
-    std::unique_ptr<CsvFollower> m_follower; // only where the settings ask for one
+    std::unique_ptr<server::reader::CsvFollower> m_follower; // only where the settings ask for one
     int m_lastStatus;
     bool m_isInitialRun = true;
-    EkeyLineProcessor::Entries m_batch;
+    server::reader::EkeyLineProcessor::Entries m_batch;
     qint64 m_batchBytes = 0;
 };

@@ -4,6 +4,8 @@
 
 #include <algorithm>
 
+namespace server::reader {
+
 namespace {
 
 constexpr char kSeparator = ';';
@@ -63,3 +65,5 @@ QString EkeyLine::dateOf(const QByteArray &bytes)
     const int length = (end < 0 ? bytes.size() : end) - begin;
     return textOf(QByteArray::fromRawData(bytes.constData() + begin, length)).trimmed();
 }
+
+} // namespace server::reader

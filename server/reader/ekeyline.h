@@ -3,6 +3,8 @@
 #include <QByteArray>
 #include <QString>
 
+namespace server::reader {
+
 /// One line of the fingerprint reader's file: fields between semicolons, of which the first four are used. Blanks
 /// around a field are dropped.
 class EkeyLine
@@ -32,3 +34,5 @@ private:
     QString m_reader;
     QString m_date;
 };
+
+} // namespace server::reader

@@ -10,6 +10,8 @@
 
 #include <memory>
 
+namespace server::reader {
+
 using storage::Status;
 
 namespace {
@@ -69,13 +71,13 @@ QString report(const EkeyTime &times, const EkeyTime::Verdict &verdict, const Ek
 /// The event and its journal row.
 Status storeEvent(DataBase &database, const QAny &event)
 {
-    const Status inserted = EventStore::insert(database, event, EventStore::UserText::Bare);
+    const Status inserted = logger::EventStore::insert(database, event, logger::EventStore::UserText::Bare);
     qCDebug(ekeyLog) << "db()->insert(events,event) :" << bool(inserted);
     if (inserted.mayPass())
         return inserted;
     QAny found;
-    const Status journaled =
-        EventStore::addRow(database, event, EventStore::UserText::Bare, [&](QAny &row, const QAny &stored) {
+    const Status journaled = logger::EventStore::addRow(
+        database, event, logger::EventStore::UserText::Bare, [&](QAny &row, const QAny &stored) {
             found = stored;
             row.insert(QStringLiteral("REMARK"), QStringLiteral("EKEY%1 CSV").arg(event.lookup(kTerminal).toInteger()));
             row.insert(QStringLiteral("TAG"), 0);
@@ -89,7 +91,7 @@ Status storeEvent(DataBase &database, const QAny &event)
 } // namespace
 
 EkeyLineProcessor::EkeyLineProcessor(const EkeySettings &settings, std::function<void()> roomAgain,
-                                     server::process::Clock clock)
+                                     process::Clock clock)
     : m_settings(settings), m_roomAgain(std::move(roomAgain)), m_today(std::move(clock)), m_time(settings.dateFormat),
       m_kept("EkeyLineProcessor::take", kMaxWaiting + 1)
 {
@@ -209,7 +211,7 @@ void EkeyLineProcessor::submit(std::vector<Outcome> outcomes, qint64 bytes)
     const auto store = [stored](DataBase &database) -> Status {
         for (const Outcome &outcome : *stored) {
             for (const QString &message : outcome.messages) {
-                if (logger() && logger()->log(message).mayPass())
+                if (::logger() && ::logger()->log(message).mayPass())
                     return Status::Passing;
             }
             if (outcome.event.isHash() && storeEvent(database, outcome.event).mayPass())
@@ -224,3 +226,5 @@ void EkeyLineProcessor::submit(std::vector<Outcome> outcomes, qint64 bytes)
     };
     m_kept.submit({store, ended, name});
 }
+
+} // namespace server::reader

@@ -13,6 +13,8 @@
 #include <functional>
 #include <vector>
 
+namespace server::reader {
+
 /// Makes events of the lines of the fingerprint reader's file: tells the terminal that stands for the reader, and
 /// stores the event with its journal row and the log rows of its line, all of them or none. What the database refuses
 /// for the moment is kept and stored later, in order.
@@ -40,7 +42,7 @@ public:
     /// Creates the table of the reader's users. Told from within any member when there is room again. By the clock it
     /// is today.
     EkeyLineProcessor(const EkeySettings &settings, std::function<void()> roomAgain,
-                      server::process::Clock clock = server::process::machineTime);
+                      process::Clock clock = process::machineTime);
 
     /// A line that was there before: only its time counts.
     void skip(const QByteArray &line);
@@ -50,7 +52,7 @@ public:
     void flush() { m_kept.flush(); }
     /// Entries that wait to be stored.
     int waiting() const { return m_waiting; }
-    KeptWrites &keptWrites() { return m_kept; }
+    storage::KeptWrites &keptWrites() { return m_kept; }
 
 private:
     /// What an entry leaves in the database.
@@ -73,5 +75,7 @@ private:
     qint64 m_lastAccepted = 0; // in seconds since 1970 UTC
     int m_waiting = 0;
     qint64 m_waitingBytes = 0;
-    KeptWrites m_kept;
+    storage::KeptWrites m_kept;
 };
+
+} // namespace server::reader

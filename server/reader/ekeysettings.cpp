@@ -6,6 +6,8 @@
 
 #include <memory>
 
+namespace server::reader {
+
 namespace {
 
 const QString kFile = QStringLiteral("CSVFILE/FILE");
@@ -97,3 +99,5 @@ int EkeySettings::terminalOf(const QString &reader) const
     const int terminal = reader.toInt(&isNumber);
     return isNumber && terminal >= 0 ? terminal : -1;
 }
+
+} // namespace server::reader

@@ -4,6 +4,8 @@
 
 #include <array>
 
+namespace server::reader {
+
 /// Settings of the fingerprint reader's file, from "UlkaCsv.ini" in the current directory, group "CSVFILE".
 struct EkeySettings {
     /// A reader as it stands in the file, and the terminal that stands for it.
@@ -30,3 +32,5 @@ struct EkeySettings {
     /// A reader that is none of these stands for the terminal of its own number; -1 when that is none.
     int terminalOf(const QString &reader) const;
 };
+
+} // namespace server::reader

@@ -2,6 +2,8 @@
 
 #include <QDateTime>
 
+namespace server::reader {
+
 QDate EkeyToday::date()
 {
     constexpr int kMs = 1000;
@@ -38,3 +40,5 @@ QString EkeyTime::text(qint64 time) const
 {
     return QDateTime::fromSecsSinceEpoch(time).toString(m_format.text());
 }
+
+} // namespace server::reader

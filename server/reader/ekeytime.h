@@ -7,16 +7,18 @@
 #include <QDate>
 #include <QString>
 
+namespace server::reader {
+
 /// Today by the local calendar, worked out once a day. Used on one thread at a time.
 class EkeyToday
 {
 public:
-    explicit EkeyToday(server::process::Clock clock) : m_clock(std::move(clock)) {}
+    explicit EkeyToday(process::Clock clock) : m_clock(std::move(clock)) {}
 
     QDate date();
 
 private:
-    server::process::Clock m_clock;
+    process::Clock m_clock;
     LocalDay m_day;
 };
 
@@ -49,3 +51,5 @@ private:
     TimeFormat m_format;
     LocalDay m_day; ///< of the latest time
 };
+
+} // namespace server::reader

@@ -1,5 +1,7 @@
 #include "server/reader/mainthreadwork.h"
 
+namespace server::reader {
+
 bool MainThreadWork::run(const std::function<void()> &work)
 {
     std::unique_lock<std::mutex> lock(m_mutex);
@@ -46,3 +48,5 @@ void MainThreadWork::doWaiting(std::unique_lock<std::mutex> &lock)
     m_work = nullptr;
     m_changed.notify_all();
 }
+
+} // namespace server::reader

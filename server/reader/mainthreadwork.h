@@ -7,6 +7,8 @@
 #include <functional>
 #include <mutex>
 
+namespace server::reader {
+
 /// Where another thread has work done on the main thread, to which the database and the sessions belong. One thread
 /// hands over, one piece at a time. Made on the main thread, and destroyed there after the other thread has ended.
 ///
@@ -36,3 +38,5 @@ private:
     bool m_ended = false;
     bool m_givenUp = false;
 };
+
+} // namespace server::reader

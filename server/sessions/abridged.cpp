@@ -1,5 +1,7 @@
 #include "server/sessions/abridged.h"
 
+namespace server::sessions {
+
 namespace {
 
 constexpr int kShownChars = 1000;
@@ -35,3 +37,5 @@ QAny abridged(const QAny &value)
     int left = kShownValues;
     return shown(value, &left);
 }
+
+} // namespace server::sessions

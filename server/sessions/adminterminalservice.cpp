@@ -2,6 +2,9 @@
 
 #include "knetrpc/rpccontroller.h"
 
+using server::sessions::TerminalRole;
+using server::sessions::TerminalService;
+
 namespace {
 
 AdminTerminalService *theService = nullptr;

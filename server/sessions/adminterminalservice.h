@@ -3,7 +3,7 @@
 #include "server/sessions/terminalservice.h"
 
 /// Sessions of the administration clients; the service "adminterminal".
-class AdminTerminalService : public TerminalService
+class AdminTerminalService : public server::sessions::TerminalService
 {
     Q_OBJECT
 public:

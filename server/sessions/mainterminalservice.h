@@ -3,7 +3,7 @@
 #include "server/sessions/terminalservice.h"
 
 /// Sessions of the attendance terminals; the service "mainterminal".
-class MainTerminalService : public TerminalService
+class MainTerminalService : public server::sessions::TerminalService
 {
     Q_OBJECT
 public:

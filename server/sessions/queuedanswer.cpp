@@ -2,6 +2,8 @@
 
 #include <QDebug>
 
+namespace server::sessions {
+
 QueuedAnswer::QueuedAnswer(QObject *receiver, const QByteArray &method, QObject *parent)
     : QObject(parent), m_receiver(receiver), m_method(method)
 {
@@ -14,3 +16,5 @@ void QueuedAnswer::onAnswer(const QString &connectionId, const QAny &answer)
                                                  Q_ARG(QAny, answer), Q_ARG(QString, connectionId)))
         qWarning() << "QueuedAnswer::onAnswer can't invoke" << m_method << "on" << m_receiver.data();
 }
+
+} // namespace server::sessions

@@ -6,6 +6,8 @@
 #include <QObject>
 #include <QPointer>
 
+namespace server::sessions {
+
 /// Passes the answer of one outgoing call on to its receiver, with the answer first, as a queued call. Deletes itself
 /// then; until then it belongs to its parent.
 class QueuedAnswer : public QObject
@@ -22,3 +24,5 @@ private:
     QPointer<QObject> m_receiver;
     QByteArray m_method;
 };
+
+} // namespace server::sessions

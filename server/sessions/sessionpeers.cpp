@@ -3,6 +3,8 @@
 #include "server/sessions/adminterminalservice.h"
 #include "server/sessions/mainterminalservice.h"
 
+namespace server::sessions {
+
 namespace {
 
 int numberOn(const TerminalService *service, const QString &connectionId)
@@ -12,7 +14,7 @@ int numberOn(const TerminalService *service, const QString &connectionId)
 
 } // namespace
 
-LoggedInPeers sessionPeers()
+logger::LoggedInPeers sessionPeers()
 {
     const auto noteEvent = [](int terminal, qint64 time) -> std::shared_ptr<const void> {
         return mainTerminalService() ? mainTerminalService()->noteAccepted(terminal, {0, time}) : nullptr;
@@ -20,3 +22,5 @@ LoggedInPeers sessionPeers()
     return {[](const QString &id) { return numberOn(mainTerminalService(), id); },
             [](const QString &id) { return numberOn(adminTerminalService(), id); }, noteEvent};
 }
+
+} // namespace server::sessions

@@ -2,5 +2,9 @@
 
 #include "server/logger/loggedinpeers.h"
 
+namespace server::sessions {
+
 /// Those of mainTerminalService() and adminTerminalService(), whichever are there at a call.
-LoggedInPeers sessionPeers();
+logger::LoggedInPeers sessionPeers();
+
+} // namespace server::sessions

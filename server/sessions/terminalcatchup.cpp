@@ -8,6 +8,9 @@
 
 #include <algorithm>
 
+namespace server::sessions {
+
+namespace EventStore = logger::EventStore;
 using EventStore::UserText;
 using storage::Status;
 
@@ -75,7 +78,7 @@ void TerminalCatchUp::onLogs(const QString &connectionId, const QAny &answer)
         m_service.keptReplies().enqueue({[this, rows, known = m_service.noteAccepted(m_terminal, accepted)](
                                              DataBase &database) { return storeLogs(database, rows); },
                                          [this](Status) { endLogs(); }, nameOf("log lines", rows)});
-    if (outcome != KeptWrites::Outcome::Dropped)
+    if (outcome != storage::KeptWrites::Outcome::Dropped)
         m_service.m_logsMissingFrom.remove(m_terminal);
 }
 
@@ -116,7 +119,7 @@ void TerminalCatchUp::onEvents(const QString &connectionId, const QAny &answer)
         m_service.keptReplies().enqueue({[this, rows, known = m_service.noteAccepted(m_terminal, accepted)](
                                              DataBase &database) { return storeEvents(database, rows); },
                                          [this](Status) { deleteLater(); }, nameOf("events", rows)});
-    if (outcome != KeptWrites::Outcome::Dropped)
+    if (outcome != storage::KeptWrites::Outcome::Dropped)
         m_service.m_eventsMissingFrom.remove(m_terminal);
 }
 
@@ -170,3 +173,5 @@ QString TerminalCatchUp::nameOf(const char *what, const QAny &rows) const
 {
     return QStringLiteral("terminal %1, %2 %3").arg(m_terminal).arg(rows.count()).arg(QLatin1String(what));
 }
+
+} // namespace server::sessions

@@ -7,6 +7,8 @@
 #include <QObject>
 #include <QString>
 
+namespace server::sessions {
+
 class TerminalService;
 
 /// One catch-up: asks a terminal that has logged in for the log lines, then for the events, that are newer than what
@@ -44,3 +46,5 @@ private:
     NewestTimes m_timesAtLogin;
     int m_storedLogs = 0;
 };
+
+} // namespace server::sessions

@@ -2,6 +2,8 @@
 
 #include <QString>
 
+namespace server::sessions {
+
 /// Names under which a peer reports the parts of a log line.
 struct LogKeys {
     QString timestamp;
@@ -30,3 +32,5 @@ struct NewestTimes {
     qint64 log = 0;
     qint64 event = 0;
 };
+
+} // namespace server::sessions

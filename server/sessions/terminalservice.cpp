@@ -14,6 +14,8 @@
 #include <algorithm>
 #include <limits>
 
+namespace server::sessions {
+
 namespace {
 
 const QString kIdKey = QStringLiteral("id");
@@ -227,3 +229,5 @@ QAny TerminalService::connections() const
     }
     return list;
 }
+
+} // namespace server::sessions

@@ -17,6 +17,8 @@ namespace KNet {
 class RpcController;
 }
 
+namespace server::sessions {
+
 /// What the sessions of attendance terminals and of administration clients have in common: the tables that tie a
 /// terminal number to its connection, the login, the catch-up behind it, and the road by which the server calls a
 /// terminal. Without signals and slots of its own: the concrete services declare them, because remote methods are
@@ -58,7 +60,7 @@ public:
     /// fetched once more: as long as somebody holds what this returns.
     std::shared_ptr<const NewestTimes> noteAccepted(int terminal, const NewestTimes &times);
     /// Replies of catch-ups that wait to be stored.
-    KeptWrites &keptReplies() { return m_keptReplies; }
+    storage::KeptWrites &keptReplies() { return m_keptReplies; }
 
 protected:
     /// The role must outlive the service.
@@ -92,5 +94,7 @@ private:
     QHash<int, qint64> m_logsMissingFrom;   // of terminals whose latest catch-up brought no list of them
     QHash<int, qint64> m_eventsMissingFrom;
     QHash<int, std::weak_ptr<NewestTimes>> m_accepted;
-    KeptWrites m_keptReplies;
+    storage::KeptWrites m_keptReplies;
 };
+
+} // namespace server::sessions

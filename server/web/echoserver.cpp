@@ -4,7 +4,7 @@
 #include <QWebSocket>
 
 EchoServer::EchoServer(quint16 port, QObject *parent)
-    : WebSocketServer(QStringLiteral("Echo Server"), QWebSocketServer::NonSecureMode, "SE ", parent)
+    : server::web::WebSocketServer(QStringLiteral("Echo Server"), QWebSocketServer::NonSecureMode, "SE ", parent)
 {
     if (!listen(port))
         return;

@@ -4,7 +4,7 @@
 
 /// The plain web server that start-up creates. Listens on all addresses, IPv4 and IPv6. When listening fails the
 /// object stays and answers nothing. Its signals tell what happens; nothing in the server needs them.
-class EchoServer : public WebSocketServer
+class EchoServer : public server::web::WebSocketServer
 {
     Q_OBJECT
 public:

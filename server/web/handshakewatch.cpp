@@ -5,6 +5,8 @@
 #include <QTcpServer>
 #include <QWebSocketServer>
 
+namespace server::web {
+
 HandshakeWatch::HandshakeWatch(QWebSocketServer *server, QObject *parent) : QObject(parent)
 {
     // By name: the class of the TCP server below is not public.
@@ -25,3 +27,5 @@ void HandshakeWatch::watch(QSslSocket *socket)
         Q_EMIT failed(error, socket->errorString());
     });
 }
+
+} // namespace server::web

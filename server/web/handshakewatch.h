@@ -6,6 +6,8 @@
 class QSslSocket;
 class QWebSocketServer;
 
+namespace server::web {
+
 /// Tells which TLS handshakes of a web socket server fail, and why: the server itself keeps that for itself and knows
 /// only errors in certificates. Lives on the server's thread.
 class HandshakeWatch : public QObject
@@ -22,3 +24,5 @@ Q_SIGNALS:
 private Q_SLOTS:
     void watch(QSslSocket *socket);
 };
+
+} // namespace server::web

@@ -11,7 +11,7 @@
 ///
 /// It speaks TLS 1.0 exactly, which its clients expect. Many machines' TLS libraries refuse this version by
 /// their policy, and so do browsers: then no client connects, and one warning line tells why. operation.md says more.
-class SslEchoServer : public WebSocketServer
+class SslEchoServer : public server::web::WebSocketServer
 {
     Q_OBJECT
 public:
@@ -42,6 +42,6 @@ private:
     void useTls(const QString &fileBaseName);
     void handshakeFailed(QAbstractSocket::SocketError error, const QString &reason);
 
-    HandshakeWatch m_handshakes;
+    server::web::HandshakeWatch m_handshakes;
     bool m_toldPolicy = false;
 };

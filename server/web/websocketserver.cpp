@@ -7,6 +7,8 @@
 
 #include <utility>
 
+namespace server::web {
+
 WebSocketServer::WebSocketServer(const QString &name, QWebSocketServer::SslMode mode, const char *linePrefix,
                                  QObject *parent)
     : QObject(parent), m_server(name, mode), m_linePrefix(linePrefix)
@@ -213,3 +215,5 @@ void WebSocketServer::forget(QWebSocket *socket)
     tellEvent(QStringLiteral("socketDisconnected: %1 %2").arg(peer.address, QString::number(peer.port)));
     qDebug() << ended.constData() << client.data();
 }
+
+} // namespace server::web

@@ -12,6 +12,8 @@
 
 class QWebSocket;
 
+namespace server::web {
+
 /// What the plain and the TLS web server have in common: the listening server, the client sockets and the road of a
 /// message from its socket through the web methods and back. Without signals and slots of its own; the concrete
 /// servers declare them and hand over here.
@@ -95,3 +97,5 @@ private:
     webMetods m_methods;
     QByteArray m_linePrefix;
 };
+
+} // namespace server::web
