@@ -25,7 +25,8 @@ public:
     using Note = std::function<void(const QString &)>;
 
     explicit NotedService(
-        std::shared_ptr<ServiceManager> manager, Note note = [](const QString &) {}, const QString &name = kServiceName)
+        std::shared_ptr<server::service::ServiceManager> manager, Note note = [](const QString &) {},
+        const QString &name = kServiceName)
         : QtService<QCoreApplication>(g_argc, g_argv, name, std::move(manager)), m_note(std::move(note))
     {
         setServiceDescription(QStringLiteral("ZUK3 server"));

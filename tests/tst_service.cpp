@@ -12,6 +12,9 @@
 #include <csignal>
 #include <thread>
 
+using server::service::ServiceManager;
+using server::service::WindowsServiceManager;
+
 namespace {
 
 const QString kLibrary = QStringLiteral(ZUK_STANDIN);

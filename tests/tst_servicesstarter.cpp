@@ -124,7 +124,7 @@ void TestServicesStarter::webPort()
     }
     if (isWarned)
         QTest::ignoreMessage(QtWarningMsg, QRegularExpression("^Configuration::webPort no port:"));
-    QTEST(int(Configuration::webPort()), "port");
+    QTEST(int(server::host::Configuration::webPort()), "port");
 }
 
 void TestServicesStarter::startAndStopOnce()

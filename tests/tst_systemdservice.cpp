@@ -11,6 +11,9 @@
 #include <QTemporaryDir>
 #include <QTest>
 
+using server::service::ServiceManager;
+using server::service::SystemdServiceManager;
+
 /// The service shell with systemd, whose program is a script of ours.
 class TestSystemdService : public QObject
 {
@@ -116,7 +119,7 @@ void TestSystemdService::commandLine()
     ServiceManager::Installation ours;
     ours.executable = qApp->applicationFilePath();
     if (!state.isEmpty())
-        QVERIFY(write(kUnit, SystemdUnit::text(ours).toUtf8()) && write("state", state.toUtf8()));
+        QVERIFY(write(kUnit, server::service::SystemdUnit::text(ours).toUtf8()) && write("state", state.toUtf8()));
     QVERIFY(write("trouble", manager.toUtf8()) && (manager != "missing" || QFile::remove(path("systemctl"))));
     const Outcome outcome = run(arguments);
     QTEST(outcome.result, "result");
@@ -196,7 +199,7 @@ void TestSystemdService::packagedUnit()
     service.executable = QStringLiteral("/opt/zuk3srv/zuk3server");
     service.account = kServiceName;
     service.environment = QStringList{"LC_TIME=sl_SI.UTF-8"};
-    QStringList missing = SystemdUnit::text(service).remove('"').split('\n').mid(1);
+    QStringList missing = server::service::SystemdUnit::text(service).remove('"').split('\n').mid(1);
     for (const QString &line : packaged)
         missing.removeAll(line);
     QCOMPARE(missing, QStringList());

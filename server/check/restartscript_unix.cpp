@@ -57,7 +57,7 @@ bool RestartScript::start()
 {
     const QString script = QDir::current().absoluteFilePath(kShellScript);
     const QString shell = QStringLiteral("/bin/sh");
-    if (!isLaunchedBySystemd())
+    if (!process::isLaunchedBySystemd())
         return QProcess::startDetached(shell, {script});
     // A child of the service would be stopped with it; but only root may start it elsewhere, and stop the service.
     if (geteuid() == 0)

@@ -1,5 +1,7 @@
 #include "server/host/commandline.h"
 
+namespace server::host {
+
 namespace {
 
 // Deliberate: the unbalanced bracket and the listing of -p and -r, which have no line of their own; scripts compare it.
@@ -30,3 +32,5 @@ QByteArray usageText(const char *program)
 {
     return QByteArray(kUsage).replace("%s", program);
 }
+
+} // namespace server::host

@@ -5,6 +5,8 @@
 
 #include <limits>
 
+namespace server::host {
+
 quint16 Configuration::webPort()
 {
     const QSettings settings(QStringLiteral("ZUKSERW.INI"), QSettings::IniFormat);
@@ -16,3 +18,5 @@ quint16 Configuration::webPort()
     }
     return static_cast<quint16>(port);
 }
+
+} // namespace server::host

@@ -3,7 +3,7 @@
 #include <QString>
 
 /// The settings read at start-up, from "ZUKSERW.INI" in the current directory.
-namespace Configuration {
+namespace server::host::Configuration {
 
 /// Port of the web server where the file names none.
 constexpr quint16 kDefaultWebPort = 1233;
@@ -12,4 +12,4 @@ constexpr quint16 kDefaultWebPort = 1233;
 /// missing, with a warning line.
 quint16 webPort();
 
-} // namespace Configuration
+} // namespace server::host::Configuration

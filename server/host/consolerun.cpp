@@ -7,6 +7,8 @@
 #include <QDir>
 #include <QFile>
 
+namespace server::host {
+
 int runConsole()
 {
     // Stays empty; where it cannot be made the run goes on without it.
@@ -15,7 +17,7 @@ int runConsole()
 
     QDir::setCurrent(QCoreApplication::applicationDirPath());
     // Before the start, so that no early signal leaves a started server without its stop.
-    const TerminationWatch watch;
+    const server::process::TerminationWatch watch;
     ServicesStarter starter;
     starter.start();
     const int result = QCoreApplication::exec();
@@ -24,3 +26,5 @@ int runConsole()
     QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
     return result;
 }
+
+} // namespace server::host

@@ -14,15 +14,15 @@ int main(int argc, char *argv[])
     QCoreApplication::setOrganizationDomain(QStringLiteral("zuk.local"));
     QCoreApplication::setApplicationName(QStringLiteral("ZUK3 server"));
 
-    raiseDescriptorLimit();
-    switch (runMode(argc, argv)) {
-    case RunMode::Console:
-        return runConsole();
-    case RunMode::Usage:
-        std::fputs(usageText(argv[0]).constData(), stdout);
+    server::process::raiseDescriptorLimit();
+    switch (server::host::runMode(argc, argv)) {
+    case server::host::RunMode::Console:
+        return server::host::runConsole();
+    case server::host::RunMode::Usage:
+        std::fputs(server::host::usageText(argv[0]).constData(), stdout);
         return 0;
-    case RunMode::Service:
+    case server::host::RunMode::Service:
         break;
     }
-    return runService(argc, argv);
+    return server::host::runService(argc, argv);
 }

@@ -5,6 +5,8 @@
 
 #include <QTimer>
 
+namespace server::host {
+
 namespace {
 
 /// After which the server starts even if the service shell's start did not come.
@@ -30,3 +32,5 @@ int runService(int &argc, char **argv)
     service.setServiceEnvironment({QStringLiteral("LC_TIME=sl_SI.UTF-8")});
     return service.exec();
 }
+
+} // namespace server::host

@@ -107,7 +107,7 @@ void ServicesStarter::start()
     setTerminalCheckService(new TerminalCheckService);
     setAdminCheckService(new AdminCheckService);
     theEkeyEventHandler = createEkeyEventHandler();
-    theWebServer = new EchoServer(Configuration::webPort());
+    theWebServer = new EchoServer(server::host::Configuration::webPort());
     registerServices(*rpcController());
     logger()->log(QStringLiteral("Started"));
 }

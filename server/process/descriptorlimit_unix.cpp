@@ -2,6 +2,8 @@
 
 #include <sys/resource.h>
 
+namespace server::process {
+
 void raiseDescriptorLimit()
 {
     struct rlimit limit = {};
@@ -10,3 +12,5 @@ void raiseDescriptorLimit()
     limit.rlim_cur = limit.rlim_max;
     setrlimit(RLIMIT_NOFILE, &limit);
 }
+
+} // namespace server::process

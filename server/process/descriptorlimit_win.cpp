@@ -1,3 +1,7 @@
 #include "server/process/descriptorlimit.h"
 
+namespace server::process {
+
 void raiseDescriptorLimit() {}
+
+} // namespace server::process

@@ -5,6 +5,8 @@
 #include <functional>
 #include <memory>
 
+namespace server::process {
+
 /// While it lives, SIGINT, SIGTERM and SIGHUP, unless they are ignored (on Windows the console's control events) do not
 /// kill the process, but have the event loop of the main thread call what was given, once. One that arrives before the
 /// loop runs is seen by its first turn. One instance at a time, made after the application object.
@@ -21,3 +23,5 @@ private:
     class Private;
     std::unique_ptr<Private> d;
 };
+
+} // namespace server::process

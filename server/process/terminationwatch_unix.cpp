@@ -10,6 +10,8 @@
 #include <unistd.h>
 #include <utility>
 
+namespace server::process {
+
 namespace {
 
 // The last one comes when the terminal of a console run closes.
@@ -87,3 +89,5 @@ TerminationWatch::TerminationWatch(std::function<void()> onTermination)
 }
 
 TerminationWatch::~TerminationWatch() = default;
+
+} // namespace server::process

@@ -6,6 +6,8 @@
 #include <utility>
 #include <windows.h>
 
+namespace server::process {
+
 namespace {
 
 /// Released when the process has taken itself down. The system ends it as soon as the handler returns, so on the
@@ -49,3 +51,5 @@ TerminationWatch::~TerminationWatch()
     SetConsoleCtrlHandler(noteControlEvent, FALSE);
     finished.release();
 }
+
+} // namespace server::process

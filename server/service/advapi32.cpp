@@ -3,6 +3,8 @@
 #include <QDebug>
 #include <QLibrary>
 
+namespace server::service {
+
 namespace {
 
 template <typename Function> void resolve(QLibrary &library, const char *name, Function &function)
@@ -41,3 +43,5 @@ Advapi32::Functions Advapi32::load(const QString &library)
     resolve(file, "ReportEventW", functions.reportEvent);
     return functions;
 }
+
+} // namespace server::service

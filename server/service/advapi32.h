@@ -6,7 +6,7 @@
 /// The functions of the Windows system library by which services are managed, looked up by name when the program runs,
 /// so that it starts without them, and a test can bring a library of its own on any platform. The types are those of
 /// the system; constants have the system's values.
-namespace Advapi32 {
+namespace server::service::Advapi32 {
 
 #ifdef Q_OS_WIN
 #define ZUK_SYSTEM_CALL __stdcall
@@ -142,4 +142,4 @@ inline Text text(const QString &string)
     return reinterpret_cast<Text>(string.utf16());
 }
 
-} // namespace Advapi32
+} // namespace server::service::Advapi32

@@ -3,6 +3,8 @@
 #include <QMetaObject>
 #include <QTimer>
 
+namespace server::service {
+
 /// Runs the function on the receiver's thread behind everything that is queued there by now or armed with zero delay,
 /// unless the receiver is gone by then.
 template <typename Function> void runAfterwards(QObject *receiver, Function function)
@@ -11,3 +13,5 @@ template <typename Function> void runAfterwards(QObject *receiver, Function func
     QMetaObject::invokeMethod(
         receiver, [receiver, function] { QTimer::singleShot(0, receiver, function); }, Qt::QueuedConnection);
 }
+
+} // namespace server::service

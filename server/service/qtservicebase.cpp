@@ -14,6 +14,8 @@
 #include <cstdio>
 #include <utility>
 
+using server::service::ServiceManager;
+
 namespace {
 
 constexpr int kMaxNameLength = 255;
@@ -88,7 +90,8 @@ int resultOf(bool isDone, const QString &failure = {})
 } // namespace
 
 QtServiceBase::QtServiceBase(int &argc, char **argv, const QString &name, std::shared_ptr<ServiceManager> manager)
-    : m_argc(argc), m_argv(argv), m_name(name), m_manager(manager ? std::move(manager) : createServiceManager())
+    : m_argc(argc), m_argv(argv), m_name(name),
+      m_manager(manager ? std::move(manager) : server::service::createServiceManager())
 {
     if (name.contains(QLatin1Char('\\')))
         qWarning("QtService: 'name' contains backslashes '\\'.");
@@ -180,9 +183,9 @@ int QtServiceBase::executeInForeground()
     std::copy(m_argv + 2, m_argv + m_argc + 1, m_argv + 1); // with the null behind the last
     --m_argc;
     QtServiceStarter starter(*this);
-    const TerminationWatch termination([this, &starter] {
+    const server::process::TerminationWatch termination([this, &starter] {
         stop();
-        runAfterwards(&starter, [] { QCoreApplication::quit(); });
+        server::service::runAfterwards(&starter, [] { QCoreApplication::quit(); });
     });
     QMetaObject::invokeMethod(&starter, &QtServiceStarter::slotStart, Qt::QueuedConnection);
     return resultOf(executeApplication() == 0, kNotExecuted);

@@ -12,19 +12,20 @@ class QtServiceStarter;
 class QtServiceBase
 {
 public:
-    using MessageType = ServiceManager::MessageType;
+    using MessageType = server::service::ServiceManager::MessageType;
 
     /// Argument count and vector are the application's and outlive this; "-exec" takes itself out of them. A name with
     /// a backslash or of more than 255 characters gets a warning line and is used as it is. Without a manager it is
     /// the platform's.
-    QtServiceBase(int &argc, char **argv, const QString &name, std::shared_ptr<ServiceManager> manager = {});
+    QtServiceBase(int &argc, char **argv, const QString &name,
+                  std::shared_ptr<server::service::ServiceManager> manager = {});
     virtual ~QtServiceBase();
 
     QString serviceName() const { return m_name; }
     QString serviceDescription() const { return m_installation.description; }
     void setServiceDescription(const QString &description) { m_installation.description = description; }
-    ServiceManager::StartupType startupType() const { return m_installation.startup; }
-    void setStartupType(ServiceManager::StartupType type) { m_installation.startup = type; }
+    server::service::ServiceManager::StartupType startupType() const { return m_installation.startup; }
+    void setStartupType(server::service::ServiceManager::StartupType type) { m_installation.startup = type; }
     /// Variables ("NAME=value") of the installed service's environment, where the manager can set them.
     void setServiceEnvironment(const QStringList &variables) { m_installation.environment = variables; }
 
@@ -64,6 +65,6 @@ private:
     int &m_argc;
     char **m_argv;
     QString m_name;
-    ServiceManager::Installation m_installation;
-    std::shared_ptr<ServiceManager> m_manager;
+    server::service::ServiceManager::Installation m_installation;
+    std::shared_ptr<server::service::ServiceManager> m_manager;
 };

@@ -2,7 +2,12 @@
 
 #include <utility>
 
-QtServiceController::QtServiceController(const QString &name) : QtServiceController(name, createServiceManager()) {}
+using server::service::ServiceManager;
+
+QtServiceController::QtServiceController(const QString &name)
+    : QtServiceController(name, server::service::createServiceManager())
+{
+}
 
 QtServiceController::QtServiceController(const QString &name, std::shared_ptr<ServiceManager> manager)
     : m_name(name), m_manager(std::move(manager))

@@ -9,7 +9,7 @@ class QtServiceController
 public:
     /// With the platform's service manager.
     explicit QtServiceController(const QString &name);
-    QtServiceController(const QString &name, std::shared_ptr<ServiceManager> manager);
+    QtServiceController(const QString &name, std::shared_ptr<server::service::ServiceManager> manager);
 
     QString serviceName() const { return m_name; }
     bool isInstalled() const;
@@ -17,9 +17,9 @@ public:
     /// These are empty (Manual) when it is not installed.
     QString serviceDescription() const;
     QString serviceFilePath() const;
-    ServiceManager::StartupType startupType() const;
+    server::service::ServiceManager::StartupType startupType() const;
 
-    bool install(ServiceManager::Installation service);
+    bool install(server::service::ServiceManager::Installation service);
     bool uninstall();
     bool start();
     bool stop();
@@ -28,8 +28,8 @@ public:
     bool sendCommand(int code);
 
 private:
-    ServiceManager::ServiceInfo info() const;
+    server::service::ServiceManager::ServiceInfo info() const;
 
     QString m_name;
-    std::shared_ptr<ServiceManager> m_manager;
+    std::shared_ptr<server::service::ServiceManager> m_manager;
 };

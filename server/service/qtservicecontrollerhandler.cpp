@@ -13,6 +13,8 @@
 
 #include <utility>
 
+using server::service::ServiceManager;
+
 using State = ServiceManager::State;
 
 /// Whoever posted it waits for its semaphore, which is released when it is taken or thrown away.
@@ -152,7 +154,7 @@ void QtServiceControllerHandler::carryOut(Request request, int code)
     switch (request) {
     case Request::Stop:
         m_service.stop();
-        runAfterwards(this, [] { QCoreApplication::quit(); });
+        server::service::runAfterwards(this, [] { QCoreApplication::quit(); });
         break;
     case Request::Pause:
         m_service.pause();

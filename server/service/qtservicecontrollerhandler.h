@@ -11,14 +11,14 @@ class QtServiceBase;
 /// Carries the service manager's requests to the application thread, on which it lives. The manager's thread posts an
 /// event and waits until the application thread takes it, or a bounded time when that is busy; the event is handled
 /// then all the same.
-class QtServiceControllerHandler : public QObject, public ServiceControls
+class QtServiceControllerHandler : public QObject, public server::service::ServiceControls
 {
 public:
     /// Windows lets a service's handler take 30 s.
     static constexpr int kTakeTimeoutMs = 20000;
 
     /// Both outlive it.
-    QtServiceControllerHandler(QtServiceBase &service, ServiceManager &manager);
+    QtServiceControllerHandler(QtServiceBase &service, server::service::ServiceManager &manager);
     ~QtServiceControllerHandler() override;
 
     /// The service has started: the manager is told, unless it stops already; requests that came earlier, and wait, are
@@ -46,7 +46,7 @@ private:
     void carryOut(Request request, int code);
 
     QtServiceBase &m_service;
-    ServiceManager &m_manager;
+    server::service::ServiceManager &m_manager;
     QMutex m_mutex;
     QWaitCondition m_stageChanged;
     Stage m_stage = Stage::Starting;

@@ -14,5 +14,5 @@ void QtServiceStarter::slotStart()
 {
     m_service.start();
     if (m_onStarted)
-        runAfterwards(this, m_onStarted);
+        server::service::runAfterwards(this, m_onStarted);
 }

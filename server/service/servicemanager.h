@@ -6,6 +6,8 @@
 #include <memory>
 #include <optional>
 
+namespace server::service {
+
 /// What a service manager asks of the service that runs under it. Called on whatever thread the manager uses; each
 /// returns when the application thread has taken the request, or false when it does not within a bounded time.
 class ServiceControls
@@ -84,3 +86,5 @@ std::shared_ptr<ServiceManager> createServiceManager();
 
 /// Whether an account text means the manager's own account: "LocalSystem", or a text that ends in "\LocalSystem".
 bool isManagersAccount(const QString &account);
+
+} // namespace server::service

@@ -6,6 +6,8 @@
 #include <cstddef>
 #include <windows.h>
 
+namespace server::service {
+
 // The declarations that serve every platform are those of the system.
 static_assert(sizeof(Advapi32::Dword) == sizeof(DWORD) && sizeof(Advapi32::Handle) == sizeof(SC_HANDLE));
 static_assert(sizeof(char16_t) == sizeof(wchar_t));
@@ -22,3 +24,5 @@ std::shared_ptr<ServiceManager> createServiceManager()
 {
     return std::make_shared<WindowsServiceManager>(QStringLiteral("advapi32"));
 }
+
+} // namespace server::service

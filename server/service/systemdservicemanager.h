@@ -4,7 +4,11 @@
 
 #include <memory>
 
+namespace server::process {
 class TerminationWatch;
+}
+
+namespace server::service {
 
 /// systemd, asked through its program `systemctl`. Every operation fails when that is missing. What it says to a
 /// failure becomes a warning line.
@@ -61,5 +65,7 @@ private:
     std::optional<QString> systemctl(const QStringList &arguments, int timeoutMs) const;
 
     Options m_options;
-    std::unique_ptr<TerminationWatch> m_termination;
+    std::unique_ptr<process::TerminationWatch> m_termination;
 };
+
+} // namespace server::service

@@ -17,6 +17,8 @@
 #include <systemd/sd-journal.h>
 #include <utility>
 
+namespace server::service {
+
 namespace {
 
 const QString kReload = QStringLiteral("daemon-reload");
@@ -239,9 +241,9 @@ void SystemdServiceManager::logMessage(const QString &name, const QString &messa
 
 ServiceManager::Launch SystemdServiceManager::connectService(const QString &, ServiceControls &controls, QString *)
 {
-    if (!isLaunchedBySystemd())
+    if (!process::isLaunchedBySystemd())
         return Launch::ByUser;
-    m_termination = std::make_unique<TerminationWatch>([&controls] { controls.stop(); });
+    m_termination = std::make_unique<process::TerminationWatch>([&controls] { controls.stop(); });
     return Launch::ByManager;
 }
 
@@ -257,3 +259,5 @@ void SystemdServiceManager::releaseService(int)
 {
     m_termination.reset();
 }
+
+} // namespace server::service

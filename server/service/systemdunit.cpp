@@ -2,6 +2,8 @@
 
 #include <QRegularExpression>
 
+namespace server::service {
+
 namespace {
 
 const QString kMark = QStringLiteral("# Written when the service was installed from its own command line.");
@@ -108,3 +110,5 @@ bool SystemdUnit::isAccountName(const QString &account)
     static const QRegularExpression name(QStringLiteral("\\A(?:[A-Za-z_][A-Za-z0-9_.-]{0,30}|[0-9]{1,10})\\z"));
     return name.match(account).hasMatch();
 }
+
+} // namespace server::service

@@ -3,7 +3,7 @@
 #include "server/service/servicemanager.h"
 
 /// The unit file by which systemd knows a service.
-namespace SystemdUnit {
+namespace server::service::SystemdUnit {
 
 /// For a service that tells when it is ready, and that is started again however it ends, unless it was stopped.
 QString text(const ServiceManager::Installation &service);
@@ -20,4 +20,4 @@ bool isExecutablePath(const QString &path);
 /// Whether the text can stand for an account: a name of letters, digits, dot, hyphen and underscore, or a number.
 bool isAccountName(const QString &account);
 
-} // namespace SystemdUnit
+} // namespace server::service::SystemdUnit

@@ -2,7 +2,11 @@
 
 #include <cerrno>
 
+namespace server::service {
+
 int lastSystemError()
 {
     return errno;
 }
+
+} // namespace server::service

@@ -2,7 +2,11 @@
 
 #include <windows.h>
 
+namespace server::service {
+
 int lastSystemError()
 {
     return static_cast<int>(GetLastError());
 }
+
+} // namespace server::service

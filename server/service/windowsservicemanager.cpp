@@ -11,6 +11,8 @@
 #include <utility>
 #include <vector>
 
+namespace server::service {
+
 using namespace Advapi32;
 
 namespace {
@@ -436,3 +438,5 @@ void WindowsServiceManager::releaseService(int exitCode)
     m_dispatcher.reset();
     connected = nullptr;
 }
+
+} // namespace server::service

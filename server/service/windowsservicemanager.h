@@ -7,6 +7,8 @@
 #include <QThread>
 #include <QWaitCondition>
 
+namespace server::service {
+
 /// The Windows service control manager, reached through its library. An operation fails when a function that it needs
 /// is missing. The manager's dispatcher runs on a thread of its own, from connectService() to releaseService(); one
 /// instance in the process may be connected.
@@ -78,3 +80,5 @@ private:
     int m_error = 0;
     std::unique_ptr<QThread> m_dispatcher;
 };
+
+} // namespace server::service

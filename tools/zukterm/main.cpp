@@ -40,8 +40,8 @@ int main(int argc, char *argv[])
     if (!fault.isEmpty())
         return fail(fault);
 
-    raiseDescriptorLimit();
-    auto watch = std::make_unique<TerminationWatch>();
+    server::process::raiseDescriptorLimit();
+    auto watch = std::make_unique<server::process::TerminationWatch>();
     Fleet fleet(options, input);
     input = TermInput();
     QObject::connect(&fleet, &Fleet::finished, &application, &QCoreApplication::quit);
