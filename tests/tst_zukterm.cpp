@@ -11,6 +11,8 @@
 #include <functional>
 #include <memory>
 
+using tools::zukterm::LatencyStats;
+
 /// Takes the place of the site's logger and does with an event what the test says.
 class OtherLogger : public Logger
 {

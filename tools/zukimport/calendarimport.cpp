@@ -7,6 +7,8 @@
 #include "tools/zukimport/punchclock.h"
 #include "tools/zukimport/slovenianholidays.h"
 
+namespace tools::zukimport {
+
 CalendarImport::CalendarImport(const ImportOptions &options, ImportStore &store, ImportReport &report)
     : m_options(options), m_store(store), m_report(report)
 {
@@ -70,3 +72,5 @@ QString CalendarImport::run()
     }
     return {};
 }
+
+} // namespace tools::zukimport

@@ -4,6 +4,8 @@
 #include <QHash>
 #include <QString>
 
+namespace tools::zukimport {
+
 class ImportReport;
 class ImportStore;
 struct ImportOptions;
@@ -27,3 +29,5 @@ private:
     ImportReport &m_report;
     QHash<QDate, QString> m_holidays;
 };
+
+} // namespace tools::zukimport

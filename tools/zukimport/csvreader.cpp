@@ -3,6 +3,8 @@
 #include <QIODevice>
 #include <QTextCodec>
 
+namespace tools::zukimport {
+
 namespace {
 constexpr qint64 kChunkBytes = 64 * 1024;
 constexpr QChar kQuote = QLatin1Char('"');
@@ -120,3 +122,5 @@ bool CsvReader::next(CsvRecord &record)
         }
     }
 }
+
+} // namespace tools::zukimport

@@ -9,6 +9,8 @@ class QIODevice;
 class QTextCodec;
 class QTextDecoder;
 
+namespace tools::zukimport {
+
 /// One record of a CSV file.
 struct CsvRecord {
     /// Line on which the record begins, from 1; a quoted field may hold further lines.
@@ -56,3 +58,5 @@ private:
     bool m_afterCr = false;
     QString m_field;
 };
+
+} // namespace tools::zukimport

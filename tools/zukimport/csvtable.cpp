@@ -4,6 +4,8 @@
 
 #include <QTextCodec>
 
+namespace tools::zukimport {
+
 CsvTable::CsvTable(const QString &path, const CsvFormat &format, ImportReport &report)
     : m_file(path), m_format(format), m_report(report)
 {
@@ -53,3 +55,5 @@ void CsvTable::note(const QString &text)
 {
     m_report.note(m_file.fileName(), m_record.line, text);
 }
+
+} // namespace tools::zukimport

@@ -7,6 +7,8 @@
 
 #include <memory>
 
+namespace tools::zukimport {
+
 class ImportReport;
 
 /// How the CSV files of an import are written.
@@ -45,3 +47,5 @@ private:
     QHash<QString, int> m_columns;
     int m_columnCount = 0;
 };
+
+} // namespace tools::zukimport

@@ -6,6 +6,8 @@
 #include "tools/zukimport/importreport.h"
 #include "tools/zukimport/importstore.h"
 
+namespace tools::zukimport {
+
 namespace {
 
 const char *const kWholeNumbers[] = {"ID", "ACTIVE", "TIMEZ"};
@@ -116,3 +118,5 @@ QString EmployeeImport::run()
     }
     return {};
 }
+
+} // namespace tools::zukimport

@@ -4,6 +4,8 @@
 #include <QString>
 #include <QVariant>
 
+namespace tools::zukimport {
+
 class CsvTable;
 class EmployeeRoster;
 class ImportReport;
@@ -34,3 +36,5 @@ private:
     ImportReport &m_report;
     QHash<QString, bool> m_keys; ///< "table/key" looked up before
 };
+
+} // namespace tools::zukimport

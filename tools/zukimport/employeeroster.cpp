@@ -4,6 +4,8 @@
 
 #include <algorithm>
 
+namespace tools::zukimport {
+
 EmployeeRoster::EmployeeRoster(ImportStore &store) : m_store(store)
 {
     QSqlQuery rows = m_store.select(QStringLiteral("SELECT ID, EMPLID FROM employees"));
@@ -40,3 +42,5 @@ qint64 EmployeeRoster::add(QHash<QString, QVariant> columns)
     remember(id, personalNumber);
     return id;
 }
+
+} // namespace tools::zukimport

@@ -5,6 +5,8 @@
 #include <QString>
 #include <QVariant>
 
+namespace tools::zukimport {
+
 class ImportStore;
 
 /// The employees of the database and those that this import adds.
@@ -34,3 +36,5 @@ private:
     QSet<qint64> m_ids;
     qint64 m_highestId = 0;
 };
+
+} // namespace tools::zukimport

@@ -2,6 +2,8 @@
 
 #include "tools/zukimport/wordtable.h"
 
+namespace tools::zukimport {
+
 namespace {
 
 QString arrival()
@@ -90,3 +92,5 @@ void EventBuilder::finish()
         giveUpAbsence();
     m_whereabouts = Whereabouts::Out;
 }
+
+} // namespace tools::zukimport

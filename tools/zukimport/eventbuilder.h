@@ -6,6 +6,8 @@
 
 #include <functional>
 
+namespace tools::zukimport {
+
 struct WordMeaning;
 
 /// Turns one employee's punches into the events that the calculation reads.
@@ -51,3 +53,5 @@ private:
     bool m_awayOpened = false;   ///< the arrival that opens the absence's pair is stored
     int m_awayLine = 0;
 };
+
+} // namespace tools::zukimport

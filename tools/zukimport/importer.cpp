@@ -8,6 +8,8 @@
 #include "tools/zukimport/importstore.h"
 #include "tools/zukimport/punchimport.h"
 
+namespace tools::zukimport {
+
 namespace {
 
 QString importInto(ImportStore &store, const ImportOptions &options, ImportReport &report)
@@ -45,3 +47,5 @@ void runImport(const ImportOptions &options, ImportReport &report)
     else
         report.fail(fault);
 }
+
+} // namespace tools::zukimport

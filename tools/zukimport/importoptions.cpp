@@ -2,6 +2,8 @@
 
 #include <QCommandLineParser>
 
+namespace tools::zukimport {
+
 namespace {
 
 const char kDescription[] = R"(Moves a site in: employees, punches and the calendar from CSV into a zuknetserver.db.
@@ -217,3 +219,5 @@ QString readImportOptions(const QStringList &arguments, ImportOptions &options, 
         return QStringLiteral("nothing to import: name --employees, --punches or --calendar");
     return {};
 }
+
+} // namespace tools::zukimport

@@ -9,6 +9,8 @@
 #include <QStringList>
 #include <QTimeZone>
 
+namespace tools::zukimport {
+
 /// What one import is told to do.
 struct ImportOptions {
     /// What the employee column of the punches holds.
@@ -50,3 +52,5 @@ QDate readImportDate(const QString &text);
 /// Reads the command line, the program's name first; the reason when it cannot be understood, else empty.
 /// *help receives the help text when it was asked for.
 QString readImportOptions(const QStringList &arguments, ImportOptions &options, QString *help);
+
+} // namespace tools::zukimport

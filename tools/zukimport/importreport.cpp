@@ -3,6 +3,8 @@
 #include <QFileInfo>
 #include <QTextStream>
 
+namespace tools::zukimport {
+
 void ImportReport::write(const char *kind, const QString &file, int line, const QString &text)
 {
     m_stream << kind << ' ' << QFileInfo(file).fileName() << ':' << line << ": " << text << '\n';
@@ -49,3 +51,5 @@ ImportReport::Outcome ImportReport::outcome() const
         return NothingDone;
     return m_refused > 0 ? SomeRefused : AllImported;
 }
+
+} // namespace tools::zukimport

@@ -4,6 +4,8 @@
 
 class QTextStream;
 
+namespace tools::zukimport {
+
 /// What an import did and what it could not do. Lines are written to the stream as they come up, since a bad file may
 /// have as many as it has lines; the stream is the caller's and outlives the report.
 class ImportReport
@@ -44,3 +46,5 @@ private:
     qint64 m_notes = 0;
     bool m_failed = false;
 };
+
+} // namespace tools::zukimport

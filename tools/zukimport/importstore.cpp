@@ -4,6 +4,8 @@
 #include <QSqlDriver>
 #include <QSqlError>
 
+namespace tools::zukimport {
+
 namespace {
 const char kConnection[] = "zukimport";
 }
@@ -105,6 +107,8 @@ bool ImportStore::write(const QString &sql, const QVariantList &bindings)
         statement->bindValue(i, bindings.at(i));
     return statement->exec() || fail(QStringLiteral("storing"), statement->lastError().text());
 }
+
+} // namespace tools::zukimport
 
 QStringList attendanceSchema()
 {

@@ -7,6 +7,8 @@
 #include <QStringList>
 #include <QVariant>
 
+namespace tools::zukimport {
+
 /// The attendance tables of a zuknetserver.db, as the importer reads and writes them: everything in one transaction
 /// that ends with commit(); without it nothing stays, not even a file that was created. A dry run opens the file for
 /// reading only and drops what it is told to write.
@@ -44,6 +46,8 @@ private:
     QHash<QString, QSqlQuery> m_statements;
     QString m_fault;
 };
+
+} // namespace tools::zukimport
 
 /// The statements of the shipped schema of the attendance tables.
 QStringList attendanceSchema();

@@ -12,16 +12,16 @@ int main(int argc, char *argv[])
     QTextStream out(stdout);
     out.setCodec("UTF-8");
 
-    ImportOptions options;
+    tools::zukimport::ImportOptions options;
     QString help;
-    const QString fault = readImportOptions(QCoreApplication::arguments(), options, &help);
+    const QString fault = tools::zukimport::readImportOptions(QCoreApplication::arguments(), options, &help);
     if (!help.isEmpty()) {
         out << help;
         return 0;
     }
-    ImportReport report(out);
+    tools::zukimport::ImportReport report(out);
     if (fault.isEmpty())
-        runImport(options, report);
+        tools::zukimport::runImport(options, report);
     else
         report.fail(fault);
     return report.outcome();

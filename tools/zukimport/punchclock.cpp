@@ -1,5 +1,7 @@
 #include "tools/zukimport/punchclock.h"
 
+namespace tools::zukimport {
+
 namespace {
 
 /// Two-digit years are of the century in which the system runs.
@@ -44,3 +46,5 @@ PunchClock::Reading PunchClock::fromLocal(QDate date, int secondOfDay, qint64 no
     return shown.first < notBefore && notBefore <= shown.second ? Reading{TakenAsSecond, shown.second}
                                                                 : Reading{TakenAsFirst, shown.first};
 }
+
+} // namespace tools::zukimport

@@ -7,6 +7,8 @@
 #include <QString>
 #include <QTimeZone>
 
+namespace tools::zukimport {
+
 /// Reads the time texts of an input file: what a local clock showed, as instants in Unix seconds.
 class PunchClock
 {
@@ -41,3 +43,5 @@ private:
     QTimeZone m_zone;
     mutable LocalDay m_day; ///< of the latest punch: they come day by day
 };
+
+} // namespace tools::zukimport

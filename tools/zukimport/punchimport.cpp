@@ -11,6 +11,8 @@
 #include <algorithm>
 #include <tuple>
 
+namespace tools::zukimport {
+
 PunchImport::PunchImport(const ImportOptions &options, ImportStore &store, EmployeeRoster &roster,
                          const EmployeeImport &employees, ImportReport &report)
     : m_options(options), m_store(store), m_roster(roster), m_employees(employees), m_report(report),
@@ -192,3 +194,5 @@ void PunchImport::storeEvents()
         ++m_report.events.added;
     }
 }
+
+} // namespace tools::zukimport

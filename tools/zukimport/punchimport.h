@@ -7,6 +7,8 @@
 
 #include <vector>
 
+namespace tools::zukimport {
+
 class CsvTable;
 class EmployeeImport;
 class EmployeeRoster;
@@ -60,3 +62,5 @@ private:
     QHash<QString, int> m_codes;
     QStringList m_codeTexts;
 };
+
+} // namespace tools::zukimport

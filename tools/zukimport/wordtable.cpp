@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+namespace tools::zukimport {
+
 namespace {
 
 struct CodeName {
@@ -58,3 +60,5 @@ void WordTable::addDefaults()
     add(QStringLiteral("IN=101"), false);
     add(QStringLiteral("OUT=102"), false);
 }
+
+} // namespace tools::zukimport

@@ -7,6 +7,8 @@
 
 #include <vector>
 
+namespace tools::zukimport {
+
 /// What a word of the input stands for.
 struct WordMeaning {
     /// As it is stored, with its name: "101:Prihod".
@@ -35,3 +37,5 @@ private:
     QHash<QString, int> m_words;
     std::vector<WordMeaning> m_meanings;
 };
+
+} // namespace tools::zukimport

@@ -2,6 +2,8 @@
 
 #include "tools/zukterm/terminalrows.h"
 
+namespace tools::zukterm {
+
 QAny EventGenerator::next(qint64 time)
 {
     const qint64 user = m_users.at(static_cast<int>(m_count % m_users.size()));
@@ -9,3 +11,5 @@ QAny EventGenerator::next(qint64 time)
     ++m_count;
     return eventRow(QString::number(user), isArrival ? arrivalCode() : departureCode(), time);
 }
+
+} // namespace tools::zukterm

@@ -4,6 +4,8 @@
 
 #include <QVector>
 
+namespace tools::zukterm {
+
 /// Walks through the users again and again: all arrive, then all depart.
 class EventGenerator
 {
@@ -19,3 +21,5 @@ private:
     QVector<qint64> m_users;
     qint64 m_count = 0;
 };
+
+} // namespace tools::zukterm

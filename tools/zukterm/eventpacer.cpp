@@ -2,6 +2,8 @@
 
 #include <utility>
 
+namespace tools::zukterm {
+
 EventPacer::EventPacer(double ratePerS, qint64 count, std::function<bool()> mayRun, std::function<void()> action,
                        QObject *parent)
     : QObject(parent), m_ratePerS(ratePerS), m_count(count), m_mayRun(std::move(mayRun)), m_action(std::move(action))
@@ -35,3 +37,5 @@ void EventPacer::tick()
         }
     }
 }
+
+} // namespace tools::zukterm

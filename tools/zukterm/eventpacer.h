@@ -6,6 +6,8 @@
 
 #include <functional>
 
+namespace tools::zukterm {
+
 /// Has something done so many times per second, evenly, until it was done often enough. It makes up for its own delays,
 /// but stands still while it is told to wait; the time of a wait is not made up for.
 class EventPacer : public QObject
@@ -34,3 +36,5 @@ private:
     double m_due = 1; // the first beat is at once
     qint64 m_done = 0;
 };
+
+} // namespace tools::zukterm

@@ -14,6 +14,8 @@
 #include <algorithm>
 #include <limits>
 
+namespace tools::zukterm {
+
 namespace {
 
 /// The i-th of count times that are spread evenly over the span before now, the last just before it.
@@ -249,3 +251,5 @@ void Fleet::finish()
         terminal->close();
     waitFor([this] { return m_context.byConnection.isEmpty(); }, kCloseWaitMs);
 }
+
+} // namespace tools::zukterm

@@ -14,6 +14,8 @@
 #include <memory>
 #include <vector>
 
+namespace tools::zukterm {
+
 class EventGenerator;
 class EventPacer;
 class SilentTerminal;
@@ -86,3 +88,5 @@ private:
     qint64 m_seenProgress = 0;
     bool m_isInterrupted = true; // unless it has ended by itself
 };
+
+} // namespace tools::zukterm

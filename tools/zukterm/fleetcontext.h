@@ -9,6 +9,8 @@ namespace KNet {
 class RpcController;
 }
 
+namespace tools::zukterm {
+
 class RunLog;
 class Terminal;
 struct RunTotals;
@@ -26,3 +28,5 @@ struct FleetContext {
     /// The run ends: a lost connection stays lost.
     bool isEnding = false;
 };
+
+} // namespace tools::zukterm

@@ -5,6 +5,8 @@
 #include <algorithm>
 #include <cmath>
 
+namespace tools::zukterm {
+
 void LatencyStats::add(qint64 microseconds)
 {
     ++m_buckets[static_cast<size_t>(bucketOf(static_cast<quint64>(microseconds)))];
@@ -37,3 +39,5 @@ quint64 LatencyStats::upperEnd(int bucket)
     const auto step = static_cast<quint64>(bucket - (shift << kSubBits));
     return ((step + 1) << shift) - 1;
 }
+
+} // namespace tools::zukterm

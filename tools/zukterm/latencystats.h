@@ -4,6 +4,8 @@
 
 #include <array>
 
+namespace tools::zukterm {
+
 /// Percentiles of any number of durations in constant memory, exact to 1/64.
 class LatencyStats
 {
@@ -27,3 +29,5 @@ private:
     qint64 m_count = 0;
     qint64 m_max = 0;
 };
+
+} // namespace tools::zukterm

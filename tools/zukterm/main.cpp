@@ -9,6 +9,10 @@
 #include <cstdio>
 #include <memory>
 
+using tools::zukterm::Fleet;
+using tools::zukterm::TermInput;
+using tools::zukterm::TermOptions;
+
 namespace {
 
 enum ExitCode { kOk = 0, kRefused = 1, kUsage = 2 };
@@ -28,7 +32,7 @@ int main(int argc, char *argv[])
     QLoggingCategory::setFilterRules(QStringLiteral("*.debug=false"));
     TermOptions options;
     QString help;
-    QString fault = readTermOptions(QCoreApplication::arguments(), options, &help);
+    QString fault = tools::zukterm::readTermOptions(QCoreApplication::arguments(), options, &help);
     if (!fault.isEmpty())
         return fail(fault + QStringLiteral(" (--help shows more)"));
     if (!help.isEmpty()) {
@@ -36,7 +40,7 @@ int main(int argc, char *argv[])
         return kOk;
     }
     TermInput input;
-    fault = readTermInput(options, &input);
+    fault = tools::zukterm::readTermInput(options, &input);
     if (!fault.isEmpty())
         return fail(fault);
 

@@ -4,6 +4,8 @@
 #include <QFile>
 #include <QFileInfo>
 
+namespace tools::zukterm {
+
 QAny PictureFolder::picture(qint64 id) const
 {
     const QAny none(QAny::String);
@@ -23,3 +25,5 @@ QAny PictureFolder::picture(qint64 id) const
                 {QStringLiteral("TYPE"), type},
                 {QStringLiteral("PICT"), QString::fromLatin1(bytes.toBase64())}};
 }
+
+} // namespace tools::zukterm

@@ -4,6 +4,8 @@
 
 #include <QString>
 
+namespace tools::zukterm {
+
 /// Pictures as files named by their number.
 class PictureFolder
 {
@@ -18,3 +20,5 @@ public:
 private:
     QString m_path;
 };
+
+} // namespace tools::zukterm

@@ -6,6 +6,8 @@
 
 #include <algorithm>
 
+namespace tools::zukterm {
+
 namespace {
 
 /// Walks over the text of a file, counting lines.
@@ -111,3 +113,5 @@ QString readRowFile(const QString &fileName, QVector<FileRow> *rows)
     const QString fault = scanner.scan();
     return fault.isEmpty() ? QString() : QStringLiteral("%1, line %2: %3").arg(fileName).arg(scanner.line()).arg(fault);
 }
+
+} // namespace tools::zukterm

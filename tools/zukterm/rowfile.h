@@ -5,6 +5,8 @@
 #include <QString>
 #include <QVector>
 
+namespace tools::zukterm {
+
 /// A row of a JSON file and the line in which it begins, from 1.
 struct FileRow {
     QAny value; ///< a Hash
@@ -14,3 +16,5 @@ struct FileRow {
 /// Reads a UTF-8 file that holds an array of objects, or one object per line (empty lines are skipped). The fault names
 /// file and line; it is empty when all is well.
 QString readRowFile(const QString &fileName, QVector<FileRow> *rows);
+
+} // namespace tools::zukterm

@@ -4,6 +4,8 @@
 
 #include <utility>
 
+namespace tools::zukterm {
+
 RpcQuestion::RpcQuestion(QObject *parent, Handler handler) : QObject(parent), m_handler(std::move(handler)) {}
 
 void RpcQuestion::ask(KNet::RpcController *controller, const QString &connectionId, const QString &method,
@@ -19,3 +21,5 @@ void RpcQuestion::onAnswer(const QString &, const QAny &answer)
     const Handler handler = std::exchange(m_handler, nullptr);
     handler(answer);
 }
+
+} // namespace tools::zukterm

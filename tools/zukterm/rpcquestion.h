@@ -11,6 +11,8 @@ namespace KNet {
 class RpcController;
 }
 
+namespace tools::zukterm {
+
 /// A call of a peer's method whose answer goes to a function: exactly once unless its parent ends before, perhaps
 /// already while it is being asked. Deletes itself behind the answer.
 class RpcQuestion : public QObject
@@ -32,3 +34,5 @@ private:
 
     Handler m_handler;
 };
+
+} // namespace tools::zukterm

@@ -6,6 +6,8 @@
 
 #include <cstdio>
 
+namespace tools::zukterm {
+
 RunLog::RunLog(bool quiet, QObject *parent) : QObject(parent), m_isQuiet(quiet)
 {
     m_flush.setSingleShot(true);
@@ -33,3 +35,5 @@ void RunLog::print(const QString &text)
     if (!m_flush.isActive())
         m_flush.start();
 }
+
+} // namespace tools::zukterm

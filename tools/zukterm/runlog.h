@@ -4,6 +4,8 @@
 #include <QString>
 #include <QTimer>
 
+namespace tools::zukterm {
+
 /// Prints what happens on the standard output, in UTF-8. Lines reach it at the latest after a short delay.
 class RunLog : public QObject
 {
@@ -25,3 +27,5 @@ private:
     bool m_isQuiet;
     QTimer m_flush;
 };
+
+} // namespace tools::zukterm

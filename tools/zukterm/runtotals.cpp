@@ -1,5 +1,7 @@
 #include "tools/zukterm/runtotals.h"
 
+namespace tools::zukterm {
+
 namespace {
 
 QString milliseconds(qint64 microseconds)
@@ -62,3 +64,5 @@ QString RunTotals::summary() const
         text += QStringLiteral("terminals whose offline rows were not asked for: %1\n").arg(unasked);
     return text;
 }
+
+} // namespace tools::zukterm

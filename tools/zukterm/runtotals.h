@@ -5,6 +5,8 @@
 #include <QElapsedTimer>
 #include <QString>
 
+namespace tools::zukterm {
+
 /// What happened in one run, over all terminals.
 struct RunTotals {
     int terminals = 0;
@@ -49,3 +51,5 @@ struct RunTotals {
     /// Several lines for people.
     QString summary() const;
 };
+
+} // namespace tools::zukterm

@@ -9,6 +9,8 @@
 
 #include <utility>
 
+namespace tools::zukterm {
+
 namespace {
 
 const QString kLoginId = QStringLiteral("1"); // of the only call that is ever made
@@ -126,3 +128,5 @@ void SilentTerminal::onDisconnected()
         m_retry.start(reconnectDelayMs(m_context.options.reconnectMs));
     Q_EMIT progressed();
 }
+
+} // namespace tools::zukterm

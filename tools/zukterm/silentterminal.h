@@ -7,6 +7,8 @@
 #include <QTcpSocket>
 #include <QTimer>
 
+namespace tools::zukterm {
+
 struct FleetContext;
 
 /// A terminal that logs in and answers the server's pings, but none of its calls. It speaks the protocol by itself,
@@ -45,3 +47,5 @@ private:
     bool m_wasLoggedIn = false;
     bool m_hasEnded = false;
 };
+
+} // namespace tools::zukterm

@@ -15,6 +15,8 @@
 #include <type_traits>
 #include <utility>
 
+namespace tools::zukterm {
+
 namespace {
 
 constexpr int kTerminalLogId = 1;
@@ -403,3 +405,5 @@ QAny Terminal::zukCmd(const QAny &params)
                 {QStringLiteral("ZUKID"), m_number},
                 {QStringLiteral("PARAMS"), params}};
 }
+
+} // namespace tools::zukterm

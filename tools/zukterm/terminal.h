@@ -12,6 +12,8 @@
 #include <deque>
 #include <map>
 
+namespace tools::zukterm {
+
 struct FleetContext;
 
 /// One simulated terminal or administration client: connects, logs in, sends its events, makes its calls, answers the
@@ -128,3 +130,5 @@ private:
     bool m_gaveLogs = false;
     bool m_gaveEvents = false;
 };
+
+} // namespace tools::zukterm

@@ -3,6 +3,8 @@
 #include "tools/zukterm/fleetcontext.h"
 #include "tools/zukterm/terminal.h"
 
+namespace tools::zukterm {
+
 TerminalLogger::TerminalLogger(FleetContext &context, QObject *parent) : QObject(parent), m_context(context) {}
 
 QAny TerminalLogger::getLogs(const QString &connectionId, const QAny &params)
@@ -36,3 +38,5 @@ QAny TerminalLogger::handOver(const QString &connectionId, const QAny &params,
     Terminal *terminal = m_context.byConnection.value(connectionId);
     return terminal ? (terminal->*method)(params) : QAny();
 }
+
+} // namespace tools::zukterm

@@ -4,6 +4,8 @@
 
 #include <QObject>
 
+namespace tools::zukterm {
+
 class Terminal;
 struct FleetContext;
 
@@ -27,3 +29,5 @@ private:
 
     FleetContext &m_context;
 };
+
+} // namespace tools::zukterm

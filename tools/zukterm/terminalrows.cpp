@@ -4,6 +4,8 @@
 
 #include <atomic>
 
+namespace tools::zukterm {
+
 namespace {
 
 /// Tells the events of this run from those of others.
@@ -126,3 +128,5 @@ qint64 readEventTime(const QString &text)
     }
     return 0;
 }
+
+} // namespace tools::zukterm

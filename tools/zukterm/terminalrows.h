@@ -4,6 +4,8 @@
 
 #include <QString>
 
+namespace tools::zukterm {
+
 /// Shapes of the rows that terminals record: events as the server's `events` takes them, log rows as `logs`.
 
 /// The row has neither terminal nor description yet; see stampEvent(). The time is in Unix seconds.
@@ -29,3 +31,5 @@ QString eventText(const QAny &event);
 
 /// Unix seconds of a number or a local time like "2026-03-31 16:00" or with seconds; 0 when it is neither.
 qint64 readEventTime(const QString &text);
+
+} // namespace tools::zukterm

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+namespace tools::zukterm {
+
 void Recording::add(const QAny &row)
 {
     const qint64 time = row.lookup(m_timeKey).toInteger();
@@ -27,3 +29,5 @@ TerminalStore::TerminalStore(bool admin)
     : logs(admin ? QStringLiteral("ftimestamp") : QStringLiteral("FTIMESTAMP")), events(QStringLiteral("TIMESTAMP"))
 {
 }
+
+} // namespace tools::zukterm

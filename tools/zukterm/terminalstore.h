@@ -4,6 +4,8 @@
 
 #include <QVector>
 
+namespace tools::zukterm {
+
 /// Rows that a terminal recorded while it had no server, by time.
 class Recording
 {
@@ -35,3 +37,5 @@ struct TerminalStore {
     Recording logs;
     Recording events;
 };
+
+} // namespace tools::zukterm

@@ -4,6 +4,8 @@
 
 #include <QDir>
 
+namespace tools::zukterm {
+
 namespace {
 
 /// Events may name a terminal, which must then be one that we play.
@@ -53,3 +55,5 @@ QString readTermInput(const TermOptions &options, TermInput *input)
         fault = QStringLiteral("%1: no such folder").arg(options.picturesFolder);
     return fault;
 }
+
+} // namespace tools::zukterm

@@ -5,6 +5,8 @@
 
 #include <QVector>
 
+namespace tools::zukterm {
+
 /// The rows of the files that the options name.
 struct TermInput {
     QVector<QAny> logs;   ///< recorded while offline
@@ -14,3 +16,5 @@ struct TermInput {
 
 /// The fault names file and line; it is empty when all is well.
 QString readTermInput(const TermOptions &options, TermInput *input);
+
+} // namespace tools::zukterm

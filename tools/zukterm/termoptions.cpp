@@ -8,6 +8,8 @@
 
 #include <climits>
 
+namespace tools::zukterm {
+
 namespace {
 
 const char kExamples[] = R"(
@@ -224,3 +226,5 @@ QString readTermOptions(const QStringList &arguments, TermOptions &options, QStr
 {
     return TermArguments(options).read(arguments, help);
 }
+
+} // namespace tools::zukterm

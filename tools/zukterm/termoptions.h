@@ -6,6 +6,8 @@
 #include <QStringList>
 #include <QVector>
 
+namespace tools::zukterm {
+
 /// What one run of the terminal simulator is told to do.
 struct TermOptions {
     static constexpr int kMaxTerminals = 60000;  ///< more than one address has ports for
@@ -56,3 +58,5 @@ struct TermOptions {
 /// Reads the command line, the program's name first; the reason when it cannot be understood, else empty.
 /// *help receives the help text when it was asked for.
 QString readTermOptions(const QStringList &arguments, TermOptions &options, QString *help);
+
+} // namespace tools::zukterm

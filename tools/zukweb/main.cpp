@@ -9,6 +9,9 @@
 
 #include <cstdio>
 
+using tools::zukweb::WebSession;
+namespace Reports = tools::zukweb::Reports;
+
 namespace {
 
 enum ExitCode { kOk = 0, kRefused = 1, kUsage = 2, kNoConnection = 3 };

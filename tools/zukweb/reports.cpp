@@ -6,6 +6,8 @@
 #include <QDateTime>
 #include <QSet>
 
+namespace tools::zukweb {
+
 namespace {
 
 constexpr int kLineWidth = 118;
@@ -171,3 +173,5 @@ QString Reports::saldo(const QAny &data)
     }
     return text.isEmpty() ? QStringLiteral("No balance is stored.\n") : text;
 }
+
+} // namespace tools::zukweb

@@ -4,6 +4,8 @@
 #include <QTimer>
 #include <QUuid>
 
+namespace tools::zukweb {
+
 WebSession::WebSession(int timeoutMs)
     : m_tag(QUuid::createUuid().toString(QUuid::WithoutBraces)), m_timeoutMs(timeoutMs)
 {
@@ -72,3 +74,5 @@ void WebSession::logOut()
     ask(QStringLiteral("logOut"), QAny(QAny::Hash));
     m_socket.close();
 }
+
+} // namespace tools::zukweb

@@ -5,6 +5,8 @@
 #include <QUrl>
 #include <QWebSocket>
 
+namespace tools::zukweb {
+
 /// One connection to the server's web port, one question at a time. Blocks in an event loop of its own until the
 /// answer, the end of the connection or the time-out.
 class WebSession
@@ -39,3 +41,5 @@ private:
     QString m_error;
     int m_timeoutMs;
 };
+
+} // namespace tools::zukweb
