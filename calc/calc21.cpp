@@ -17,8 +17,8 @@ const rules::CalcResult &Calc21::calculate(const QAny &request)
     qDebug() << "Calc21::calcAll readAllEvents IN";
     input::CalcRead read = input::readInputs(m_database, request, today, withRows);
     qDebug() << "Calc21::calcAll readAllEvents OUT";
-    m_employees = read.employees;
-    m_assignments = read.assignments;
+    m_employees = read.isFatal ? QAny(QAny::List) : read.employees;
+    m_assignments = read.isFatal ? QAny(QAny::List) : read.assignments;
     if (read.isFatal) {
         m_result = rules::CalcResult();
         m_result.inputs.settings = read.inputs.settings;

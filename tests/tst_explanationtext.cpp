@@ -147,7 +147,7 @@ void TestExplanationText::tells_data()
                                        "-0:02:12 8:20:00 the working time is rounded down",
                                        "(SALDO/WTROUNDTRH = 5 min) \"Zaokrožitev\"",
                                        "the limit was not reached: maximum hours",
-                                       "switched off in the settings: day factor, added hours",
+                                       "switched off or without a value: day factor, added hours",
                                        "DELO 8:20 working time",
                                        "SALDO +0:20",
                                        "Faults and remarks Ni Izhoda!"};
@@ -159,7 +159,7 @@ void TestExplanationText::tells_data()
                        "vnos: Kos Bor prihod",
                        "+0:31:28 8:23:40 malica se prišteje",
                        "meja ni bila dosežena: največ ur na dan",
-                       "izklopljeno v nastavitvah: faktor dneva, dodane ure",
+                       "izklopljeno ali brez vrednosti: faktor dneva, dodane ure",
                        "Napake in opombe Ni Izhoda!"};
     QTest::newRow("night shift") << nightShift() << Language::English
                                  << QStringList{"Shift 3: arrival from 22:00, departure until 06:00 (next day)",

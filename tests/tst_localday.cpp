@@ -6,6 +6,8 @@
 #include <QTest>
 #include <QTimeZone>
 
+using namespace calc::rules;
+
 class TestLocalDay : public QObject
 {
     Q_OBJECT

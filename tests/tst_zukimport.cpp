@@ -231,7 +231,7 @@ void TestZukImport::absences()
         int noReturns = 0;
         const auto add = [&events](qint64 seconds, const QString &code) {
             const QString minute = QString::number(seconds / 60 % 60).rightJustified(2, '0');
-            events += QString("%1 %2:%3").arg(AccessCode(code).text()).arg(seconds / 3600).arg(minute);
+            events += QString("%1 %2:%3").arg(calc::rules::AccessCode(code).text()).arg(seconds / 3600).arg(minute);
         };
         EventBuilder builder(12 * 3600, add, [&noReturns](int) { ++noReturns; });
         for (const QString &punch : QString(row.punches).split(", ")) {

@@ -35,7 +35,7 @@ QAny recordOf(const QSqlQuery &query)
     return record;
 }
 
-rules::Assignment assignmentOf(const QAny &record, const LocalClock &clock)
+rules::Assignment assignmentOf(const QAny &record, const rules::LocalClock &clock)
 {
     const auto dayOf = [&](const QString &key) { return clock.dayOf(localDate(record.lookup(key).toInteger())); };
     rules::Assignment row;
@@ -51,7 +51,7 @@ rules::Assignment assignmentOf(const QAny &record, const LocalClock &clock)
 
 } // namespace
 
-AssignmentRows readAssignments(DataBase &database, const LocalClock &clock, const ReadRange &range)
+AssignmentRows readAssignments(DataBase &database, const rules::LocalClock &clock, const ReadRange &range)
 {
     AssignmentRows rows;
     // The comparisons with the bounds are strict, and a row that ends on a day may do so with its first second.

@@ -15,7 +15,7 @@ struct AssignmentRows {
     QAny records{QAny::List}; ///< as read, for the form that clients get
 };
 
-AssignmentRows readAssignments(DataBase &database, const LocalClock &clock, const ReadRange &range);
+AssignmentRows readAssignments(DataBase &database, const rules::LocalClock &clock, const ReadRange &range);
 
 /// PRAZNIK text per day of the clock. False when the calendar has no row of the period.
 bool readCalendar(DataBase &database, const rules::Period &period, const ReadRange &range,

@@ -4,11 +4,11 @@ namespace calc::input {
 
 rules::Period ReadRange::periodOf(QDate first, QDate last, const rules::CalcSettings &settings)
 {
-    const int spare = static_cast<int>(settings.nearSeconds() / LocalClock::kDaySeconds) + kSpareDays;
+    const int spare = static_cast<int>(settings.nearSeconds() / rules::LocalClock::kDaySeconds) + kSpareDays;
     rules::Period period;
     period.firstDate = first;
     period.lastDate = last;
-    period.clock = LocalClock(first.addDays(-spare), last.addDays(spare));
+    period.clock = rules::LocalClock(first.addDays(-spare), last.addDays(spare));
     period.firstDay = spare;
     period.lastDay = spare + static_cast<int>(first.daysTo(last));
     period.start = period.clock.midnight(period.firstDay);
@@ -18,7 +18,7 @@ rules::Period ReadRange::periodOf(QDate first, QDate last, const rules::CalcSett
 
 ReadRange ReadRange::of(const rules::Period &period, const rules::CalcSettings &settings)
 {
-    const LocalClock &clock = period.clock;
+    const rules::LocalClock &clock = period.clock;
     const qint64 near = settings.nearSeconds();
     const qint64 shift = settings.isTz ? kMaxShiftSeconds : 0;
     ReadRange range;

@@ -9,7 +9,7 @@ struct ReadRange {
     /// Days of the clock beyond what is read: shifted events and windows after midnight stay inside it.
     static constexpr int kSpareDays = 3;
     /// Nobody's zone is further away.
-    static constexpr qint64 kMaxShiftSeconds = 2 * LocalClock::kDaySeconds;
+    static constexpr qint64 kMaxShiftSeconds = 2 * rules::LocalClock::kDaySeconds;
 
     qint64 firstEvent = 0;
     qint64 lastEvent = 0;

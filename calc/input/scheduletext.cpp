@@ -44,7 +44,7 @@ DaySchedule dayFrom(const QAny &day)
     const auto notBefore = [&](const char *key, qint64 firstAfterStart) {
         ScheduleTime time = timeOf(day, key);
         if (time && result.startB && *time < *result.startB + firstAfterStart)
-            *time += LocalClock::kDaySeconds;
+            *time += rules::LocalClock::kDaySeconds;
         return time;
     };
     result.startE = notBefore("STARTE", 0);

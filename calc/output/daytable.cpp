@@ -82,7 +82,7 @@ bool isMoved(const std::optional<Moment> &before, const std::optional<Moment> &a
     return before && after && before->clock != after->clock;
 }
 
-QAny dayRow(const LocalClock &clock, const Employee &employee, const DayResult &day, PackedCells &cells)
+QAny dayRow(const rules::LocalClock &clock, const Employee &employee, const DayResult &day, PackedCells &cells)
 {
     const Amounts amounts = day.amountsAfter();
     QAny row = rowInColourOf(amounts);

@@ -42,7 +42,7 @@ const QString &useText(EventUse use)
 }
 
 std::vector<UsedEvent> eventUses(const rules::Employee &employee, const rules::Pairing &pairing,
-                                 const LocalClock &clock)
+                                 const rules::LocalClock &clock)
 {
     std::vector<UsedEvent> uses;
     uses.reserve(employee.events.size());

@@ -31,6 +31,6 @@ const QString &useText(EventUse use);
 
 /// What became of each of the employee's events, by position.
 std::vector<UsedEvent> eventUses(const rules::Employee &employee, const rules::Pairing &pairing,
-                                 const LocalClock &clock);
+                                 const rules::LocalClock &clock);
 
 } // namespace calc::output

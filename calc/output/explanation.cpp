@@ -174,7 +174,7 @@ private:
         entry.insert(QStringLiteral("IDLE"), idle);
     }
 
-    const LocalClock &m_clock;
+    const rules::LocalClock &m_clock;
     const Employee &m_employee;
     const EmployeeResult &m_result;
     std::vector<UsedEvent> m_uses;

@@ -16,7 +16,7 @@ class PackedCells
 {
 public:
     /// Durations and times with seconds or without; the days are those in which the times lie.
-    PackedCells(bool withSeconds, const LocalClock &clock) : m_texts(withSeconds, clock) {}
+    PackedCells(bool withSeconds, const rules::LocalClock &clock) : m_texts(withSeconds, clock) {}
 
     TimeTexts &texts() { return m_texts; }
 

@@ -20,7 +20,7 @@ const QString kNoHours = QStringLiteral("Ni delovnih ur");
 class PairRows
 {
 public:
-    PairRows(const LocalClock &clock, const Employee &employee, PackedCells &cells, QAny &table)
+    PairRows(const rules::LocalClock &clock, const Employee &employee, PackedCells &cells, QAny &table)
         : m_clock(clock), m_employee(employee), m_cells(cells), m_table(table)
     {
     }
@@ -111,7 +111,7 @@ private:
         return end.event < 0 ? nullptr : &m_employee.events[static_cast<size_t>(end.event)];
     }
 
-    const LocalClock &m_clock;
+    const rules::LocalClock &m_clock;
     const Employee &m_employee;
     PackedCells &m_cells;
     QAny &m_table;

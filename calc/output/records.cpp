@@ -232,7 +232,7 @@ private:
         }
     }
 
-    const LocalClock &m_clock;
+    const rules::LocalClock &m_clock;
     const Employee &m_employee;
     const EmployeeResult &m_result;
 };

@@ -6,7 +6,7 @@
 
 namespace calc::output {
 
-TimeTexts::TimeTexts(bool withSeconds, LocalClock clock)
+TimeTexts::TimeTexts(bool withSeconds, rules::LocalClock clock)
     : m_withSeconds(withSeconds), m_clock(std::move(clock)), m_minutes(static_cast<size_t>(kKeptMinutes))
 {
 }

@@ -15,7 +15,7 @@ class TimeTexts
 {
 public:
     /// The texts of instants need the days in which these lie.
-    TimeTexts(bool withSeconds, LocalClock clock = {});
+    TimeTexts(bool withSeconds, rules::LocalClock clock = {});
 
     /// Seconds as "hh:mm" or "hh:mm:ss", with a minus sign when negative; hours do not wrap at 24.
     const QString &duration(qint64 seconds);
@@ -30,7 +30,7 @@ private:
     QString compose(qint64 seconds) const;
 
     bool m_withSeconds;
-    LocalClock m_clock;
+    rules::LocalClock m_clock;
     std::vector<QString> m_minutes; ///< texts of whole minutes from 0; empty until needed
     QHash<qint64, QString> m_others;
     QHash<qint64, QString> m_dates;

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+namespace calc::rules {
+
 LocalClock::LocalClock(QDate first, QDate last)
     : m_first(first), m_firstWeekday(first.dayOfWeek()), m_days(LocalDay::range(first, last))
 {
@@ -50,3 +52,5 @@ qint64 LocalClock::instantOf(int day, qint64 clockSeconds) const
         return midnight(shownOn) + ofDay;
     return m_days[static_cast<size_t>(shownOn)].instantsOf(ofDay).first;
 }
+
+} // namespace calc::rules

@@ -6,6 +6,8 @@
 
 #include <vector>
 
+namespace calc::rules {
+
 /// The local calendar and clock over a range of days, worked out once: instants (Unix seconds) to days and clock
 /// times and back, without a time zone look-up per event. Days are numbered from 0 and are 23, 24 or 25 hours long
 /// as the zone says. A plain value; safe to read from any thread.
@@ -39,3 +41,5 @@ private:
     int m_firstWeekday = 1;
     std::vector<LocalDay> m_days;
 };
+
+} // namespace calc::rules

@@ -5,6 +5,8 @@
 
 #include <algorithm>
 
+namespace calc::rules {
+
 /// What is asked of a time zone, or of the process's where none is given.
 struct LocalDay::Zone {
     const QTimeZone *given = nullptr;
@@ -78,3 +80,5 @@ LocalDay::Instants LocalDay::instantsOf(qint64 clockSeconds) const
     const qint64 change = before < m_begin ? m_begin : m_change;
     return {change, change, true};
 }
+
+} // namespace calc::rules

@@ -6,6 +6,8 @@
 
 class QTimeZone;
 
+namespace calc::rules {
+
 /// One day of the local calendar and its clock, worked out once: instants (Unix seconds) to clock times and back,
 /// without a time zone look-up for each. It lasts 23, 24 or 25 hours as its zone says, and not at all where the
 /// calendar leaves it out. A plain value; safe to read from any thread.
@@ -61,3 +63,5 @@ private:
     int m_offsetBefore = 0; ///< from UTC in seconds, up to the change
     int m_offsetAfter = 0;
 };
+
+} // namespace calc::rules

@@ -40,6 +40,6 @@ private:
     qint64 nightOf(const calc::rules::Pair &pair) const;
 
     const calc::rules::CalcInputs &m_inputs;
-    const LocalClock &m_clock;
+    const calc::rules::LocalClock &m_clock;
     std::vector<std::pair<qint64, qint64>> m_nights; ///< from 23:00 of a day of the clock to 06:00 of the next
 };

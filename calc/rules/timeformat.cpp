@@ -2,6 +2,8 @@
 
 #include <QDateTime>
 
+namespace calc::rules {
+
 namespace {
 
 /// How often the format has the letter outside its quoted parts.
@@ -192,3 +194,5 @@ std::optional<WrittenTime> TimeFormat::readIso(const QString &text)
     time->offset = takeOffset(cursor);
     return time->offset && cursor.isAtEnd() ? time : std::nullopt;
 }
+
+} // namespace calc::rules

@@ -6,6 +6,8 @@
 #include <optional>
 #include <vector>
 
+namespace calc::rules {
+
 /// What a text says about a time: what a clock showed, and which clock, if it tells.
 struct WrittenTime {
     QDate date;
@@ -50,3 +52,5 @@ private:
     bool m_hasShortYear;
     std::vector<Section> m_sections; ///< empty for a format of more than numbers
 };
+
+} // namespace calc::rules

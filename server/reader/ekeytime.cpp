@@ -9,7 +9,7 @@ QDate EkeyToday::date()
     constexpr int kMs = 1000;
     const qint64 now = m_clock() / kMs;
     if (!m_day.contains(now))
-        m_day = LocalDay(QDateTime::fromSecsSinceEpoch(now).date());
+        m_day = calc::rules::LocalDay(QDateTime::fromSecsSinceEpoch(now).date());
     return m_day.date();
 }
 
@@ -27,8 +27,8 @@ EkeyTime::Verdict EkeyTime::judge(const QString &field, const QDate &today, qint
         time = written->asUtc() - *written->offset;
     } else {
         if (m_day.date() != written->date)
-            m_day = LocalDay(written->date);
-        const LocalDay::Instants shown = m_day.instantsOf(written->second);
+            m_day = calc::rules::LocalDay(written->date);
+        const calc::rules::LocalDay::Instants shown = m_day.instantsOf(written->second);
         if (shown.isSkipped)
             return {Fault::Wrong};
         time = shown.first < lastAccepted ? shown.second : shown.first;

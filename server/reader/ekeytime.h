@@ -19,7 +19,7 @@ public:
 
 private:
     process::Clock m_clock;
-    LocalDay m_day;
+    calc::rules::LocalDay m_day;
 };
 
 /// Reads and judges the times of the fingerprint reader's file, which are local ones. A file may have millions of them,
@@ -48,8 +48,8 @@ public:
     QString text(qint64 time) const;
 
 private:
-    TimeFormat m_format;
-    LocalDay m_day; ///< of the latest time
+    calc::rules::TimeFormat m_format;
+    calc::rules::LocalDay m_day; ///< of the latest time
 };
 
 } // namespace server::reader

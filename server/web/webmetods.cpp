@@ -150,42 +150,6 @@ QAny readablePairs(const QAny &pairs)
     return pairs;
 }
 
-/// The calculation of one employee's period with the stored settings; Invalid after a fatal error.
-QAny recalc(const QAny &data, bool withPairs, bool withSums)
-{
-    const QString startDate = QStringLiteral("STARTDATE");
-    const QString endDate = QStringLiteral("ENDDATE");
-    QElapsedTimer timer;
-    timer.start();
-    qDebug() << "webMetods::recalc() START";
-    if (!db())
-        return QAny(QAny::Invalid);
-    qDebug() << "DialogCalc3::recalc() allpairs"; // deliberately under the name of the class that packs
-    // Built anew: the page may not bring settings of its own.
-    Calc21 calculation(*db());
-    const calc::rules::CalcResult &calculated = calculation.calculate(QAny{
-        {startDate, data.lookup(startDate).toString()},
-        {endDate, data.lookup(endDate).toString()},
-        {QStringLiteral("USER"), QAny::list({oneUser(data.lookup(QStringLiteral("USER")))})},
-    });
-    if (calculated.isFatal)
-        return QAny(QAny::Invalid);
-
-    QAny result(QAny::Hash);
-    if (withSums) {
-        DialogCalc3 dialog(*db());
-        calc::output::PackedCells cells = calc::output::cellsOf(calculated);
-        result.insert(QStringLiteral("SUM"), dialog.packSum(calculated, cells));
-        result.insert(QStringLiteral("DAYS"), dialog.showSumDays(calculated, cells));
-    }
-    qDebug() << "webMetods::recalc() END";
-    qDebug() << "webMetods::recalc()" << timer.elapsed() << "ms";
-    result.insert(QStringLiteral("ERR"), calc::output::errorRecords(calculated.errors));
-    if (withPairs)
-        result.insert(QStringLiteral("PAIRS"), readablePairs(calc::output::pairRecords(calculated, 0)));
-    return result;
-}
-
 /// Whether a user whose last event of the day is this row stands in the presence list.
 bool isListed(const QAny &row)
 {
@@ -315,9 +279,45 @@ QAny webMetods::getWTime(const QAny &req)
     return answer;
 }
 
+/// The calculation of one employee's period with the stored settings; Invalid after a fatal error.
+QAny webMetods::recalc(const QAny &data, bool withPairs, bool withSums)
+{
+    const QString startDate = QStringLiteral("STARTDATE");
+    const QString endDate = QStringLiteral("ENDDATE");
+    QElapsedTimer timer;
+    timer.start();
+    qDebug() << "webMetods::recalc() START";
+    if (!db())
+        return QAny(QAny::Invalid);
+    qDebug() << "DialogCalc3::recalc() allpairs"; // deliberately under the name of the class that packs
+    // Built anew: the page may not bring settings of its own.
+    Calc21 calculation(*db(), today());
+    const calc::rules::CalcResult &calculated = calculation.calculate(QAny{
+        {startDate, data.lookup(startDate).toString()},
+        {endDate, data.lookup(endDate).toString()},
+        {QStringLiteral("USER"), QAny::list({oneUser(data.lookup(QStringLiteral("USER")))})},
+    });
+    if (calculated.isFatal)
+        return QAny(QAny::Invalid);
+
+    QAny result(QAny::Hash);
+    if (withSums) {
+        DialogCalc3 dialog(*db(), today());
+        calc::output::PackedCells cells = calc::output::cellsOf(calculated);
+        result.insert(QStringLiteral("SUM"), dialog.packSum(calculated, cells));
+        result.insert(QStringLiteral("DAYS"), dialog.showSumDays(calculated, cells));
+    }
+    qDebug() << "webMetods::recalc() END";
+    qDebug() << "webMetods::recalc()" << timer.elapsed() << "ms";
+    result.insert(QStringLiteral("ERR"), calc::output::errorRecords(calculated.errors));
+    if (withPairs)
+        result.insert(QStringLiteral("PAIRS"), readablePairs(calc::output::pairRecords(calculated, 0)));
+    return result;
+}
+
 QAny webMetods::getPresence()
 {
-    const QDateTime midnight = QDate::currentDate().startOfDay();
+    const QDateTime midnight = today().startOfDay();
     const QAny rows = upperCaseRowsOf(presenceSql().arg(midnight.toSecsSinceEpoch()));
     const QString uid = QStringLiteral("UID");
     QAny presence(QAny::List);
@@ -364,7 +364,7 @@ QAny webMetods::addMeta(const QAny &req)
     MetaEvent event;
     event.user = data.lookup(QStringLiteral("ID")).toInteger();
     event.author = event.user;
-    event.timestamp = QDateTime::currentSecsSinceEpoch();
+    event.timestamp = m_clock() / 1000;
     event.accessCode = data.lookup(QStringLiteral("AC")).toString();
     event.type = data.lookup(QStringLiteral("TYPE")).toString();
     event.remark = data.lookup(QStringLiteral("REM")).toString();

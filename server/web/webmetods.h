@@ -1,6 +1,7 @@
 #pragma once
 
 #include "qany.h"
+#include "server/process/clock.h"
 
 #include <QSet>
 #include <QString>
@@ -12,6 +13,9 @@ class QObject;
 class webMetods
 {
 public:
+    /// The clock tells which day today is, and when a hand-entered event was made.
+    explicit webMetods(server::process::Clock clock = server::process::machineTime) : m_clock(std::move(clock)) {}
+
     /// Answers one request. Always a Hash with "data" / "result"; a request of any shape gets an answer.
     /// The peer is only an identity, kept until logOut or removePeer.
     QAny request(const QAny &req, const QObject *peer);
@@ -25,10 +29,14 @@ private:
     QAny getUser(const QAny &req, const QObject *peer, const QString &tag);
     QAny logOut(const QObject *peer, const QString &tag);
     QAny getWTime(const QAny &req);
+    QAny recalc(const QAny &data, bool withPairs, bool withSums);
     QAny getPresence();
     QAny getSaldo(const QAny &req);
     QAny addMeta(const QAny &req);
 
+    QDate today() const { return QDateTime::fromMSecsSinceEpoch(m_clock()).date(); }
+
+    server::process::Clock m_clock;
     QSet<const QObject *> m_peers;
     QSet<QString> m_tags;
 };

@@ -192,7 +192,7 @@ private:
     DemoStore m_store;
     DemoOptions m_options;
     QDate m_firstDay;
-    LocalClock m_clock;
+    calc::rules::LocalClock m_clock;
     DemoRandom m_random;
     std::vector<DemoWorker> m_workers;
 };

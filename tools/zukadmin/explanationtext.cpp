@@ -99,8 +99,6 @@ QString Explanation::scheduleText() const
                       boundsText("ENDB", "ENDE", "leaveBetween", "leaveFrom", "leaveUntil")};
     if (const auto minimum = m_day.scheduled("MINHOURS"))
         parts.append(m_words.text("minimum").arg(wholeMinutes().duration(*minimum)));
-    if (const auto lunch = m_day.scheduled("LUNCH"))
-        parts.append(m_words.text("lunchAllowed").arg(wholeMinutes().duration(*lunch)));
     parts.removeAll(QString());
     for (QString &part : parts)
         part = unbroken(part);

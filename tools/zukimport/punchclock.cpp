@@ -19,7 +19,8 @@ PunchClock::Reading PunchClock::read(const QString &text, qint64 notBefore) cons
         const qint64 seconds = text.toLongLong(&ok);
         return ok && seconds > 0 ? Reading{Exact, seconds} : Reading{};
     }
-    auto written = m_format.text() == QLatin1String("iso") ? TimeFormat::readIso(text) : m_format.read(text);
+    auto written =
+        m_format.text() == QLatin1String("iso") ? calc::rules::TimeFormat::readIso(text) : m_format.read(text);
     if (!written)
         return {};
     if (m_format.hasShortYear() && written->date.year() < kFirstYear)
@@ -31,14 +32,14 @@ PunchClock::Reading PunchClock::read(const QString &text, qint64 notBefore) cons
 
 qint64 PunchClock::startOfDay(QDate date) const
 {
-    return LocalDay(date, m_zone).begin();
+    return calc::rules::LocalDay(date, m_zone).begin();
 }
 
 PunchClock::Reading PunchClock::fromLocal(QDate date, int secondOfDay, qint64 notBefore) const
 {
     if (m_day.date() != date)
-        m_day = LocalDay(date, m_zone);
-    const LocalDay::Instants shown = m_day.instantsOf(secondOfDay);
+        m_day = calc::rules::LocalDay(date, m_zone);
+    const calc::rules::LocalDay::Instants shown = m_day.instantsOf(secondOfDay);
     if (shown.isSkipped)
         return {Skipped, 0};
     if (!shown.isTwice())

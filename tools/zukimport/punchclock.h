@@ -39,9 +39,9 @@ public:
 private:
     Reading fromLocal(QDate date, int secondOfDay, qint64 notBefore) const;
 
-    TimeFormat m_format;
+    calc::rules::TimeFormat m_format;
     QTimeZone m_zone;
-    mutable LocalDay m_day; ///< of the latest punch: they come day by day
+    mutable calc::rules::LocalDay m_day; ///< of the latest punch: they come day by day
 };
 
 } // namespace tools::zukimport
