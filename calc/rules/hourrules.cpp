@@ -26,25 +26,23 @@ std::optional<Idle> isLeftAlone(const RuleSettings &settings, const WorkDay &day
     return isRuledOut(settings, day.facts()) ? std::optional(Idle::FreeDay) : std::nullopt;
 }
 
-/// The same for a check that needs a schedule with a time, the key of which is no switch of its own.
+/// The same for a check that needs these times of the schedule.
 std::optional<Idle> isLeftAlone(const RuleSettings &settings, const WorkDay &day, bool isOn,
-                                ScheduleTime DaySchedule::*time)
+                                std::initializer_list<ScheduleTime DaySchedule::*> times)
 {
-    const bool isMissing = day.schedule() && !(day.schedule()->*time);
-    if (day.facts().isFuture || !isOn || isMissing)
-        return isLeftAlone(settings, day, false);
-    return day.schedule() ? isLeftAlone(settings, day, true) : std::optional(Idle::NoSchedule);
+    for (const auto time : times)
+        isOn = isOn && (!day.schedule() || day.schedule()->*time);
+    const auto why = isLeftAlone(settings, day, isOn);
+    const bool isLooked = !why || *why == Idle::FreeDay;
+    return isLooked && !day.schedule() ? std::optional(Idle::NoSchedule) : why;
 }
 
 } // namespace
 
 Idle emptyDay(const RuleSettings &settings, WorkDay &day)
 {
-    const auto why = isLeftAlone(settings, day, settings.showEmptyDays);
-    if (why && *why != Idle::FreeDay)
+    if (const auto why = isLeftAlone(settings, day, settings.showEmptyDays, {}))
         return *why;
-    if (!day.schedule())
-        return Idle::NoSchedule;
     if (!day.facts().isWorkingDay())
         return Idle::FreeDay;
     if (day.workTime() == 0)
@@ -63,7 +61,7 @@ Idle tooManyHours(const RuleSettings &settings, WorkDay &day)
 
 Idle tooFewHours(const RuleSettings &settings, WorkDay &day)
 {
-    if (const auto why = isLeftAlone(settings, day, settings.lowSaldo, &DaySchedule::minHours))
+    if (const auto why = isLeftAlone(settings, day, settings.lowSaldo, {&DaySchedule::minHours}))
         return *why;
     if (day.facts().isFree)
         return Idle::FreeDay;
@@ -74,7 +72,7 @@ Idle tooFewHours(const RuleSettings &settings, WorkDay &day)
 
 Idle tooManyFreeHours(const RuleSettings &settings, WorkDay &day)
 {
-    if (const auto why = isLeftAlone(settings, day, settings.tooManyFreeHours, &DaySchedule::freeHours))
+    if (const auto why = isLeftAlone(settings, day, settings.tooManyFreeHours, {&DaySchedule::freeHours}))
         return *why;
     if (day.facts().privateAbsence > *day.schedule()->freeHours)
         day.warn(kTooManyFreeHours, "FREEHOURS");
@@ -83,11 +81,10 @@ Idle tooManyFreeHours(const RuleSettings &settings, WorkDay &day)
 
 Idle tooManyOverhours(const RuleSettings &settings, WorkDay &day)
 {
-    if (const auto why = isLeftAlone(settings, day, settings.tooManyOverhours, &DaySchedule::overtime))
+    if (const auto why =
+            isLeftAlone(settings, day, settings.tooManyOverhours, {&DaySchedule::minHours, &DaySchedule::overtime}))
         return *why;
     const DaySchedule &schedule = *day.schedule();
-    if (!schedule.minHours)
-        return Idle::Off;
     if (day.workTime() > *schedule.minHours + *schedule.overtime)
         day.warn(kTooManyOverhours, "OVERTIME");
     return Idle::BelowLimit;

@@ -54,12 +54,12 @@ Idle lunch(const RuleSettings &settings, WorkDay &day)
 
 Idle lunchCompensation(const RuleSettings &settings, WorkDay &day)
 {
-    if (!settings.compensateLunch)
+    if (!settings.compensateLunch || (day.schedule() && !day.schedule()->endE))
         return Idle::Off;
     if (const auto why = isLunchLeftAlone(settings, day.facts()))
         return *why;
     const qint64 excess = excessOf(day.facts());
-    if (excess < 1 || !day.out() || !day.schedule()->endE)
+    if (excess < 1 || !day.out())
         return Idle::NothingToDo;
     if (excess > day.out()->instant - day.shown(*day.schedule()->endE).instant)
         return Idle::BelowLimit;

@@ -9,6 +9,12 @@ const QString kLateArrival = QStringLiteral("Prepozen prihod %1 %2");
 const QString kEarlyDeparture = QStringLiteral("Prezgoden odhod");
 const QString kLateDeparture = QStringLiteral("Prepozen odhod");
 
+/// Whether a warning is on and the schedule, where there is one, has its time.
+bool isChecked(bool isOn, const WorkDay &day, ScheduleTime DaySchedule::*time)
+{
+    return isOn && (!day.schedule() || day.schedule()->*time);
+}
+
 std::optional<Idle> isLeftAlone(const RuleSettings &settings, const WorkDay &day, bool isOn)
 {
     if (!isOn)
@@ -24,7 +30,9 @@ std::optional<Idle> isLeftAlone(const RuleSettings &settings, const WorkDay &day
 
 Idle arrivalWarning(const RuleSettings &settings, WorkDay &day)
 {
-    if (const auto why = isLeftAlone(settings, day, settings.earlyArrival || settings.lateArrival))
+    const bool isOn = isChecked(settings.earlyArrival, day, &DaySchedule::startB) ||
+                      isChecked(settings.lateArrival, day, &DaySchedule::startE);
+    if (const auto why = isLeftAlone(settings, day, isOn))
         return *why;
     const DaySchedule &schedule = *day.schedule();
     const qint64 in = day.in()->clock;
@@ -43,7 +51,9 @@ Idle arrivalWarning(const RuleSettings &settings, WorkDay &day)
 
 Idle departureWarning(const RuleSettings &settings, WorkDay &day)
 {
-    if (const auto why = isLeftAlone(settings, day, settings.earlyExit || settings.lateExit))
+    const bool isOn =
+        isChecked(settings.earlyExit, day, &DaySchedule::endB) || isChecked(settings.lateExit, day, &DaySchedule::endE);
+    if (const auto why = isLeftAlone(settings, day, isOn))
         return *why;
     const DaySchedule &schedule = *day.schedule();
     const qint64 out = day.out()->clock;

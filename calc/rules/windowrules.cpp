@@ -23,10 +23,16 @@ constexpr char kKeepsAfter[] = "SALDO/NWOUTOUT";
 
 constexpr int kThirdShift = 3;
 
-std::optional<Idle> isLeftAlone(const RuleSettings &settings, const WorkDay &day)
+/// Why a rule leaves the day alone that needs these times of the schedule; nothing where it looks at it.
+std::optional<Idle> isLeftAlone(const RuleSettings &settings, const WorkDay &day,
+                                std::initializer_list<ScheduleTime DaySchedule::*> times)
 {
     if (!day.schedule())
         return Idle::NoSchedule;
+    for (const auto time : times) {
+        if (!(day.schedule()->*time))
+            return Idle::Off;
+    }
     return isRuledOut(settings, day.facts()) ? std::optional(Idle::FreeDay) : std::nullopt;
 }
 
@@ -80,7 +86,7 @@ Idle workBeforeWindow(const RuleSettings &settings, WorkDay &day)
     traceWholePairs(day, seconds);
     if (settings.keepWorkBefore)
         return Idle::Off;
-    if (const auto why = isLeftAlone(settings, day))
+    if (const auto why = isLeftAlone(settings, day, {}))
         return *why;
     if (seconds == 0)
         return Idle::NothingToDo;
@@ -95,7 +101,7 @@ Idle workAfterWindow(const RuleSettings &settings, WorkDay &day)
     traceWholePairs(day, seconds);
     if (settings.keepWorkAfter)
         return Idle::Off;
-    if (const auto why = isLeftAlone(settings, day))
+    if (const auto why = isLeftAlone(settings, day, {}))
         return *why;
     if (seconds == 0)
         return Idle::NothingToDo;
@@ -108,11 +114,9 @@ Idle delayCompensation(const RuleSettings &settings, WorkDay &day)
 {
     if (!settings.compensateDelay)
         return Idle::Off;
-    if (const auto why = isLeftAlone(settings, day))
+    if (const auto why = isLeftAlone(settings, day, {&DaySchedule::startE, &DaySchedule::endE}))
         return *why;
     const DaySchedule &schedule = *day.schedule();
-    if (!schedule.startE || !schedule.endE)
-        return Idle::Off;
     if (!day.in())
         return Idle::NothingToDo;
     const qint64 delay = day.in()->instant - day.shown(*schedule.startE).instant;
@@ -131,10 +135,8 @@ Idle delayCompensation(const RuleSettings &settings, WorkDay &day)
 
 Idle earlyArrival(const RuleSettings &settings, WorkDay &day)
 {
-    if (const auto why = isLeftAlone(settings, day))
+    if (const auto why = isLeftAlone(settings, day, {&DaySchedule::startB}))
         return *why;
-    if (!day.schedule()->startB)
-        return Idle::Off;
     if (!day.in())
         return Idle::NothingToDo;
     const Moment start = day.shown(*day.schedule()->startB);
@@ -155,10 +157,8 @@ Idle earlyArrival(const RuleSettings &settings, WorkDay &day)
 
 Idle lateDeparture(const RuleSettings &settings, WorkDay &day)
 {
-    if (const auto why = isLeftAlone(settings, day))
+    if (const auto why = isLeftAlone(settings, day, {&DaySchedule::endE}))
         return *why;
-    if (!day.schedule()->endE)
-        return Idle::Off;
     if (!day.out())
         return Idle::NothingToDo;
     const Moment end = day.shown(*day.schedule()->endE);
@@ -187,7 +187,7 @@ Idle compensatedDelay(const RuleSettings &settings, WorkDay &day)
 {
     if (!settings.compensateDelay || !settings.keepWorkAfter)
         return Idle::Off;
-    if (const auto why = isLeftAlone(settings, day))
+    if (const auto why = isLeftAlone(settings, day, {&DaySchedule::startE, &DaySchedule::endE}))
         return *why;
     if (!day.isCompensated() || day.extra() <= 0)
         return Idle::NothingToDo;
