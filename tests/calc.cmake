@@ -1,7 +1,11 @@
+# Events, schedules and settings in memory, told in a few words, and what the calculation makes of them.
+add_library(zuk_calcrows STATIC calcrows.cpp)
+target_include_directories(zuk_calcrows PUBLIC ${CMAKE_CURRENT_SOURCE_DIR})
+target_link_libraries(zuk_calcrows PUBLIC zuk_calc_input Qt5::Test)
+
 # A site with attendance tables that the calculation's tests fill by a few words.
 add_library(zuk_calcsite STATIC calcsite.cpp)
-target_include_directories(zuk_calcsite PUBLIC ${CMAKE_CURRENT_SOURCE_DIR})
-target_link_libraries(zuk_calcsite PUBLIC zuk_calc zuk_storage Qt5::Test)
+target_link_libraries(zuk_calcsite PUBLIC zuk_calcrows zuk_calc)
 target_compile_definitions(zuk_calcsite PRIVATE ZUK_SCHEMA_FILE="${CMAKE_SOURCE_DIR}/packaging/attendance-schema.sql")
 
 foreach(name inputs pairing dayrules summaries packing)

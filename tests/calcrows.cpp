@@ -1,0 +1,372 @@
+#include "calcrows.h"
+
+#include "calc/input/readrange.h"
+#include "calc/input/rulesettingstext.h"
+#include "calc/input/scheduletext.h"
+#include "calc/input/settingsstore.h"
+#include "calc/rules/summaries.h"
+
+#include <QDateTime>
+#include <QRegularExpression>
+
+#include <algorithm>
+
+using namespace calc::rules;
+using calc::input::ReadRange;
+
+namespace {
+
+QAny scalar(const QString &text)
+{
+    if (text.startsWith('\''))
+        return text.mid(1, text.size() - 2);
+    bool ok = false;
+    if (const qint64 number = text.toLongLong(&ok); ok)
+        return number;
+    if (const double number = text.toDouble(&ok); ok)
+        return number;
+    return text;
+}
+
+QAny scheduleHash(const QString &script)
+{
+    QAny shifts(QAny::Hash);
+    for (const QString &part : script.split('|', Qt::SkipEmptyParts)) {
+        static const QRegularExpression head("^\\s*(IZM\\d)?\\s*(?:(\\d)-(\\d))?\\s*(.*)$");
+        const auto match = head.match(part);
+        const QString shift = match.captured(1).isEmpty() ? "IZM1" : match.captured(1);
+        const int first = match.captured(2).isEmpty() ? 1 : match.captured(2).toInt();
+        const int last = match.captured(3).isEmpty() ? 7 : match.captured(3).toInt();
+        for (int day = first; day <= last; ++day)
+            shifts[shift][QString::number(day)] = keyValues(match.captured(4), true);
+    }
+    return shifts;
+}
+
+bool isStoredAsItIs(const QString &script)
+{
+    return script.isEmpty() || script.startsWith('{') || script.startsWith('[');
+}
+
+QString shortened(QString text)
+{
+    if (text.count(':') == 2 && text.endsWith(":00"))
+        text.chop(3);
+    return text;
+}
+
+QString clockText(qint64 time, const char *format)
+{
+    return time == 0 ? QString() : shortened(QDateTime::fromSecsSinceEpoch(time).toString(format));
+}
+
+std::optional<qint64> amount(const Amounts &row, const QString &column)
+{
+    // In the order of the enumeration Category.
+    static const QStringList categories =
+        QString("DELO DOPUST IZRDOPUST BOLNIŠKA DRUGO SALDOURE SLUŽBENO ZASEBNO MALICA ODDOMA TEREN").split(' ');
+    static const QHash<QString, qint64 Amounts::*> others{{"NOČNO", &Amounts::night},
+                                                          {"PRISOTNOST", &Amounts::presence},
+                                                          {"DELDAN", &Amounts::workdays},
+                                                          {"PRAZNIK", &Amounts::holiday},
+                                                          {"DELPONSOB", &Amounts::workToSaturday},
+                                                          {"DELSOB", &Amounts::workOnSaturday},
+                                                          {"DELNED", &Amounts::workOnSunday},
+                                                          {"DELPRA", &Amounts::workOnHoliday},
+                                                          {"SKUPAJ", &Amounts::total},
+                                                          {"PLUSMINUS", &Amounts::plusMinus}};
+    if (column == "SALDO")
+        return row.saldo;
+    if (others.contains(column))
+        return row.*others[column];
+    const int category = categories.indexOf(column);
+    if (category < 0)
+        qFatal("CalcRun: no column %s", qPrintable(column));
+    return row.categories[static_cast<size_t>(category)];
+}
+
+QString amountTexts(const Amounts &row, const QString &columns)
+{
+    QStringList texts;
+    for (const QString &column : columns.split(' '))
+        texts += duration(amount(row, column));
+    return texts.join(' ');
+}
+
+QString codeText(CalcErrors::Code code)
+{
+    static const char *const texts[] = {"NAP", "ATP", "OPC", "OPO", "SPO"};
+    return texts[static_cast<size_t>(code)];
+}
+
+} // namespace
+
+qint64 seconds(const QString &text)
+{
+    const bool negative = text.startsWith('-');
+    const QStringList parts = text.mid(negative ? 1 : 0).split(':');
+    const qint64 value =
+        parts.value(0).toLongLong() * 3600 + parts.value(1).toLongLong() * 60 + parts.value(2).toLongLong();
+    return negative ? -value : value;
+}
+
+QString duration(std::optional<qint64> value)
+{
+    if (!value)
+        return "-";
+    const QTime rest = QTime(0, 0).addSecs(static_cast<int>(qAbs(*value) % 3600));
+    return (*value < 0 ? "-" : "") + shortened(QString::number(qAbs(*value) / 3600) + rest.toString(":mm:ss"));
+}
+
+QDate date(const QString &text)
+{
+    return QDate::fromString(text, "d.M.yyyy");
+}
+
+qint64 midnight(const QString &text)
+{
+    return date(text).startOfDay().toSecsSinceEpoch();
+}
+
+qint64 instant(const QString &text)
+{
+    const QString time = text.section(' ', 1);
+    return midnight(text.section(' ', 0, 0)) + (time.isEmpty() ? 0 : seconds(time));
+}
+
+QAny keyValues(const QString &script, bool asTexts)
+{
+    QAny hash(QAny::Hash);
+    for (const QString &item : script.split(' ', Qt::SkipEmptyParts)) {
+        const QString name = item.section('=', 0, 0);
+        const QAny value = asTexts ? QAny(item.section('=', 1)) : scalar(item.section('=', 1));
+        if (!name.contains('/'))
+            hash[name] = value;
+        else
+            hash[name.section('/', 0, 0)][name.section('/', 1)] = value;
+    }
+    return hash;
+}
+
+QString settingsText(const QString &script)
+{
+    return isStoredAsItIs(script) ? script : keyValues(script).toJson();
+}
+
+QString scheduleText(const QString &script)
+{
+    return isStoredAsItIs(script) ? script : scheduleHash(script).toJson();
+}
+
+std::vector<ScriptedEvent> scriptedEvents(const QString &script)
+{
+    std::vector<ScriptedEvent> events;
+    QString day = "2.3.2026";
+    for (const QString &item : script.split(';', Qt::SkipEmptyParts)) {
+        QStringList words = item.split(' ', Qt::SkipEmptyParts);
+        if (words.value(0).count('.') == 2)
+            day = words.takeFirst();
+        if (words.isEmpty())
+            continue;
+        QString time = words.value(0);
+        const bool utc = time.endsWith('Z');
+        const QTime ofDay = QTime(0, 0).addSecs(static_cast<int>(seconds(time.remove('Z'))));
+        const QString code = words.value(1).section('/', 0, 0);
+        const QString type = words.value(1).section('/', 1);
+        events.push_back({QDateTime(date(day), ofDay, utc ? Qt::UTC : Qt::LocalTime).toSecsSinceEpoch(),
+                          code.startsWith('=') ? code.mid(1) : code + ":Ime", type.isEmpty() ? "EV" : type});
+    }
+    return events;
+}
+
+QString pairText(qint64 day, qint64 arrival, qint64 departure, const QString &code, qint64 length, qint64 beyond)
+{
+    return QString("%1 %2-%3 %4 %5 %6")
+        .arg(clockText(day, "d.M."), clockText(arrival, "HH:mm:ss"), clockText(departure, "HH:mm:ss"), code,
+             duration(length), beyond == 0 ? QString() : "NW " + duration(beyond))
+        .simplified();
+}
+
+QString errorText(const QString &code, const QString &text, qint64 user, qint64 day)
+{
+    return QString("%1 %2 %3 %4")
+        .arg(code, text, user == 0 ? QString() : QString::number(user), clockText(day, "d.M."))
+        .simplified();
+}
+
+const EmployeeResult &CalcRun::of(qint64 user) const
+{
+    for (size_t i = 0; i < result.employees.size(); ++i) {
+        if (result.inputs.employees[i].user == user)
+            return result.employees[i];
+    }
+    qFatal("CalcRun: no employee %lld", user);
+}
+
+const DayResult &CalcRun::day(const QString &day, qint64 user) const
+{
+    const Period &period = result.inputs.period;
+    const int number = period.clock.dayOf(date(day));
+    if (!period.containsDay(number))
+        qFatal("CalcRun: %s is outside the period", qPrintable(day));
+    return of(user).days[static_cast<size_t>(number - period.firstDay)];
+}
+
+QString CalcRun::values(const QString &day, qint64 user) const
+{
+    const DayValues &values = this->day(day, user).after;
+    const QString times = values.in ? duration(values.in->clock) + '-' + duration(values.out->clock) : QString('-');
+    return times + ' ' + duration(values.workTime);
+}
+
+QString CalcRun::remarks(const QString &day, qint64 user) const
+{
+    return this->day(day, user).remarks.join("; ");
+}
+
+QString CalcRun::pairs(qint64 user) const
+{
+    QStringList texts;
+    for (const Pair &pair : of(user).pairing.pairs)
+        texts += pairText(result.inputs.period.clock.midnight(pair.day), pair.arrival.timestamp,
+                          pair.departure.timestamp, pair.departure.code.text(), pair.length(), pair.outsideDay);
+    return texts.join("; ");
+}
+
+QString CalcRun::errors(const QString &codes) const
+{
+    QStringList texts;
+    for (const CalcErrors::Entry &error : result.errors.entries()) {
+        if (codes.split(' ').contains(codeText(error.code)))
+            texts += errorText(codeText(error.code), error.text, error.user, error.date);
+    }
+    texts.sort();
+    return texts.join('|');
+}
+
+QString CalcRun::amounts(const QString &day, const QString &columns, qint64 user) const
+{
+    return amountTexts(this->day(day, user).amountsAfter(), columns);
+}
+
+QString CalcRun::sums(const QString &columns, qint64 user) const
+{
+    return amountTexts(of(user).sums, columns);
+}
+
+CalcRows::CalcRows(const QString &script, const QString &schedule, const QString &settings)
+{
+    employee(1, "Novak Ana", schedule, settings);
+    events(1, script);
+}
+
+void CalcRows::employee(qint64 id, const QString &name, const QString &schedule, const QString &settings)
+{
+    Employee employee;
+    employee.user = id;
+    employee.name = name;
+    employee.emplId = QString("E%1").arg(id);
+    employee.group = "A";
+    employee.rules = calc::input::readRuleSettings(settingsText(settings));
+    employee.schedule = calc::input::readSchedule(scheduleText(schedule)).schedule;
+    m_employees.push_back(employee);
+}
+
+Employee &CalcRows::of(qint64 user)
+{
+    const auto found = std::find_if(m_employees.begin(), m_employees.end(),
+                                    [user](const Employee &employee) { return employee.user == user; });
+    if (found == m_employees.end())
+        qFatal("CalcRows: no employee %lld", user);
+    return *found;
+}
+
+void CalcRows::events(qint64 user, const QString &script)
+{
+    addEvents(user, script, false);
+}
+
+void CalcRows::handEntered(qint64 user, const QString &script)
+{
+    addEvents(user, script, true);
+}
+
+void CalcRows::addEvents(qint64 user, const QString &script, bool isMeta)
+{
+    for (const ScriptedEvent &scripted : scriptedEvents(script)) {
+        Event event;
+        event.id = ++m_lastId;
+        event.stored = scripted.timestamp;
+        event.isMeta = isMeta;
+        event.accessCode = scripted.accessCode;
+        event.code = AccessCode(event.accessCode);
+        event.type = isMeta && kindOf(scripted.type) == EventKind::Other ? "ME" : scripted.type;
+        event.kind = kindOf(event.type);
+        event.remark = "opomba";
+        of(user).events.push_back(event);
+    }
+}
+
+void CalcRows::holiday(const QString &day, const QString &text)
+{
+    m_holidays.emplace_back(date(day), text);
+}
+
+void CalcRows::assign(const QString &from, const QString &to, const QString &shift, const QString &columns)
+{
+    const QAny extra = keyValues(columns, true);
+    Assignment row;
+    row.id = extra.contains("ID") ? extra.lookup("ID").toInteger() : ++m_lastId;
+    row.hasHour = extra.contains("FHOUR");
+    row.group = extra.contains("RGROUP") ? extra.lookup("RGROUP").toString() : "A";
+    row.emplId = extra.lookup("EMPLID").toString();
+    row.preraz = shift;
+    m_shifts.push_back({date(from), date(to), row});
+}
+
+CalcInputs CalcRows::inputs(const QString &from, const QString &to, const QString &settings) const
+{
+    CalcInputs inputs;
+    inputs.settings = calc::input::settingsFromHash(keyValues(settings));
+    inputs.period = ReadRange::periodOf(date(from), date(to), inputs.settings);
+    inputs.doubleTapSeconds = doubleTapSeconds;
+    const LocalClock &clock = inputs.period.clock;
+    inputs.today = clock.dayOf(today);
+    const ReadRange range = ReadRange::of(inputs.period, inputs.settings);
+    const int firstPlanned = clock.dayOf(range.firstPlanned);
+    const int lastPlanned = clock.dayOf(range.lastPlanned);
+
+    std::vector<Assignment> assignments;
+    for (const Shift &shift : m_shifts) {
+        Assignment row = shift.assignment;
+        row.firstDay = clock.dayOf(shift.from);
+        row.lastDay = clock.dayOf(shift.to);
+        if (row.firstDay <= lastPlanned && row.lastDay >= firstPlanned)
+            assignments.push_back(row);
+    }
+    inputs.plan = ShiftPlan(assignments, clock.dayCount());
+    inputs.holidays.resize(static_cast<size_t>(clock.dayCount()));
+    for (const auto &[day, text] : m_holidays) {
+        if (const int number = clock.dayOf(day); number >= firstPlanned && number <= lastPlanned)
+            inputs.holidays[static_cast<size_t>(number)] = text;
+    }
+    inputs.employees = m_employees;
+    for (Employee &employee : inputs.employees) {
+        const auto isUnread = [&range](const Event &event) {
+            return event.stored < range.firstEvent || event.stored > range.lastEvent;
+        };
+        employee.events.erase(std::remove_if(employee.events.begin(), employee.events.end(), isUnread),
+                              employee.events.end());
+    }
+    return inputs;
+}
+
+CalcRun CalcRows::run(const QString &from, const QString &to, const QString &settings, bool isExplained) const
+{
+    CalcInputs given = inputs(from, to, settings);
+    CalcErrors errors;
+    completeEvents(given);
+    checkEvents(given, errors);
+    CalcParse21::prepackPreraz(given);
+    return CalcRun(calculate(std::move(given), std::move(errors), isExplained));
+}
