@@ -101,6 +101,54 @@ QString codeText(CalcErrors::Code code)
 
 } // namespace
 
+std::vector<TableRow> tableRows(const char *table)
+{
+    std::vector<TableRow> rows;
+    std::vector<std::pair<QString, QString>> words{
+        {"$day", kDay}, {"$night", kNight}, {"$lunch", kLunchAt11}, {"$warnings", kWarnings}};
+    TableRow row;
+    for (QString line : QString::fromUtf8(table).replace("\\\n", " ").split('\n', Qt::SkipEmptyParts)) {
+        if (line.startsWith("//"))
+            continue;
+        for (const auto &[word, text] : words)
+            line.replace(word, text);
+        QStringList cells = line.split(line.startsWith("$") ? " = " : " | ");
+        for (QString &cell : cells)
+            cell = cell.simplified();
+        const QString first = cells.takeFirst();
+        if (first.startsWith('$')) {
+            words.emplace_back(first, cells.value(0));
+        } else if (first.startsWith("# ")) {
+            row.group = first.mid(2);
+            row.common = cells.value(0);
+        } else {
+            row.name = first;
+            row.cells = cells;
+            rows.push_back(row);
+        }
+    }
+    return rows;
+}
+
+int addGroup(const std::vector<TableRow> &rows, const QString &group)
+{
+    int added = 0;
+    for (const TableRow &row : rows) {
+        if (row.group != group)
+            continue;
+        addRow(qPrintable(group + ": " + row.name), row);
+        ++added;
+    }
+    return added;
+}
+
+void addTable(const char *table)
+{
+    columns<TableRow>("row");
+    for (const TableRow &row : tableRows(table))
+        addRow(qPrintable(row.group.isEmpty() ? row.name : row.group + ": " + row.name), row);
+}
+
 qint64 seconds(const QString &text)
 {
     const bool negative = text.startsWith('-');
@@ -161,20 +209,29 @@ QString scheduleText(const QString &script)
 std::vector<ScriptedEvent> scriptedEvents(const QString &script)
 {
     std::vector<ScriptedEvent> events;
-    QString day = "2.3.2026";
+    QDate day(2026, 3, 2);
+    const auto add = [&events](QDate on, QString time, const QString &code, const QString &type) {
+        const Qt::TimeSpec zone = time.endsWith('Z') ? Qt::UTC : Qt::LocalTime;
+        const QTime ofDay = QTime(0, 0).addSecs(static_cast<int>(seconds(time.remove('Z'))));
+        events.push_back({QDateTime(on, ofDay, zone).toSecsSinceEpoch(),
+                          code.startsWith('=') ? code.mid(1) : code + ":Ime", type.isEmpty() ? "EV" : type});
+    };
     for (const QString &item : script.split(';', Qt::SkipEmptyParts)) {
         QStringList words = item.split(' ', Qt::SkipEmptyParts);
         if (words.value(0).count('.') == 2)
-            day = words.takeFirst();
+            day = date(words.takeFirst());
         if (words.isEmpty())
             continue;
-        QString time = words.value(0);
-        const bool utc = time.endsWith('Z');
-        const QTime ofDay = QTime(0, 0).addSecs(static_cast<int>(seconds(time.remove('Z'))));
         const QString code = words.value(1).section('/', 0, 0);
         const QString type = words.value(1).section('/', 1);
-        events.push_back({QDateTime(date(day), ofDay, utc ? Qt::UTC : Qt::LocalTime).toSecsSinceEpoch(),
-                          code.startsWith('=') ? code.mid(1) : code + ":Ime", type.isEmpty() ? "EV" : type});
+        if (!words[0].contains('-')) {
+            add(day, words[0], code, type);
+            continue;
+        }
+        const QString from = words[0].section('-', 0, 0);
+        const QString to = words[0].section('-', 1);
+        add(day, from, "101", type);
+        add(day.addDays(seconds(to) > seconds(from) ? 0 : 1), to, code.isEmpty() ? "102" : code, type);
     }
     return events;
 }

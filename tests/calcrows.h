@@ -13,6 +13,9 @@
 // The usual day, open from 6:00 to 16:00, and the usual night, from 21:00 to 7:00. On all seven days unless told.
 constexpr char kDay[] = "STARTB=6:00 STARTE=8:00 ENDB=14:00 ENDE=16:00 MINHOURS=8:00 LUNCH=0:30 PLUNCH=0:05";
 constexpr char kNight[] = "STARTB=21:00 STARTE=22:00 ENDB=5:00 ENDE=7:00 MINHOURS=8:00";
+constexpr char kLunchAt11[] = "STARTB=6:00 STARTE=8:00 ENDB=14:00 ENDE=16:00 MINHOURS=8:00 LUNCH=0:30 PLUNCH=0:05 "
+                              "ALUNCH=1 ALUNCHSTART=11:00";
+constexpr char kWarnings[] = "WAR/EARLYARRWAR=1 WAR/LATEARRWAR=1 WAR/EARLYEXITWAR=1 WAR/LATEEXITWAR=1";
 constexpr char kNoRules[] = "WAR/LATEARRWAR=0";
 
 template <typename... Types, typename... Names> void columns(Names... names)
@@ -24,6 +27,27 @@ template <typename... Cells> void addRow(const char *name, const Cells &...cells
 {
     (QTest::newRow(name) << ... << cells);
 }
+
+/// A row of a test's table.
+struct TableRow {
+    QString group;
+    QString common; ///< what the group's rows have in common
+    QString name;
+    QStringList cells;
+
+    /// Empty behind the last one.
+    QString operator[](int cell) const { return cells.value(cell); }
+};
+Q_DECLARE_METATYPE(TableRow)
+
+/// The rows of a table, one a line: "name | cell | cell". "# group | common" begins a group, "//" a comment; "$word =
+/// text" says what stands for a word from there on, and $day, $night and $lunch stand for their schedules, $warnings
+/// for all four of them. A line that ends with a backslash goes on with the next one.
+std::vector<TableRow> tableRows(const char *table);
+/// Makes the rows of one group the test's, in its column "row"; how many.
+int addGroup(const std::vector<TableRow> &rows, const QString &group);
+/// Makes the whole table the test's, in the column "row".
+void addTable(const char *table);
 
 /// "7:30", "-0:30:15" or "170:00" in seconds.
 qint64 seconds(const QString &text);
@@ -50,7 +74,8 @@ struct ScriptedEvent {
     QString type;
 };
 /// "2.3.2026 07:00 101; 15:00 102/MP; …": the date holds until the next one; times with a "Z" are UTC. Each code
-/// gets a name behind it (101:Ime) unless it begins with "=". Type EV unless told.
+/// gets a name behind it (101:Ime) unless it begins with "=". Type EV unless told. "11-11:30 103/MP" is an arrival and
+/// the departure that closes it, code 102 unless told, on the next day where its time is not the later one.
 std::vector<ScriptedEvent> scriptedEvents(const QString &script);
 
 /// "2.3. 07:00-15:00 102 8:00", seconds only where there are some, and "NW 6:00" where a part was measured. Times are
