@@ -9,7 +9,7 @@ target_link_libraries(zuk_calcsite PUBLIC zuk_calcrows zuk_calc)
 target_compile_definitions(zuk_calcsite PRIVATE ZUK_SCHEMA_FILE="${CMAKE_SOURCE_DIR}/packaging/attendance-schema.sql")
 
 # Rows in memory; those that also look at the file or at the records link the site.
-foreach(name dayrules)
+foreach(name dayrules periods)
     zuk_test(tst_calc_${name} zuk_calcrows)
 endforeach()
 foreach(name inputs pairing summaries packing)
