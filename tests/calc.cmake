@@ -12,6 +12,6 @@ target_compile_definitions(zuk_calcsite PRIVATE ZUK_SCHEMA_FILE="${CMAKE_SOURCE_
 foreach(name dayrules periods)
     zuk_test(tst_calc_${name} zuk_calcrows)
 endforeach()
-foreach(name inputs users settings pairing summaries packing)
+foreach(name inputs users settings pairing summaries packing explanation dayaccounts)
     zuk_test(tst_calc_${name} zuk_calcsite zuk_calc)
 endforeach()
