@@ -11,8 +11,6 @@
 #include <QFile>
 #include <QPointer>
 
-using server::check::CheckService;
-
 namespace {
 
 AdminCheckService *theService = nullptr;

@@ -6,8 +6,6 @@
 #include <QDebug>
 #include <QFileInfo>
 
-using server::check::CheckService;
-
 namespace {
 
 TerminalCheckService *theService = nullptr;

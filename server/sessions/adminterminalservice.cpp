@@ -3,7 +3,6 @@
 #include "knetrpc/rpccontroller.h"
 
 using server::sessions::TerminalRole;
-using server::sessions::TerminalService;
 
 namespace {
 
