@@ -158,8 +158,8 @@ void TestCalcExplanation::stepsNameTheirSettings_data()
          "tooFewHours MINHOURS='8:00' Premalo delovnih ur!"});
     row("a value as it is stored", kShift, "SALDO/MSXHOURS=1 SALDO/MAXHOURSLIM='7.5'",
         {"maximumHours DC 8:00-7:30 SALDO/MAXHOURSLIM='7.5' Maksimalne ure delovnega časa"});
-    row("a value that is not stored", "07:00 101; 16:30 102", "SALDO/NWOUTOUT=1",
-        {"lateDeparture OVERTIME/TRHOUT=null delo izven urnika ODH-INT"});
+    row("work that counts after the schedule", "07:00 101; 16:30 102", "SALDO/NWOUTOUT=1",
+        {"lateDeparture SALDO/NWOUTOUT=1 delo izven urnika ODH-INT"});
     row("the floor is a step without a setting", "07:01 101; 07:05 102",
         "SALDO/ARRINT=1 SALDO/ARRINTIN=1 SALDO/ARRINT60=1",
         {"arrivalRounding IN 7:01-8:00 SALDO/ARRINT60=1 Kompenzacija zamude IN",
@@ -191,6 +191,14 @@ void TestCalcExplanation::idleRulesSayWhy_data()
     const QString meta = "07:00 101/MP; 15:00 102/MP";
     const QString notMonday = QString("2-7 ") + kDay;
     const QString warned = "WAR/LATEARRWAR=1";
+    const QString saturday = "7.3.2026";
+    row("no start, on a free day", "earlyArrival off", kNoRules, "ENDE=16:00", saturday);
+    row("no end, on a free day", "lateDeparture off", kNoRules, "STARTB=6:00", saturday);
+    row("no latest arrival, on a free day", "delayCompensation off", "OVERTIME/COMPDELAY=1", "STARTB=6:00 ENDE=16:00",
+        saturday);
+    row("no hours asked for, on a free day", "tooManyOverhours off", "HOURS/TOOMANYOVERHOURS=1",
+        "STARTB=6:00 OVERTIME=1:00", saturday);
+    row("no latest arrival", "arrivalWarning off", warned, "STARTB=6:00 ENDE=16:00");
     row("without settings", "tooFewHours no settings", "", kDay, tomorrow, meta);
     row("rules skipped, before all else", "tooFewHours rules skipped", "TYPE=METAPERTYPE HOURS/LOWSALDO=1", kDay,
         tomorrow, meta);
@@ -385,7 +393,7 @@ void TestCalcExplanation::largePeriodsAreNotExplained()
     };
     QCOMPARE(entries(2500), 5000);
     QCOMPARE(entries(2501), 0);
-    QCOMPARE(calculation.result().employees.size(), size_t(2)); // the rest is there
+    QCOMPARE(calculation.takeResult().employees.size(), size_t(2)); // the rest is there
 }
 
 QTEST_GUILESS_MAIN(TestCalcExplanation)
