@@ -224,9 +224,10 @@ private:
         record.slot(PairKey::TIMESTAMP + second) = end.timestamp;
         record.slot(PairKey::TYPE + second) = typeText(end, event);
         record.slot(PairKey::AC + second) = event ? event->accessCode : kAutomaticArrival;
-        record.slot(PairKey::REMARK + second) = end.isStored() ? event->remark : QString();
-        record.slot(PairKey::PARAM + second) = end.isStored() ? event->param : QString();
-        if (end.isStored()) {
+        const bool isEvent = event && end.isStored();
+        record.slot(PairKey::REMARK + second) = isEvent ? event->remark : QString();
+        record.slot(PairKey::PARAM + second) = isEvent ? event->param : QString();
+        if (isEvent) {
             record.slot(PairKey::IDX + second) = valueOf(event->idx);
             record.slot(PairKey::TAG + second) = valueOf(event->tag);
         }
