@@ -1,0 +1,13 @@
+#pragma once
+
+#include <QTest>
+
+#include <array>
+
+/// Names the columns of a test's data. What it returns adds a row: its name, then a value for each column.
+template <typename... Values> auto columns(const std::array<const char *, sizeof...(Values)> &names)
+{
+    size_t next = 0;
+    (QTest::addColumn<Values>(names[next++]), ...);
+    return [](const char *name, const Values &...values) { (QTest::newRow(name) << ... << values); };
+}
