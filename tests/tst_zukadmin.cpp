@@ -2,6 +2,7 @@
 #include "checksite.h"
 #include "files.h"
 #include "knetrpc/rpccall.h"
+#include "rows.h"
 #include "toolrun.h"
 #include "tools/zukadmin/transferprogress.h"
 
@@ -25,6 +26,8 @@ public:
     }
     KNet::RpcController controller;
     QAny loaded;
+    QAny request; // of the last calculation
+    QAny calculated;
 
 public Q_SLOTS:
     QAny login(QString, QAny params) { return params.lookup("id").toInt() != 7; }
@@ -38,29 +41,10 @@ public Q_SLOTS:
     QAny restartService(QString, QAny) { return {{"result", "false"}, {"msg", "Ni datoteke rest.bat!"}}; }
     QAny addFile(QString, QAny) { return {{"result", "true"}, {"file", "/srv/zuk/update/a.bin"}}; }
     QAny loadFile(QString, QAny) { return loaded; }
-};
-
-/// A server that answers every calculation alike.
-class CalculatingServer : public QObject
-{
-    Q_OBJECT
-public:
-    CalculatingServer()
-    {
-        controller.registerService("adminterminal", this);
-        controller.registerService("admincheck", this);
-        controller.listen(QHostAddress::LocalHost, 0);
-    }
-    KNet::RpcController controller;
-    QAny request;
-    QAny answer;
-
-public Q_SLOTS:
-    QAny login(QString, QAny) { return true; }
     QAny recalc(QString, QAny params)
     {
         request = params;
-        return answer;
+        return calculated;
     }
 };
 
@@ -87,7 +71,6 @@ private Q_SLOTS:
     void explain();
     void cmd();
     void whatALazyServerAnswers();
-    void progressLine_data();
     void progressLine();
     void progressOfALongMessage();
 
@@ -139,11 +122,7 @@ void TestZukAdmin::cleanupTestCase()
 
 void TestZukAdmin::wrongUse_data()
 {
-    QTest::addColumn<QStringList>("arguments");
-    QTest::addColumn<QString>("reason");
-    const auto row = [](const char *name, const QStringList &arguments, const char *reason) {
-        QTest::newRow(name) << arguments << reason;
-    };
+    const auto row = columns<QStringList, QString>({"arguments", "reason"});
     row("no command", {}, "a command is needed");
     row("unknown command", {"vresion"}, "unknown command: vresion");
     row("unknown option", {"version", "--fast"}, "fast");
@@ -218,13 +197,14 @@ void TestZukAdmin::simpleCommands()
 void TestZukAdmin::connected()
 {
     QCOMPARE(told({"connected"}), "1 zukadmin: No ZUK connection\n");
-    QVERIFY(run(*m_site->database, {"insert into config (KEY,VALUE) values ('ZUK5','NAME=Vhod, sever;IP=10.0.0.5')"}));
+    QVERIFY(run(*m_site->database, {"insert into config (KEY,VALUE) values ('ZUK5',' NAME = Vhod, "
+                                    "sever;IP=10.0.0.5'||char(13,10)||'nothing'||char(10)||'A=b=c')"}));
     const QStringList terminals{m_site->terminal(5), m_site->terminal(12)};
     QCOMPARE(told({"connected", "--csv"}),
-             QString("0 TERMINAL,CONNECTION,NAME,IP\r\n5,%1,\"Vhod, sever\",10.0.0.5\r\n12,%2,,\r\n")
+             QString("0 TERMINAL,CONNECTION,NAME,IP,A\r\n5,%1,\"Vhod, sever\",10.0.0.5,b=c\r\n12,%2,,,\r\n")
                  .arg(m_site->main->connectionId(5), m_site->main->connectionId(12)));
     QCOMPARE(call({"connected"}), 0);
-    QVERIFY2(text().startsWith("TERMINAL  CONNECTION  NAME         IP\n"), qPrintable(text()));
+    QVERIFY2(text().startsWith("TERMINAL  CONNECTION  NAME         IP        A\n"), qPrintable(text()));
     QVERIFY2(text().split('\n').value(2).startsWith("       5  "), qPrintable(text()));
     for (const QString &terminal : terminals)
         m_site->leave(terminal);
@@ -363,25 +343,25 @@ void TestZukAdmin::recalc()
 
 void TestZukAdmin::explain()
 {
-    CalculatingServer server;
+    LazyServer server;
     const auto packed = [](const QAny &rows) { return QAny{{"HEADER", QAny::list()}, {"TABLE", rows}}; };
     const QAny errors = packed(QAny::list({QAny{{"NAPAKA", QAny{{"UWVS", "Ni Prihoda!"}}}}}));
     const QAny entry{{"USER", 5}, {"NAME", "Žagar Ana"}, {"DATE", 1741561200}, {"RESULT", QAny{{"DELO", 3600}}}};
     const QStringList command{"explain", "5", "2025-03-10"};
 
-    server.answer = {{"PACK", QAny{{"DAYS", packed(QAny::list())}, {"ERR", errors}}}, {"EXPLAIN", QAny::list()}};
+    server.calculated = {{"PACK", QAny{{"DAYS", packed(QAny::list())}, {"ERR", errors}}}, {"EXPLAIN", QAny::list()}};
     QCOMPARE(toldBy(server.controller, command), "1 zukadmin: nothing was calculated: Ni Prihoda!\n");
     QCOMPARE(
         server.request,
         (QAny{{"STARTDATE", "23.2.2025"}, {"ENDDATE", "25.3.2025"}, {"USER", QAny::list({5})}, {"EXPLAIN", true}}));
 
-    server.answer = {{"PACK", QAny{{"DAYS", packed(QAny::list({QAny{{"USER", 5}}}))}, {"ERR", errors}}}};
+    server.calculated = {{"PACK", QAny{{"DAYS", packed(QAny::list({QAny{{"USER", 5}}}))}, {"ERR", errors}}}};
     QCOMPARE(toldBy(server.controller, command), "1 zukadmin: the server explains no days\n");
     QAny days = QAny::list();
     for (int i = 0; i < 31; ++i)
         days.append(i == 15 ? entry : QAny{{"DATE", i}});
-    server.answer.insert("EXPLAIN", days);
-    server.answer.insert(
+    server.calculated.insert("EXPLAIN", days);
+    server.calculated.insert(
         "CALC",
         QAny{{"ERR", QAny::list({QAny{{"NAPAKA", "Ni urnika!"}}, QAny{{"NAPAKA", "of another day"}, {"DATESTAMP", 14}},
                                  QAny{{"NAPAKA", "Ni Prihoda!"}, {"DATESTAMP", 1741561200}}})}});
@@ -416,30 +396,22 @@ void TestZukAdmin::whatALazyServerAnswers()
     QCOMPARE(told({"version", "--number", "7"}), "1 zukadmin: login as 7 refused: false\n");
     QCOMPARE(told({"exec", "select 1"}), "1 zukadmin: the server has no database\n");
     QCOMPARE(told({"restart"}), "1 zukadmin: Ni datoteke rest.bat!\n");
-    QCOMPARE(told({"recalc"}), "1 zukadmin: 10110 No such method\n");
-}
-
-void TestZukAdmin::progressLine_data()
-{
-    QTest::addColumn<qint64>("done");
-    QTest::addColumn<qint64>("total");
-    QTest::addColumn<QString>("line");
-    const auto row = [](const char *name, qint64 done, qint64 total, const char *line) {
-        QTest::newRow(name) << done << total << line;
-    };
-    row("half", 4000000, 8000000, "put a  [###############---------------]  50 %  4.0 of 8.0 MB");
-    row("nothing yet, or less", -5, 8000000, "put a  [------------------------------]   0 %  0.0 of 8.0 MB");
-    row("all has left", 8000000, 8000000, "put a  8.0 MB, waiting for the server");
-    row("empty file", 0, 0, "put a  0.0 MB, waiting for the server");
-    row("total unknown", 4000000, -1, "put a  4.0 MB");
-    row("total unknown, nothing yet", 0, -1, "put a  waiting for the server");
+    QCOMPARE(told({"insert", "config", "KEY=a"}), "1 zukadmin: 10110 No such method\n");
 }
 
 void TestZukAdmin::progressLine()
 {
-    QFETCH(qint64, done);
-    QFETCH(qint64, total);
-    QTEST(TransferProgress::line("put a", {done, total}), "line");
+    const struct {
+        TransferProgress::State state;
+        const char *line;
+    } rows[] = {{{4000000, 8000000}, "put a  [###############---------------]  50 %  4.0 of 8.0 MB"},
+                {{-5, 8000000}, "put a  [------------------------------]   0 %  0.0 of 8.0 MB"},
+                {{8000000, 8000000}, "put a  8.0 MB, waiting for the server"},
+                {{0, 0}, "put a  0.0 MB, waiting for the server"},
+                {{4000000, -1}, "put a  4.0 MB"}, // of an unknown total
+                {{0, -1}, "put a  waiting for the server"}};
+    for (const auto &row : rows)
+        QCOMPARE(TransferProgress::line("put a", row.state), row.line);
 }
 
 /// What the controller tells of it, which the line shows.
