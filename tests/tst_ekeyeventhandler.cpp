@@ -1,4 +1,6 @@
 #include "attendancefile.h"
+#include "files.h"
+#include "rows.h"
 #include "rpcpeer.h"
 #include "server/reader/ekeyeventhandler.h"
 #include "terminalsite.h"
@@ -18,7 +20,6 @@ class TestEkeyEventHandler : public QObject
     Q_OBJECT
 private Q_SLOTS:
     void init();
-    void settings_data();
     void settings();
     void lines_data();
     void lines();
@@ -95,57 +96,46 @@ void TestEkeyEventHandler::init()
     QLoggingCategory::setFilterRules(QStringLiteral("*.debug=false"));
 }
 
-void TestEkeyEventHandler::settings_data()
-{
-    QTest::addColumn<QByteArray>("file");
-    QTest::addColumn<QString>("values");
-    const QString usual = QStringLiteral("ekey.csv|%1|d.M.yyyy hh:mm:ss|1:1,2:2,3:3,4:4,5:5");
-    QTest::newRow("no file") << QByteArray() << usual.arg(0);
-    QTest::newRow("some") << QByteArray("ON=true\nUlkaId3=vhod\nZukId4=17\nFILE=C:/ekey/\xc5\xa1.csv")
-                          << QStringLiteral("C:/ekey/š.csv|1|d.M.yyyy hh:mm:ss|1:1,2:2,vhod:3,4:17,5:5");
-    QTest::newRow("a comma without quotes") << QByteArray("FILE=a,b.csv\nON=1\nDATEF=\"d.M.yyyy, hh:mm\"")
-                                            << QStringLiteral("a,b.csv|1|d.M.yyyy, hh:mm|1:1,2:2,3:3,4:4,5:5");
-    QTest::newRow("off") << QByteArray("ON=off\n") << usual.arg(0);
-    QTest::newRow("a terminal that is no number") << QByteArray("ZukId2=x\n") << usual.arg(0).replace("2:2", "2:-1");
-}
-
 void TestEkeyEventHandler::settings()
 {
-    QFETCH(QByteArray, file);
-    const QTemporaryDir folder;
-    QDir::setCurrent(folder.path());
-    QFile ini(QStringLiteral("UlkaCsv.ini"));
-    QVERIFY(ini.open(QIODevice::WriteOnly));
-    ini.write("[CSVFILE]\n" + file);
-    ini.close();
+    const QString usual = QStringLiteral("ekey.csv|%1|d.M.yyyy hh:mm:ss|1:1,2:2,3:3,4:4,5:5");
+    const std::pair<QByteArray, QString> rows[] = {
+        {"", usual.arg(0)},
+        {"ON=true\nUlkaId3=vhod\nZukId4=17\nFILE=C:/ekey/\xc5\xa1.csv",
+         QStringLiteral("C:/ekey/š.csv|1|d.M.yyyy hh:mm:ss|1:1,2:2,vhod:3,4:17,5:5")},
+        {"FILE=a,b.csv\nON=1\nDATEF=\"d.M.yyyy, hh:mm\"", "a,b.csv|1|d.M.yyyy, hh:mm|1:1,2:2,3:3,4:4,5:5"},
+        {"ON=off\n", usual.arg(0)},
+        {"ZukId2=x\n", usual.arg(0).replace("2:2", "2:-1")}}; // a terminal that is no number
     const auto values = [](const EkeySettings &read) {
         QStringList readers;
         for (const EkeySettings::Reader &reader : read.readers)
             readers += reader.id + ':' + QString::number(reader.terminal);
         return QStringList{read.file, QString::number(read.isOn), read.dateFormat, readers.join(',')}.join('|');
     };
-    const EkeySettings read = EkeySettings::read();
-    QTEST(values(read), "values");
-    QVERIFY(ini.remove());
-    QVERIFY(read.write());
-    QCOMPARE(values(EkeySettings::read()), values(read));
+    const QTemporaryDir folder;
+    QDir::setCurrent(folder.path());
+    for (const auto &[file, expected] : rows) {
+        writeFile(QStringLiteral("UlkaCsv.ini"), "[CSVFILE]\n" + file);
+        const EkeySettings read = EkeySettings::read();
+        QCOMPARE(values(read), expected);
+        QVERIFY(QFile::remove(QStringLiteral("UlkaCsv.ini")) && read.write());
+        QCOMPARE(values(EkeySettings::read()), values(read));
+    }
     QDir::setCurrent(QCoreApplication::applicationDirPath());
 }
 
 void TestEkeyEventHandler::lines_data()
 {
-    QTest::addColumn<QByteArray>("line");
-    QTest::addColumn<QString>("report"); // behind "Logger::EKEY"; %1 is the line
-    QTest::addColumn<int>("terminal");   // of the event, 0 where there is none
-    QTest::addColumn<qint64>("time");
-    QTest::addColumn<QString>("employee");
-    const auto accept = [](const char *name, const QByteArray &line, int terminal,
-                           const char *local = "2026-01-05 08:00", const char *report = " %1",
-                           const char *employee = "5|5|Žagar Ana") {
-        QTest::newRow(name) << line << QString(report) << terminal << unixTime(local) << QString(employee);
+    // The report stands behind "Logger::EKEY", %1 in it is the line; the terminal is 0 where there is no event.
+    const auto row =
+        columns<QByteArray, QString, int, qint64, QString>({"line", "report", "terminal", "time", "employee"});
+    const auto accept = [row](const char *name, const QByteArray &line, int terminal,
+                              const char *local = "2026-01-05 08:00", const char *report = " %1",
+                              const char *employee = "5|5|Žagar Ana") {
+        row(name, line, report, terminal, unixTime(local), employee);
     };
-    const auto refuse = [](const char *name, const QByteArray &line, const QString &report) {
-        QTest::newRow(name) << line << "_ProcessLine " + report << 0 << qint64(0) << QString();
+    const auto refuse = [row](const char *name, const QByteArray &line, const QString &report) {
+        row(name, line, "_ProcessLine " + report, 0, 0, "");
     };
     accept("a reader of the settings", "70;2;3;5.1.2026 08:00:00;x", 12);
     accept("a reader by name", "70;2;vhod;5.1.2026 08:00:00", 13);
