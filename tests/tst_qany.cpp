@@ -5,7 +5,6 @@
 #include <QSqlDatabase>
 #include <QSqlQuery>
 #include <QTest>
-#include <QThread>
 
 #include <atomic>
 #include <cmath>
@@ -35,20 +34,6 @@ QAny hashOf(const QString &prefix, int count)
 
 } // namespace
 
-/// A service as the dispatcher sees one.
-class Peer : public QObject
-{
-    Q_OBJECT
-public slots:
-    QAny answer(const QString &connectionId, const QAny &params)
-    {
-        return QAny{{"id", connectionId}, {"former", std::exchange(m_params, params)}};
-    }
-
-private:
-    QAny m_params;
-};
-
 class tst_QAny : public QObject
 {
     Q_OBJECT
@@ -69,9 +54,7 @@ private slots:
     void equality();
     void variants();
     void queryRows();
-    void metaTypeTravels();
     void hashAgreesWithModel();
-    void keySetsBeyondTheirNumber();
     void recordByKeySet();
     void threadsGrowTheSameSets();
 };
@@ -92,11 +75,6 @@ void tst_QAny::kinds()
     QDebug(&text).nospace() << QAny{{"a", 1}} << '|' << QAny(QStringLiteral("č\"")) << '|' << QAny(2.0);
     QCOMPARE(text, QStringLiteral("QAny<Hash>({\"a\":1})|QAny<String>(\"č\\\"\")|QAny<Double>(2)"));
     QCOMPARE(QAny::typeName(8), "Unknown");
-    QCOMPARE(QAny::typeName(-1), "Unknown");
-    QVERIFY(QAny().isNull());
-    QAny value(5);
-    value.clear();
-    QCOMPARE(value.type(), QAny::Invalid);
     QCOMPARE(QAny(QStringList{"a", "b"}), QAny::list({"a", "b"}));
     QCOMPARE(QAny(std::numeric_limits<qint64>::min()).asInteger(), std::numeric_limits<qint64>::min());
 }
@@ -162,10 +140,6 @@ void tst_QAny::copiesShareTheRecord()
     QAny sameList = list;
     sameList.append(2);
     QCOMPARE(list, QAny::list({1, 2}));
-    QAny text("a");
-    const QAny sameText = text;
-    text = "b";
-    QCOMPARE(sameText.asString(), QStringLiteral("a"));
 
     // Null gets a record of its own.
     QAny missing = parent["x"];
@@ -408,22 +382,6 @@ void tst_QAny::queryRows()
     QSqlDatabase::removeDatabase("rows");
 }
 
-void tst_QAny::metaTypeTravels()
-{
-    QThread thread;
-    Peer peer;
-    peer.moveToThread(&thread);
-    thread.start();
-    QVERIFY(QMetaObject::invokeMethod(&peer, "answer", Qt::QueuedConnection, Q_ARG(QString, "7"),
-                                      Q_ARG(QAny, numbers(1000))));
-    QAny answer;
-    QVERIFY(QMetaObject::invokeMethod(&peer, "answer", Qt::BlockingQueuedConnection, Q_RETURN_ARG(QAny, answer),
-                                      Q_ARG(QString, "8"), Q_ARG(QAny, QAny())));
-    thread.quit();
-    QVERIFY(thread.wait(10000));
-    QCOMPARE(answer, (QAny{{"id", "8"}, {"former", numbers(1000)}}));
-}
-
 void tst_QAny::hashAgreesWithModel()
 {
     // Few keys, searched in a row; indexed ones; more than shared sets hold; too long to share.
@@ -449,21 +407,13 @@ void tst_QAny::hashAgreesWithModel()
     }
 }
 
-void tst_QAny::keySetsBeyondTheirNumber()
+void tst_QAny::recordByKeySet()
 {
     // More different first keys than sets may be shared: later hashes own their keys and behave alike.
     for (int i = 0; i < 10000; ++i) {
-        QAny hash(QAny::Hash);
-        hash.insert("peer" + QString::number(i), i);
-        hash.insert("x", 1);
-        QCOMPARE(hash.lookup("peer" + QString::number(i)).asInteger(), qint64(i));
-        QCOMPARE(hash.keys(), (QStringList{"peer" + QString::number(i), "x"}));
+        const QString prefix = "peer" + QString::number(i) + '_';
+        QCOMPARE(hashOf(prefix, 2).keys(), (QStringList{prefix + '0', prefix + '1'}));
     }
-    QCOMPARE(hashOf("z", 150), hashOf("z", 150));
-}
-
-void tst_QAny::recordByKeySet()
-{
     for (const int columns : {1, 12, 200}) {
         const QStringList names = hashOf("C", columns).keys();
         const QAny::KeySet keys(names);
