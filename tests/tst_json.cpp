@@ -388,9 +388,8 @@ void tst_Json::writing()
         Row("nan", std::numeric_limits<double>::quiet_NaN()), Row("[]", QAny(QAny::List)), Row("{}", QAny(QAny::Hash)),
         Row(R"([1,[],{},""])", QAny::list({1, QAny(QAny::List), QAny(QAny::Hash), ""})),
         Row(R"({"a":1,"b\n\"č":[null]})", QAny{{"a", 1}, {QString::fromUtf8("b\n\"č"), QAny::list({QAny()})}}),
-        Row(R"("\t\"")", "\t\""), Row(R"("\\n")", "\\n"),
-        Row("\"\\b\\f\\n\\r\\t/\x0b\x01\x1f\x7f\"", "\b\f\n\r\t/\x0b\x01\x1f\x7f"), Row("\"čŠž€😀\"", "čŠž€😀"),
-        Row(QByteArray("\"\0\"", 3), QString(QChar(0))), Row("\"?a?\"", QString(QChar(0xd800)) + 'a' + QChar(0xdc00)));
+        Row("\"/\"", "/"), Row(QByteArray("\"\0\"", 3), QString(QChar(0))),
+        Row("\"?a?\"", QString(QChar(0xd800)) + 'a' + QChar(0xdc00)));
     for (const auto &row : rows) {
         QCOMPARE(row.second.toJsonUtf8(), row.first);
         QCOMPARE(row.second.toJson().toUtf8(), row.first);
