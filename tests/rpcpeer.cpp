@@ -40,6 +40,14 @@ int openDescriptors()
         .size();
 }
 
+QByteArray methodsOf(const QMetaObject &meta)
+{
+    QByteArray found;
+    for (int i = meta.methodOffset(); i < meta.methodCount(); ++i)
+        found += meta.method(i).methodSignature() + ' ';
+    return found;
+}
+
 void settle()
 {
     for (int i = 0; i < 3; ++i)

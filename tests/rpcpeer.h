@@ -26,6 +26,8 @@ QByteArray errorText(int code, const QByteArray &message, const QByteArray &id =
 const QByteArray kPing = R"({"knetrpc":"1.0","id":"<PING>"})";
 const QByteArray kPong = R"({"knetrpc":"1.0","id":"<PONG>"})";
 
+/// The signatures of the methods that the class itself declares, in their order.
+QByteArray methodsOf(const QMetaObject &meta);
 /// Sockets and files that this process has open; 0 where the platform does not tell.
 int openDescriptors();
 /// Lets the event loop deliver what lies ready.
