@@ -1,6 +1,7 @@
 #include "knetrpc/idgenerator.h"
 #include "knetrpc/rpccall.h"
 #include "knetrpc/rpcserver.h"
+#include "rows.h"
 #include "rpcpeer.h"
 
 #include <QCoreApplication>
@@ -19,7 +20,6 @@ namespace {
 const QByteArray kTimeout = R"({"error":{"code":10400,"message":"Timeout"}})";
 const QByteArray kClosed = R"({"error":{"code":10310,"message":"Connection closed"}})";
 const QByteArray kConnectionError = R"({"error":{"code":10300,"message":"Connection error"}})";
-const char *const kSilentHost = "nobody answers, blocking";
 const QByteArray kDirect = "\"direct\""; // of a service that asks nobody
 const QByteArray kRun = callText("test.run", "0");
 
@@ -139,11 +139,8 @@ void TestRpcCalls::ids()
 
 void TestRpcCalls::answers_data()
 {
-    QTest::addColumn<QByteArray>("answer"); // %1 is the call's id
-    QTest::addColumn<QByteArray>("response");
-    const auto row = [](const char *name, const QByteArray &answer, const QByteArray &response) {
-        QTest::newRow(name) << answer << response;
-    };
+    // answer: %1 is the call's id
+    const auto row = columns<QByteArray, QByteArray>({"answer", "response"});
     row("null", R"("id":"%1","result":null)", "null");
     row("hash", R"("id":"%1","result":{"a":[1,"x"]})", R"({"a":[1,"x"]})");
     row("id as number", R"("id":%1,"result":5)", "5");
@@ -400,13 +397,12 @@ void TestRpcCalls::connectToHost()
 
 void TestRpcCalls::connectToHostFails_data()
 {
-    QTest::addColumn<QString>("host");
-    QTest::addColumn<int>("timeout");
-    QTest::newRow("refused, blocking") << "127.0.0.1" << 2000;
-    QTest::newRow("refused, later") << "127.0.0.1" << 0;
-    QTest::newRow("no such host, blocking") << "no.such.host.invalid" << 3000;
+    const auto row = columns<QString, int, bool>({"host", "timeout", "isSilent"});
+    row("refused, blocking", "127.0.0.1", 2000, false);
+    row("refused, later", "127.0.0.1", 0, false);
+    row("no such host, blocking", "no.such.host.invalid", 3000, false);
 #ifdef Q_OS_LINUX
-    QTest::newRow(kSilentHost) << "127.0.0.1" << 200;
+    row("nobody answers, blocking", "127.0.0.1", 200, true);
 #endif
 }
 
@@ -414,13 +410,13 @@ void TestRpcCalls::connectToHostFails()
 {
     QFETCH(QString, host);
     QFETCH(int, timeout);
+    QFETCH(bool, isSilent);
     RpcSite site;
     QTcpServer far;
     QVERIFY(far.listen(QHostAddress::LocalHost));
     const quint16 port = far.serverPort();
-    const bool silent = qstrcmp(QTest::currentDataTag(), kSilentHost) == 0;
     QTcpSocket waiting[3];
-    if (silent) {
+    if (isSilent) {
         // The system answers no more of them than this.
         KNet::setListenBacklog(far.socketDescriptor(), 0);
         for (QTcpSocket &socket : waiting) {
@@ -434,25 +430,22 @@ void TestRpcCalls::connectToHostFails()
     QElapsedTimer elapsed;
     elapsed.start();
     QCOMPARE(site.controller->connectToHost(host, port, id, timeout), timeout == 0);
-    QVERIFY(!silent || elapsed.elapsed() < 4000);
+    QVERIFY(!isSilent || elapsed.elapsed() < 4000);
     QVERIFY(!id.isEmpty());
     QTRY_COMPARE(site.gone, QStringList(id));
     settle();
     QCOMPARE(site.gone.size(), 1);
     QVERIFY(site.connected.isEmpty());
     QVERIFY(!site.controller->closeConnection(id));
-    if (host == "127.0.0.1" && !silent)
+    if (host == "127.0.0.1" && !isSilent)
         QCOMPARE(site.events, (QStringList{"error " + id, "disconnected " + id}));
 }
 
 void TestRpcCalls::whileWaiting_data()
 {
-    QTest::addColumn<QByteArray>("response"); // of the call that the service makes
-    QTest::addColumn<bool>("answered");       // whether the peer gets the service's answer
-    QTest::addColumn<Deed>("deed");
-    const auto row = [](const char *name, const QByteArray &response, bool answered, const Deed &deed) {
-        QTest::newRow(name) << response << answered << deed;
-    };
+    // response: of the call that the service makes
+    // answered: whether the peer gets the service's answer
+    const auto row = columns<QByteArray, bool, Deed>({"response", "answered", "deed"});
     row("peer closes", kClosed, false, [](Wait &w) { w.peer.socket->disconnectFromHost(); });
     row("peer vanishes", kClosed, false, [](Wait &w) { w.peer.socket->abort(); });
     row("peer answers and closes", "5", false, [](Wait &w) {
