@@ -15,16 +15,7 @@
 #include <QTextCodec>
 #include <QtTest>
 
-using tools::zukimport::CsvReader;
-using tools::zukimport::CsvRecord;
-using tools::zukimport::EventBuilder;
-using tools::zukimport::ImportOptions;
-using tools::zukimport::ImportReport;
-using tools::zukimport::ImportStore;
-using tools::zukimport::PunchClock;
-using tools::zukimport::readImportOptions;
-using tools::zukimport::runImport;
-using tools::zukimport::WordTable;
+using namespace tools::zukimport;
 
 namespace {
 
