@@ -2,6 +2,7 @@
 #include "calc/dialogcalc3.h"
 #include "checksite.h"
 #include "files.h"
+#include "rows.h"
 #include "rpcpeer.h"
 #include "server/check/filetransfer.h"
 
@@ -72,20 +73,15 @@ private Q_SLOTS:
     void answers();
     void withoutDatabase();
     void recalculation();
-    void daylightTime_data();
     void daylightTime();
-    void anyParameters_data();
     void anyParameters();
     void fileRoundTrip_data();
     void fileRoundTrip();
-    void unreadableFiles_data();
     void unreadableFiles();
-    void addedFiles_data();
     void addedFiles();
     void commandToTerminal_data();
     void commandToTerminal();
     void manyCommandsOfOneClient();
-    void connectedTerminals();
     void restart_data();
     void restart();
     void restartWithoutRights();
@@ -130,16 +126,10 @@ QByteArray TestCheckServices::upload()
 
 void TestCheckServices::methodsInOrder()
 {
-    const auto methods = [](const QMetaObject &meta) {
-        QByteArray found;
-        for (int i = meta.methodOffset(); i < meta.methodCount(); ++i)
-            found += meta.method(i).methodSignature() + ' ';
-        return found.replace("(QString,QAny)", "");
-    };
-    QCOMPARE(methods(TerminalCheckService::staticMetaObject),
+    QCOMPARE(methodsOf(TerminalCheckService::staticMetaObject).replace("(QString,QAny)", ""),
              QByteArray("started(int) finished(int) query exec save savehold saveQrCustomer insert timeSync recalc "
                         "krneki ping loadFile addFile "));
-    QCOMPARE(methods(AdminCheckService::staticMetaObject),
+    QCOMPARE(methodsOf(AdminCheckService::staticMetaObject).replace("(QString,QAny)", ""),
              QByteArray("started(int) finished(int) query exec insert update addFile loadFile restartService recalc "
                         "version zukCmd zukConnected "));
 }
@@ -277,48 +267,29 @@ void TestCheckServices::recalculation()
     }
 }
 
-void TestCheckServices::daylightTime_data()
-{
-    QTest::addColumn<qint64>("now");
-    QTest::addColumn<QString>("answer");
-    const auto row = [](const char *name, const QDateTime &utc, const char *answer) {
-        QTest::newRow(name) << utc.toMSecsSinceEpoch() << QString(answer);
-    };
-    row("before the spring's change", {{2026, 3, 29}, {0, 59, 59, 999}, Qt::UTC},
-        R"({"DST":"FALSE","TIME":"1774745999"})");
-    row("after it", {{2026, 3, 29}, {1, 0}, Qt::UTC}, R"({"DST":"TRUE","TIME":"1774746000"})");
-    row("the hour first", {{2026, 10, 25}, {0, 30}, Qt::UTC}, R"({"DST":"TRUE","TIME":"1792888200"})");
-    row("the hour again", {{2026, 10, 25}, {1, 30}, Qt::UTC}, R"({"DST":"FALSE","TIME":"1792891800"})");
-}
-
 void TestCheckServices::daylightTime()
 {
-    QFETCH(qint64, now);
-    TerminalCheckService service([now] { return now; });
-    QTEST(json(service.timeSync(QString(), 1)), "answer");
-}
-
-void TestCheckServices::anyParameters_data()
-{
-    QTest::addColumn<QByteArray>("params");
-    for (const char *params : {"null", "true", "-9223372036854775808", "2.5", R"("x")", "[]", R"([1,{"NAME":"x"}])",
-                               R"({"NAME":[],"TABLE":5,"KEY":{},"REGNO":[1],"FILE":{"a":1},"DIR":null,"FNAME":[2],)"
-                               R"("ZUKID":{},"STARTDATE":[],"ENDDATE":{},"USER":{"a":[]},"SORT":[],"CALC21":{}})"})
-        QTest::newRow(params) << QByteArray(params);
+    const struct {
+        QDateTime now;
+        const char *answer;
+    } rows[] = {{{{2026, 3, 29}, {0, 59, 59, 999}, Qt::UTC}, R"({"DST":"FALSE","TIME":"1774745999"})"},
+                {{{2026, 3, 29}, {1, 0}, Qt::UTC}, R"({"DST":"TRUE","TIME":"1774746000"})"},
+                {{{2026, 10, 25}, {0, 30}, Qt::UTC}, R"({"DST":"TRUE","TIME":"1792888200"})"},
+                {{{2026, 10, 25}, {1, 30}, Qt::UTC}, R"({"DST":"FALSE","TIME":"1792891800"})"}};
+    for (const auto &row : rows) {
+        TerminalCheckService service([&row] { return row.now.toMSecsSinceEpoch(); });
+        QCOMPARE(json(service.timeSync(QString(), 1)), QString(row.answer));
+    }
 }
 
 void TestCheckServices::anyParameters()
 {
-    QFETCH(QByteArray, params);
     const Warnings expected;
-    const QAny value = fromJson(params);
-    const QString table = json(value.isHash() ? value.lookup("TABLE") : QAny());
-    const QString notStored = QString(R"({"TBL":%1,"result":"false"})").arg(table);
     const QMap<QString, QString> known{
         {"query", "[]"},
         {"exec", R"({"result":"true"})"},
-        {"insert", notStored},
-        {"update", notStored},
+        {"insert", R"({"TBL":%1,"result":"false"})"},
+        {"update", R"({"TBL":%1,"result":"false"})"},
         {"loadFile", "null"},
         {"addFile", QString(R"({"file":"%1//","result":"true"})").arg(QCoreApplication::applicationDirPath())},
         {"save", R"({"result":"false","resultsql":"false"})"},
@@ -330,40 +301,48 @@ void TestCheckServices::anyParameters()
         {"zukCmd", R"({"ERROR":"ZUK Terminal id=0 not connected!"})"},
         {"restartService", R"({"msg":"restart","result":"true"})"},
     };
-    for (const QMetaObject *meta : {&TerminalCheckService::staticMetaObject, &AdminCheckService::staticMetaObject}) {
-        const QString &service = kServices[meta == &AdminCheckService::staticMetaObject];
-        for (int i = meta->methodOffset() + 2; i < meta->methodCount(); ++i) {
-            const QString name = meta->method(i).name();
-            const QAny answer = m_site->call(service + '.' + name, value);
-            if (name == "timeSync")
-                QCOMPARE(answer.count(), 2);
-            else if (name == "recalc")
-                QVERIFY(answer.lookup("PACK").isHash());
-            else if (name == "zukConnected")
-                QCOMPARE(answer.lookup("ZUK").count(), 1);
-            else
-                QCOMPARE(name + json(answer), name + known.value(name));
+    for (const char *params :
+         {"null", "true", "-9223372036854775808", "2.5", R"("x")", "[]", R"([1,{"NAME":"x"}])",
+          R"({"NAME":[],"TABLE":5,"KEY":{},"REGNO":[1],"FILE":{"a":1},"DIR":null,"FNAME":[2],"ZUKID":{},)"
+          R"("STARTDATE":[],"ENDDATE":{},"USER":{"a":[]},"SORT":[],"CALC21":{}})"}) {
+        const QAny value = fromJson(params);
+        const QString table = json(value.isHash() ? value.lookup("TABLE") : QAny());
+        for (const QMetaObject *meta :
+             {&TerminalCheckService::staticMetaObject, &AdminCheckService::staticMetaObject}) {
+            const QString &service = kServices[meta == &AdminCheckService::staticMetaObject];
+            for (int i = meta->methodOffset() + 2; i < meta->methodCount(); ++i) {
+                const QString name = meta->method(i).name();
+                const QAny answer = m_site->call(service + '.' + name, value);
+                if (name == "timeSync")
+                    QCOMPARE(answer.count(), 2);
+                else if (name == "recalc")
+                    QVERIFY2(answer.lookup("PACK").isHash(), params);
+                else if (name == "zukConnected")
+                    QCOMPARE(answer.lookup("ZUK").count(), 1);
+                else
+                    QCOMPARE(params + name + json(answer),
+                             params + name + QString(known.value(name)).replace("%1", table));
+            }
         }
+        QTRY_COMPARE(contentOf("calls"), QByteArray("old -t\nold -s\n")); // of restartService
+        QVERIFY(QFile::remove("calls"));
     }
-    QTRY_COMPARE(contentOf("calls"), QByteArray("old -t\nold -s\n")); // of restartService
 }
 
 void TestCheckServices::fileRoundTrip_data()
 {
-    QTest::addColumn<QByteArray>("bytes");
-    QTest::addColumn<QString>("foreign"); // characters among those of the text
+    const auto row = columns<QByteArray, QString>({"bytes", "foreign"}); // foreign: characters among those of the text
     QByteArray all;
     for (int i = 0; i < 256; ++i)
         all += static_cast<char>(i);
     QByteArray large;
     while (large.size() < 3 * 1024 * 1024 + 1)
         large += all + QByteArray::number(large.size());
-    QTest::newRow("empty") << QByteArray() << QString();
+    row("empty", "", "");
     for (int rest = 0; rest < 3; ++rest)
-        QTest::newRow(qPrintable(QString("every byte, %1 over").arg((all.size() - rest) % 3)))
-            << all.left(all.size() - rest) << QString();
-    QTest::newRow("many pieces") << large << QString();
-    QTest::newRow("lines and foreign characters") << large << QString::fromUtf8("\r\n =č\u0141-_😀");
+        row(qPrintable(QString("every byte, %1 over").arg((all.size() - rest) % 3)), all.left(all.size() - rest), "");
+    row("many pieces", large, "");
+    row("lines and foreign characters", large, QString::fromUtf8("\r\n =č\u0141-_😀"));
 }
 
 void TestCheckServices::fileRoundTrip()
@@ -407,81 +386,60 @@ void TestCheckServices::fileRoundTrip()
     }
 }
 
-void TestCheckServices::unreadableFiles_data()
-{
-    QTest::addColumn<QString>("folder");
-    QTest::addColumn<QString>("name");
-    const auto row = [](const char *what, const char *folder, const char *name) {
-        QTest::newRow(what) << folder << name;
-    };
-    row("missing", "in", "missing");
-    row("folder", ".", "in");
-    row("no name", "in", "");
-    row("file as a folder", "in/file", "x");
-    row("without an end", "/dev", "zero");
-    row("would be too long a text", "in", "huge");
-}
-
 void TestCheckServices::unreadableFiles()
 {
-    QFETCH(QString, folder);
-    QFETCH(QString, name);
     QVERIFY(QDir().mkdir("in"));
     writeFile("in/file", "x");
     writeFile("in/huge", "");
     QVERIFY(QFile::resize("in/huge", FileTransfer::kMaxFileBytes + 1)); // sparse
     const Warnings expected;
-    for (const QString &service : kServices)
-        QCOMPARE(json(m_site->call(service + ".loadFile", {{"DIR", folder}, {"FNAME", name}})), QString("null"));
-    QCOMPARE(Warnings::lines.size(), name == "huge" ? 2 : 0);
-}
-
-void TestCheckServices::addedFiles_data()
-{
-    QTest::addColumn<QString>("folder"); // below the test's own
-    QTest::addColumn<QString>("name");
-    QTest::addColumn<QString>("found"); // the content afterwards
-    const auto row = [](const char *what, const char *folder, const char *name, const char *found = "no file") {
-        QTest::newRow(what) << folder << name << found;
-    };
-    row("shorter than the former", "/old", "file", "new");
-    row("new folder", "/fresh", "file", "new");
-    row("two new folders, which only one is made of", "/fresh/two", "file");
-    row("folder as a file", "", "old");
-    row("no name", "/old", "");
+    // Missing, a folder, no name, a file as a folder, without an end, and what would be too long a text.
+    for (const char *path : {"in|missing", ".|in", "in|", "in/file|x", "/dev|zero", "in|huge"}) {
+        const QStringList parts = QString(path).split('|');
+        const QAny params{{"DIR", parts.first()}, {"FNAME", parts.last()}};
+        for (const QString &service : kServices)
+            QCOMPARE(path + json(m_site->call(service + ".loadFile", params)), QString(path) + "null");
+    }
+    QCOMPARE(Warnings::lines.size(), 2); // of the last one
 }
 
 void TestCheckServices::addedFiles()
 {
-    QFETCH(QString, folder);
-    QFETCH(QString, name);
-    QFETCH(QString, found);
+    const struct {
+        const char *folder; // below the test's own
+        const char *name;
+        const char *found;               // the content afterwards
+    } rows[] = {{"/old", "file", "new"}, // shorter than the former
+                {"/fresh", "file", "new"},
+                {"/fresh/two", "file", "no file"}, // of two new folders only one is made
+                {"", "old", "no file"},            // a folder as a file
+                {"/old", "", "no file"}};
     const Warnings told;
-    for (const QString &service : kServices) {
+    for (int i = 0; i < 2 * int(std::size(rows)); ++i) {
+        const auto &row = rows[i / 2];
         Warnings::lines.clear();
         QDir(m_below->path()).mkdir("old");
         writeFile(m_below->filePath("old/file"), "a longer one");
-        const QString below = QFileInfo(m_below->path()).fileName() + folder;
-        const QAny params{{"FILE", "bmV3"}, {"DIR", below}, {"FNAME", name}};
-        const QString path = QCoreApplication::applicationDirPath() + '/' + below + '/' + name;
+        const QString below = QFileInfo(m_below->path()).fileName() + row.folder;
+        const QAny params{{"FILE", "bmV3"}, {"DIR", below}, {"FNAME", row.name}};
+        const QString path = QCoreApplication::applicationDirPath() + '/' + below + '/' + row.name;
         // Deliberate: the caller is not told of a failure.
-        QCOMPARE(json(m_site->call(service + ".addFile", params)),
+        QCOMPARE(json(m_site->call(kServices[i % 2] + ".addFile", params)),
                  QString(R"({"file":"%1","result":"true"})").arg(path));
-        QCOMPARE(QString(contentOf(path)), found);
-        QCOMPARE(Warnings::lines.size(), found == "new" ? 0 : 1);
+        QCOMPARE(QString(contentOf(path)), QString(row.found));
+        QCOMPARE(Warnings::lines.size(), contentOf(path) == "new" ? 0 : 1);
         QVERIFY(QDir(m_below->path()).removeRecursively() && QDir().mkdir(m_below->path()));
     }
 }
 
 void TestCheckServices::commandToTerminal_data()
 {
-    QTest::addColumn<QByteArray>("params");
-    QTest::addColumn<QByteArray>("reply"); // of the terminal; without one it vanishes
-    QTest::addColumn<QString>("answer");
+    // The reply is the terminal's; without one it vanishes.
+    const auto row = columns<QByteArray, QByteArray, QString>({"params", "reply", "answer"});
     const QByteArray params = R"({"CMD":{"a":[1,"č"]},"ZUKID":7})";
-    QTest::newRow("object") << params << QByteArray(R"("result":{"OK":[1,"č"]})") << R"({"OK":[1,"č"]})";
-    QTest::newRow("number as a text") << QByteArray(R"({"ZUKID":"7"})") << QByteArray(R"("result":5)") << "5";
-    QTest::newRow("vanishes") << params << QByteArray() << R"({"error":{"code":10310,"message":"Connection closed"}})";
+    row("object", params, R"("result":{"OK":[1,"č"]})", R"({"OK":[1,"č"]})");
+    row("number as a text", R"({"ZUKID":"7"})", R"("result":5)", "5");
+    row("vanishes", params, "", R"({"error":{"code":10310,"message":"Connection closed"}})");
 }
 
 void TestCheckServices::commandToTerminal()
@@ -530,19 +488,6 @@ void TestCheckServices::manyCommandsOfOneClient()
     QCOMPARE(client.next(), resultText(R"({"error":{"code":10300,"message":"Connection error"}})"));
     for (int i = 0; i < AdminCheckService::kMaxWaitingCommands; ++i)
         QVERIFY(client.next().contains("10310"));
-}
-
-void TestCheckServices::connectedTerminals()
-{
-    QVERIFY(
-        m_site->database->insert("config", {{"KEY", "ZUK5"}, {"VALUE", " NAME = Vhod;DOOR=1\r\nnothing\nA=b=c\n"}}));
-    QVERIFY(!m_site->terminal(8).isEmpty());
-    const QString all = R"({"ZUK":[{"CFG":{"A":"b=c","DOOR":"1","NAME":"Vhod"},"KEY":5,"VAL":"%1"},)"
-                        R"({"CFG":{},"KEY":8,"VAL":"%2"}]})";
-    QCOMPARE(m_site->ask("admincheck.zukConnected"),
-             all.arg(m_site->main->connectionId(5), m_site->main->connectionId(8)));
-    m_site->main->disconnectAll();
-    QCOMPARE(m_site->ask("admincheck.zukConnected"), QString(R"({"ERROR":"No ZUK connection"})"));
 }
 
 void TestCheckServices::restart_data()
