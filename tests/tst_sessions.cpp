@@ -20,7 +20,6 @@ private Q_SLOTS:
     void init();
     void cleanup();
 
-    void loginAnswers_data();
     void loginAnswers();
     void oneConnectionPerNumber();
     void catchUp();
@@ -28,7 +27,6 @@ private Q_SLOTS:
     void unfinishedCatchUpIsMadeUpFor();
     void offlineEventWithTakenRowNumber();
     void noListEndsTheCatchUp();
-    void administrationClientHasLogsOnly();
     void terminalLeavesDuringCatchUp();
     void silentTerminalsHoldUpNobody();
     void keptReplyIsStoredOnce();
@@ -63,35 +61,24 @@ void TestSessions::answerLogsWith(const char *logs, const char *events)
     };
 }
 
-void TestSessions::loginAnswers_data()
-{
-    QTest::addColumn<QByteArray>("params");
-    QTest::addColumn<bool>("accepted");
-    const auto add = [](const char *name, const char *params, bool accepted) {
-        QTest::newRow(name) << QByteArray(params) << accepted;
-    };
-    add("list", "[5]", false);
-    add("no id", R"({"ID":5})", false);
-    add("text", R"({"id":"5"})", false);
-    add("fraction", R"({"id":5.5})", false);
-    add("negative", R"({"id":-1})", true);
-    add("would be 5 when cut", R"({"id":4294967301})", false);
-    add("zero", R"({"id":0})", true);
-    add("largest", R"({"id":2147483647,"name":"x"})", true);
-}
-
 void TestSessions::loginAnswers()
 {
-    QFETCH(QByteArray, params);
-    QFETCH(bool, accepted);
-    const QString id = m_site->connection();
-    const QByteArray status = QByteArray(R"({"loggedin":)") + (accepted ? "true}" : "false}");
-    for (const QByteArray service : {"mainterminal", "adminterminal"}) {
-        QCOMPARE(m_site->ask(id, service + ".login", params),
-                 accepted ? QString("true") : QString(R"({"error":{"code":3100,"message":"Wrong login parameters"}})"));
-        QCOMPARE(m_site->ask(id, service + ".status", "null"), QString(status));
-        // A refused one may try again; a second login is refused without a reason.
-        QCOMPARE(m_site->ask(id, service + ".login", R"({"id":7})"), accepted ? QString("false") : QString("true"));
+    const std::pair<QByteArray, bool> rows[] = {
+        {"[5]", false},           {R"({"ID":5})", false},
+        {R"({"id":"5"})", false}, {R"({"id":5.5})", false},
+        {R"({"id":-1})", true},   {R"({"id":4294967301})", false}, // would be 5 when cut
+        {R"({"id":0})", true},    {R"({"id":2147483647,"name":"x"})", true}};
+    for (const auto &[params, accepted] : rows) {
+        const QString id = m_site->connection();
+        const QByteArray status = QByteArray(R"({"loggedin":)") + (accepted ? "true}" : "false}");
+        for (const QByteArray service : {"mainterminal", "adminterminal"}) {
+            QCOMPARE(params + m_site->ask(id, service + ".login", params),
+                     params + (accepted ? "true" : R"({"error":{"code":3100,"message":"Wrong login parameters"}})"));
+            QCOMPARE(m_site->ask(id, service + ".status", "null"), QString(status));
+            // A refused one may try again; a second login is refused without a reason.
+            QCOMPARE(m_site->ask(id, service + ".login", R"({"id":7})"), QString(accepted ? "false" : "true"));
+        }
+        m_site->leave(id);
     }
 }
 
@@ -217,19 +204,6 @@ void TestSessions::noListEndsTheCatchUp()
     }
     QCOMPARE(m_site->side.requests, (QStringList{kAllLogs, kAllLogs, kAllLogs}));
     QCOMPARE(m_site->rows("select 1 from logs union all select 1 from events"), QStringList());
-}
-
-void TestSessions::administrationClientHasLogsOnly()
-{
-    m_site->database->insertLog(5, 1, 0, 0, 1000, "known", QAny());
-    answerLogsWith(R"([{"ftimestamp":1001,"id":200,"llevel":1,"lgroup":2,"fmessage":"lower","data":4},
-                       {"FTIMESTAMP":1002,"FMESSAGE":"upper"}])");
-    QTest::ignoreMessage(QtDebugMsg, QRegularExpression("^AdminTerminalService::login "));
-    QVERIFY(!m_site->terminal(5, "adminterminal").isEmpty());
-    QVERIFY(m_site->waitForCatchUps());
-    QCOMPARE(m_site->side.requests, QStringList(R"(getLogs {"fromTimestamp":"1000"})"));
-    QCOMPARE(m_site->rows("select LINE,ID,FTIMESTAMP,LLEVEL,LGROUP,FMESSAGE,DATA from logs where IDX>0 order by IDX"),
-             (QStringList{R"(5|200|1001|1|2|lower|{"DATA":4})", R"(5|0|0|0|0||{"DATA":null})"}));
 }
 
 void TestSessions::terminalLeavesDuringCatchUp()
