@@ -2,7 +2,6 @@
 #include "checksite.h"
 #include "files.h"
 #include "knetrpc/rpccall.h"
-#include "rows.h"
 #include "toolrun.h"
 #include "tools/zukadmin/transferprogress.h"
 
@@ -55,7 +54,6 @@ class TestZukAdmin : public QObject
 private Q_SLOTS:
     void initTestCase();
     void cleanupTestCase();
-    void wrongUse_data();
     void wrongUse();
     void unreachable();
     void numberIsTaken();
@@ -120,45 +118,43 @@ void TestZukAdmin::cleanupTestCase()
     m_site.reset();
 }
 
-void TestZukAdmin::wrongUse_data()
-{
-    const auto row = columns<QStringList, QString>({"arguments", "reason"});
-    row("no command", {}, "a command is needed");
-    row("unknown command", {"vresion"}, "unknown command: vresion");
-    row("unknown option", {"version", "--fast"}, "fast");
-    row("option of another command", {"put", "a", "--csv"}, "put has no --csv");
-    row("two forms", {"query", "select 1", "--csv", "--json"}, "not both");
-    row("port", {"version", "--port", "70000"}, "--port \"70000\"");
-    row("no time", {"version", "--timeout", "0"}, "--timeout must be more than 0");
-    row("too many words", {"version", "now"}, "version: it takes no arguments");
-    row("SQL without quotation marks", {"query", "select", "1"}, "query SQL: one SQL text");
-    row("no table", {"insert"}, "insert TABLE ROWS: a table is needed");
-    row("no values", {"insert", "config"}, "values are missing");
-    row("no value", {"insert", "config", "KEY"}, "\"KEY\" is neither NAME=TEXT nor a JSON object");
-    row("no JSON value", {"insert", "config", "KEY:=a"}, "no JSON behind :=");
-    row("broken JSON", {"insert", "config", "{\"KEY\":"}, "no JSON object");
-    row("element is no row", {"insert", "config", "[{\"KEY\":\"a\"},5]"}, "element 2");
-    row("row without its key", {"update", "config", "KEY", "VALUE=a"}, "lack the key column KEY");
-    row("row with its key alone", {"update", "config", "KEY", "KEY=a"}, "nothing to change");
-    row("NULL in an update", {"update", "config", "KEY", "KEY=a", "VALUE:=null"}, "cannot store null in VALUE");
-    row("folder as a file", {"get", "update/"}, "names no file");
-    row("no terminal", {"cmd", "door"}, "the number of a terminal is needed");
-    row("no date", {"recalc", "--from", "31.2.2025"}, "date");
-    row("users", {"recalc", "--user", "ana"}, "--user \"ana\"");
-    row("no day", {"explain", "5"}, "explain EMPLOYEE DAY: the id of an employee and a day are needed");
-    row("no employee", {"explain", "ana", "31.3.2025"}, "the id of an employee");
-    row("no such day", {"explain", "5", "31.2.2025"}, "a date reads");
-    row("unknown language", {"explain", "5", "31.3.2025", "--lang", "de"}, "--lang is sl or en");
-    row("period of one day", {"explain", "5", "31.3.2025", "--user", "6"}, "explain has no --user");
-    row("unknown table", {"recalc", "--table", "months"}, "--table is pairs, days, sums or errors");
-}
-
 void TestZukAdmin::wrongUse()
 {
-    QFETCH(QStringList, arguments);
-    QFETCH(QString, reason);
-    const QString text = told(arguments);
-    QVERIFY2(text.startsWith("2 zukadmin: ") && text.contains(reason), qPrintable(text));
+    const struct {
+        QStringList arguments;
+        const char *reason;
+    } rows[] = {{{}, "a command is needed"},
+                {{"vresion"}, "unknown command: vresion"},
+                {{"version", "--fast"}, "fast"},
+                {{"put", "a", "--csv"}, "put has no --csv"},
+                {{"query", "select 1", "--csv", "--json"}, "not both"},
+                {{"version", "--port", "70000"}, "--port \"70000\""},
+                {{"version", "--timeout", "0"}, "--timeout must be more than 0"},
+                {{"version", "now"}, "version: it takes no arguments"},
+                {{"query", "select", "1"}, "query SQL: one SQL text"},
+                {{"insert"}, "insert TABLE ROWS: a table is needed"},
+                {{"insert", "config"}, "values are missing"},
+                {{"insert", "config", "KEY"}, "\"KEY\" is neither NAME=TEXT nor a JSON object"},
+                {{"insert", "config", "KEY:=a"}, "no JSON behind :="},
+                {{"insert", "config", "{\"KEY\":"}, "no JSON object"},
+                {{"insert", "config", "[{\"KEY\":\"a\"},5]"}, "element 2"},
+                {{"update", "config", "KEY", "VALUE=a"}, "lack the key column KEY"},
+                {{"update", "config", "KEY", "KEY=a"}, "nothing to change"},
+                {{"update", "config", "KEY", "KEY=a", "VALUE:=null"}, "cannot store null in VALUE"},
+                {{"get", "update/"}, "names no file"},
+                {{"cmd", "door"}, "the number of a terminal is needed"},
+                {{"recalc", "--from", "31.2.2025"}, "date"},
+                {{"recalc", "--user", "ana"}, "--user \"ana\""},
+                {{"explain", "5"}, "explain EMPLOYEE DAY: the id of an employee and a day are needed"},
+                {{"explain", "ana", "31.3.2025"}, "the id of an employee"},
+                {{"explain", "5", "31.2.2025"}, "a date reads"},
+                {{"explain", "5", "31.3.2025", "--lang", "de"}, "--lang is sl or en"},
+                {{"explain", "5", "31.3.2025", "--user", "6"}, "explain has no --user"},
+                {{"recalc", "--table", "months"}, "--table is pairs, days, sums or errors"}};
+    for (const auto &row : rows) {
+        const QString text = told(row.arguments);
+        QVERIFY2(text.startsWith("2 zukadmin: ") && text.contains(row.reason), qPrintable(text));
+    }
 }
 
 void TestZukAdmin::unreachable()
