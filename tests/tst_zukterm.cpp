@@ -36,7 +36,6 @@ class TestZukTerm : public QObject
 private Q_SLOTS:
     void init() { m_site = std::make_unique<CheckSite>(); }
     void cleanup();
-    void wrongUse_data();
     void wrongUse();
     void severalSend();
     void offlineRowsNewerThanTheServers();
@@ -45,7 +44,6 @@ private Q_SLOTS:
     void nothingLostWhenCut_data();
     void nothingLostWhenCut();
     void duplicatedTerminalTriesAgain();
-    void refusalsAreToldByTheExitCode_data();
     void refusalsAreToldByTheExitCode();
     void serverCallsTerminals();
     void silentTerminals();
@@ -85,44 +83,32 @@ void TestZukTerm::cleanup()
     m_site.reset();
 }
 
-void TestZukTerm::wrongUse_data()
-{
-    QTest::addColumn<QStringList>("arguments");
-    QTest::addColumn<QByteArray>("file");
-    QTest::addColumn<QString>("reason");
-    const auto row = [](const char *name, const QStringList &arguments, const char *reason) {
-        QTest::newRow(name) << arguments << QByteArray() << reason;
-    };
-    row("port", {"--port", "70000"}, "--port \"70000\"");
-    row("time of an event", {"--event", "7,101,yesterday"}, "\"yesterday\"");
-    row("users", {"--users", "9-3"}, "--users \"9-3\"");
-    row("parameters of a call", {"--call", "terminalcheck.ping", "{1"}, "not JSON");
-    row("events of an administration client", {"--admin", "--event", "7"}, "have no events");
-    row("without end", {"--once", "--rate", "5"}, "--count or --duration");
-    row("no such file", {"--logs", "missing.json"}, "missing.json");
-
-    const QByteArray event = R"({"USER":7,"TIMESTAMP":1000,"ACCESS_CODE":"101:Prihod"})";
-    const auto sent = [](const char *name, const QByteArray &file, const char *reason) {
-        QTest::newRow(name) << QStringList{"--send"} << file << reason;
-    };
-    sent("broken line", event + "\n\n{\"USER\":\n" + event, "line 3");
-    sent("two rows in a line", event + " " + event, "line 1");
-    sent("broken row of an array", "[\n" + event + ",\n{\n,}]", "line 4");
-    sent("array without end", "[\n" + event + "\n", "line 3: the array does not end");
-    sent("row without time", event + "\n{\"USER\":7,\"ACCESS_CODE\":\"101\"}", "line 2: TIMESTAMP");
-    sent("another's terminal", QByteArray(event).replace("}", ",\"TID\":2}"), "line 1: TID 2");
-}
-
 void TestZukTerm::wrongUse()
 {
-    QFETCH(QStringList, arguments);
-    QFETCH(QByteArray, file);
-    QFETCH(QString, reason);
-    if (!file.isEmpty())
-        arguments.append(write("wrong.json", file));
-    QCOMPARE(run(arguments), 2);
-    QVERIFY2(m_program->errors.contains(reason), qPrintable(m_program->errors));
-    QCOMPARE(m_program->errors.count('\n'), 1);
+    const QByteArray event = R"({"USER":7,"TIMESTAMP":1000,"ACCESS_CODE":"101:Prihod"})";
+    const struct {
+        QStringList arguments;
+        QByteArray file; // sent behind the arguments
+        const char *reason;
+    } rows[] = {{{"--port", "70000"}, {}, "--port \"70000\""},
+                {{"--event", "7,101,yesterday"}, {}, "\"yesterday\""},
+                {{"--users", "9-3"}, {}, "--users \"9-3\""},
+                {{"--call", "terminalcheck.ping", "{1"}, {}, "not JSON"},
+                {{"--admin", "--event", "7"}, {}, "have no events"},
+                {{"--once", "--rate", "5"}, {}, "--count or --duration"},
+                {{"--logs", "missing.json"}, {}, "missing.json"},
+                {{"--send"}, event + "\n\n{\"USER\":\n" + event, "line 3"},
+                {{"--send"}, event + " " + event, "line 1"},
+                {{"--send"}, "[\n" + event + ",\n{\n,}]", "line 4"},
+                {{"--send"}, "[\n" + event + "\n", "line 3: the array does not end"},
+                {{"--send"}, event + "\n{\"USER\":7,\"ACCESS_CODE\":\"101\"}", "line 2: TIMESTAMP"},
+                {{"--send"}, QByteArray(event).replace("}", ",\"TID\":2}"), "line 1: TID 2"}};
+    for (const auto &row : rows) {
+        const QStringList file = row.file.isEmpty() ? QStringList() : QStringList(write("wrong.json", row.file));
+        QCOMPARE(run(row.arguments + file), 2);
+        QVERIFY2(m_program->errors.contains(row.reason), qPrintable(m_program->errors));
+        QCOMPARE(m_program->errors.count('\n'), 1);
+    }
 }
 
 void TestZukTerm::severalSend()
@@ -238,26 +224,19 @@ void TestZukTerm::duplicatedTerminalTriesAgain()
     QCOMPARE(m_site->rows("select USER from events"), QStringList{"7"});
 }
 
-void TestZukTerm::refusalsAreToldByTheExitCode_data()
-{
-    QTest::addColumn<QStringList>("arguments");
-    QTest::addColumn<QString>("text");
-    const QStringList once{"--once", "--timeout", "1"};
-    QTest::newRow("event") << once + QStringList{"--event", "7"} << "refused 1";
-    QTest::newRow("login") << once + QStringList{"--number", "5", "--reconnect", "0"} << "logged in 0";
-    QTest::newRow("call") << once + QStringList{"--call", "nobody.there"} << "10100 No such service";
-    QTest::newRow("no server") << once + QStringList{"--port", "1", "--event", "7"} << "unanswered 1";
-}
-
 void TestZukTerm::refusalsAreToldByTheExitCode()
 {
-    QFETCH(QStringList, arguments);
-    QFETCH(QString, text);
     QVERIFY(!m_site->terminal(5).isEmpty());
     OtherLogger logger(m_site->server);
     logger.deed = [](const QString &, const QAny &) { return false; };
-    QCOMPARE(run(arguments), 1);
-    QVERIFY(says(text));
+    const std::pair<QStringList, QString> rows[] = {{{"--event", "7"}, "refused 1"},
+                                                    {{"--number", "5", "--reconnect", "0"}, "logged in 0"},
+                                                    {{"--call", "nobody.there"}, "10100 No such service"},
+                                                    {{"--port", "1", "--event", "7"}, "unanswered 1"}};
+    for (const auto &[arguments, text] : rows) {
+        QCOMPARE(run(QStringList{"--once", "--timeout", "1"} + arguments), 1);
+        QVERIFY(says(text));
+    }
 }
 
 void TestZukTerm::serverCallsTerminals()
