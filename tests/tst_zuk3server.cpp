@@ -25,7 +25,6 @@ class TestZuk3Server : public QObject
 private Q_SLOTS:
     void init();
     void cleanup() { m_server.reset(); } // kills what still runs
-    void usage_data();
     void usage();
     void startByHand_data();
     void startByHand();
@@ -92,18 +91,8 @@ int TestZuk3Server::result()
     return m_server->waitForFinished() && m_server->exitStatus() == QProcess::NormalExit ? m_server->exitCode() : -1;
 }
 
-void TestZuk3Server::usage_data()
-{
-    QTest::addColumn<QString>("arguments");
-    for (const char *arguments : {"-h", "-help", "-h -d"})
-        QTest::newRow(arguments) << arguments;
-}
-
 void TestZuk3Server::usage()
 {
-    QFETCH(QString, arguments);
-    launch(arguments.split(' '));
-    QCOMPARE(result(), 0);
     const QString expected = inFolder("zuk3server") + " [-i | -v | -u | -s | -t | -p | -r | -c CODE | -h] ]\n\n"
                                                       "\t-i(nstall) [account] [password]\t: Install the service\n"
                                                       "\t-v(ersion)\t: Print status of the service\n"
@@ -112,7 +101,11 @@ void TestZuk3Server::usage()
                                                       "\t-t(erminate)\t: Stop the service\n"
                                                       "\t-c(ommand) CODE\t: Send a command to the service\n"
                                                       "\t-h(elp)\t\t: Print this help info\n";
-    QCOMPARE(QString::fromUtf8(m_server->readAllStandardOutput()), expected);
+    for (const char *arguments : {"-h", "-help", "-h -d"}) {
+        launch(QString(arguments).split(' '));
+        QCOMPARE(result(), 0);
+        QCOMPARE(QString::fromUtf8(m_server->readAllStandardOutput()), expected);
+    }
     QVERIFY(!QFile::exists(inFolder("zuknetserver.db")) && !QFile::exists(inLaunch("debug.txt")));
 }
 
