@@ -1,3 +1,4 @@
+#include "files.h"
 #include "jsonparser.h"
 #include "knetrpc/rpccontroller.h"
 #include "server/host/configuration.h"
@@ -28,10 +29,8 @@ class TestServicesStarter : public QObject
 private Q_SLOTS:
     void init();
     void cleanup();
-    void webPort_data();
     void webPort();
     void startAndStopOnce();
-    void startsAgainAfterStop();
     void busyWebPort();
     void busyRpcPort();
     void rpcServices();
@@ -100,31 +99,24 @@ QString TestServicesStarter::ask(QTcpSocket &socket, const char *method, const c
     return QTest::qWaitFor(isAnswered, 10000) ? answer : QStringLiteral("no answer");
 }
 
-void TestServicesStarter::webPort_data()
-{
-    QTest::addColumn<QString>("file");
-    QTest::addColumn<int>("port");
-    QTest::addColumn<bool>("isWarned");
-    QTest::newRow("no file") << QString() << 1233 << false;
-    QTest::newRow("other keys only") << "[WEBS]\nHOST=x\n[OTHER]\nPORT=8081\n" << 1233 << false;
-    QTest::newRow("port") << "[WEBS]\nPORT=8080\n" << 8080 << false;
-    QTest::newRow("no number is passed on as 0") << "[WEBS]\nPORT=http\n" << 0 << false;
-    QTest::newRow("beyond the ports") << "[WEBS]\nPORT=70000\n" << 1233 << true;
-    QTest::newRow("negative") << "[WEBS]\nPORT=-1\n" << 1233 << true;
-}
-
 void TestServicesStarter::webPort()
 {
-    QFETCH(QString, file);
-    QFETCH(bool, isWarned);
-    if (!file.isNull()) {
-        QFile settings(QStringLiteral("ZUKSERW.INI"));
-        QVERIFY(settings.open(QIODevice::WriteOnly));
-        settings.write(file.toUtf8());
+    QCOMPARE(int(server::host::Configuration::webPort()), 1233); // without a file
+    const struct {
+        QByteArray file;
+        int port;
+        bool isWarned;
+    } rows[] = {{"[WEBS]\nHOST=x\n[OTHER]\nPORT=8081\n", 1233, false},
+                {"[WEBS]\nPORT=8080\n", 8080, false},
+                {"[WEBS]\nPORT=http\n", 0, false}, // no number is passed on as 0
+                {"[WEBS]\nPORT=70000\n", 1233, true},
+                {"[WEBS]\nPORT=-1\n", 1233, true}};
+    for (const auto &row : rows) {
+        writeFile(QStringLiteral("ZUKSERW.INI"), row.file);
+        if (row.isWarned)
+            QTest::ignoreMessage(QtWarningMsg, QRegularExpression("^Configuration::webPort no port:"));
+        QVERIFY2(int(server::host::Configuration::webPort()) == row.port, row.file.constData());
     }
-    if (isWarned)
-        QTest::ignoreMessage(QtWarningMsg, QRegularExpression("^Configuration::webPort no port:"));
-    QTEST(int(server::host::Configuration::webPort()), "port");
 }
 
 void TestServicesStarter::startAndStopOnce()
@@ -158,25 +150,6 @@ void TestServicesStarter::startAndStopOnce()
     QVERIFY(!client.waitForConnected(1000));
 }
 
-void TestServicesStarter::startsAgainAfterStop()
-{
-    {
-        DataBase database;
-        QVERIFY(database.exec(QStringLiteral("create table config (KEY text primary key, VALUE text)")));
-    }
-    writePort(QStringLiteral("any"));
-    ServicesStarter starter;
-    QStringList expected;
-    for (int i = 0; i < 3; ++i) {
-        starter.start();
-        QVERIFY(db()->isOpen());
-        QVERIFY(ServicesStarter::webServer()->isListening());
-        starter.stop();
-        expected << QStringLiteral("Started") << QStringLiteral("Finished");
-    }
-    QCOMPARE(journal(), expected);
-}
-
 void TestServicesStarter::busyWebPort()
 {
     QTcpServer other;
@@ -207,10 +180,12 @@ void TestServicesStarter::busyRpcPort()
 /// Each start serves on the fixed port anew, and requires a login for what is behind it.
 void TestServicesStarter::rpcServices()
 {
+    QVERIFY(DataBase().exec(QStringLiteral("create table config (KEY text primary key, VALUE text)")));
     writePort(QStringLiteral("any"));
     ServicesStarter starter;
     for (int run = 0; run < 2; ++run) {
         starter.start();
+        QVERIFY(db()->isOpen() && ServicesStarter::webServer()->isListening());
         QTcpSocket terminal;
         terminal.connectToHost(QHostAddress::LocalHost, 3501);
         QCOMPARE(ask(terminal, "logger.event", "{}"), QStringLiteral("Not authorized"));
@@ -223,8 +198,8 @@ void TestServicesStarter::rpcServices()
         starter.stop();
         QTRY_COMPARE(terminal.state(), QAbstractSocket::UnconnectedState);
     }
-    DataBase database;
-    QCOMPARE(database.select(QStringLiteral("select ID from events")).count(), 2);
+    QCOMPARE(DataBase().select(QStringLiteral("select ID from events")).count(), 2);
+    QCOMPARE(journal(), (QStringList{"Started", "Finished", "Started", "Finished"}));
 }
 
 void TestServicesStarter::readersFile_data()
