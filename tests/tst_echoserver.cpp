@@ -23,7 +23,6 @@ private Q_SLOTS:
     void binaryComesBack();
     void answersInOrder();
     void busyClientKeepsNobodyWaiting();
-    void requestCarriesPeer_data();
     void requestCarriesPeer();
     void loginEndsWithTheSocket();
     void messageBound_data();
@@ -118,32 +117,25 @@ void TestEchoServer::busyClientKeepsNobodyWaiting()
     QVERIFY2(place >= 0 && place < many / 2, qPrintable(QString::number(place)));
 }
 
-void TestEchoServer::requestCarriesPeer_data()
-{
-    QTest::addColumn<QString>("message");
-    QTest::addColumn<bool>("hasPeer");
-    QTest::newRow("object") << R"({"type":"x","peer":"forged","port":1})" << true;
-    QTest::newRow("no JSON") << "hello" << true;
-    QTest::newRow("empty") << " " << true;
-    QTest::newRow("array") << R"(["peer"])" << false;
-}
-
 void TestEchoServer::requestCarriesPeer()
 {
-    QFETCH(QString, message);
-    QFETCH(bool, hasPeer);
+    const std::pair<const char *, bool> rows[] = {// whether the request has a peer
+                                                  {R"({"type":"x","peer":"forged","port":1})", true},
+                                                  {"hello", true},
+                                                  {" ", true},
+                                                  {R"(["peer"])", false}};
     EchoServer server(0);
     WebClient client(server.serverPort());
     QSignalSpy requests(&server, &EchoServer::newRequest);
     QSignalSpy answers(&server, &EchoServer::newAnswer);
-    QCOMPARE(client.ask(message).lookup("data").lookup("reason").toString(), QStringLiteral("Not tag!"));
-    QCOMPARE(answers.count(), 1);
-    QCOMPARE(requests.count(), 1);
-    const QAny request = requests.first().first().value<QAny>();
-    QCOMPARE(request.type(), hasPeer ? QAny::Hash : QAny::List);
-    if (hasPeer) {
-        QVERIFY(request.lookup("peer").toString().endsWith(QLatin1String("127.0.0.1")));
-        QCOMPARE(request.lookup("port").toInt(), int(client.socket.localPort()));
+    for (const auto &[message, hasPeer] : rows) {
+        QCOMPARE(client.ask(message).lookup("data").lookup("reason").toString(), QStringLiteral("Not tag!"));
+        QVERIFY2(answers.count() == 1 && requests.count() == 1, message);
+        answers.clear();
+        const QAny request = requests.takeFirst().first().value<QAny>();
+        QCOMPARE(request.type(), hasPeer ? QAny::Hash : QAny::List);
+        QVERIFY2(!hasPeer || request.lookup("peer").toString().endsWith(QLatin1String("127.0.0.1")), message);
+        QVERIFY2(!hasPeer || request.lookup("port").toInt() == int(client.socket.localPort()), message);
     }
 }
 
