@@ -128,12 +128,10 @@ void TestRpcCalls::ids()
                 list.append(shared.next());
         });
     }
-    QSet<QString> all;
-    for (size_t i = 0; i < threads.size(); ++i) {
-        threads[i].join();
-        all.unite(QSet<QString>(taken[i].begin(), taken[i].end()));
-    }
-    QCOMPARE(all.size(), 4 * kEach);
+    for (std::thread &thread : threads)
+        thread.join();
+    const QStringList all = taken[0] + taken[1] + taken[2] + taken[3];
+    QCOMPARE(QSet<QString>(all.begin(), all.end()).size(), 4 * kEach);
     QVERIFY(all.contains(QString::number(4 * kEach)));
 }
 
@@ -312,7 +310,6 @@ void TestRpcCalls::asynchronous()
     for (const QAny &call : qAsConst(calls)) // in any order
         peer->write(resultText(call.lookup("params").toJsonUtf8(), idOf(call)));
     QTRY_COMPARE(receiver.answers, (QList<QByteArray>{"2", "1", "0"}));
-    QCOMPARE(receiver.from.count(peer->connectionId), 3);
 }
 
 void TestRpcCalls::memberIsNoSlot()
