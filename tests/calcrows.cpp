@@ -48,57 +48,6 @@ bool isStoredAsItIs(const QString &script)
     return script.isEmpty() || script.startsWith('{') || script.startsWith('[');
 }
 
-QString shortened(QString text)
-{
-    if (text.count(':') == 2 && text.endsWith(":00"))
-        text.chop(3);
-    return text;
-}
-
-QString clockText(qint64 time, const char *format)
-{
-    return time == 0 ? QString() : shortened(QDateTime::fromSecsSinceEpoch(time).toString(format));
-}
-
-std::optional<qint64> amount(const Amounts &row, const QString &column)
-{
-    // In the order of the enumeration Category.
-    static const QStringList categories =
-        QString("DELO DOPUST IZRDOPUST BOLNIŠKA DRUGO SALDOURE SLUŽBENO ZASEBNO MALICA ODDOMA TEREN").split(' ');
-    static const QHash<QString, qint64 Amounts::*> others{{"NOČNO", &Amounts::night},
-                                                          {"PRISOTNOST", &Amounts::presence},
-                                                          {"DELDAN", &Amounts::workdays},
-                                                          {"PRAZNIK", &Amounts::holiday},
-                                                          {"DELPONSOB", &Amounts::workToSaturday},
-                                                          {"DELSOB", &Amounts::workOnSaturday},
-                                                          {"DELNED", &Amounts::workOnSunday},
-                                                          {"DELPRA", &Amounts::workOnHoliday},
-                                                          {"SKUPAJ", &Amounts::total},
-                                                          {"PLUSMINUS", &Amounts::plusMinus}};
-    if (column == "SALDO")
-        return row.saldo;
-    if (others.contains(column))
-        return row.*others[column];
-    const int category = categories.indexOf(column);
-    if (category < 0)
-        qFatal("CalcRun: no column %s", qPrintable(column));
-    return row.categories[static_cast<size_t>(category)];
-}
-
-QString amountTexts(const Amounts &row, const QString &columns)
-{
-    QStringList texts;
-    for (const QString &column : columns.split(' '))
-        texts += duration(amount(row, column));
-    return texts.join(' ');
-}
-
-QString codeText(CalcErrors::Code code)
-{
-    static const char *const texts[] = {"NAP", "ATP", "OPC", "OPO", "SPO"};
-    return texts[static_cast<size_t>(code)];
-}
-
 } // namespace
 
 std::vector<TableRow> tableRows(const char *table)
@@ -130,18 +79,6 @@ std::vector<TableRow> tableRows(const char *table)
     return rows;
 }
 
-int addGroup(const std::vector<TableRow> &rows, const QString &group)
-{
-    int added = 0;
-    for (const TableRow &row : rows) {
-        if (row.group != group)
-            continue;
-        addRow(qPrintable(group + ": " + row.name), row);
-        ++added;
-    }
-    return added;
-}
-
 void addTable(const char *table)
 {
     columns<TableRow>("row");
@@ -158,14 +95,6 @@ qint64 seconds(const QString &text)
     return negative ? -value : value;
 }
 
-QString duration(std::optional<qint64> value)
-{
-    if (!value)
-        return "-";
-    const QTime rest = QTime(0, 0).addSecs(static_cast<int>(qAbs(*value) % 3600));
-    return (*value < 0 ? "-" : "") + shortened(QString::number(qAbs(*value) / 3600) + rest.toString(":mm:ss"));
-}
-
 QDate date(const QString &text)
 {
     return QDate::fromString(text, "d.M.yyyy");
@@ -180,6 +109,12 @@ qint64 instant(const QString &text)
 {
     const QString time = text.section(' ', 1);
     return midnight(text.section(' ', 0, 0)) + (time.isEmpty() ? 0 : seconds(time));
+}
+
+QString dayOf(const QString &script)
+{
+    const QString first = script.section(' ', 0, 0);
+    return date(first).isValid() ? first : "2.3.2026";
 }
 
 QAny keyValues(const QString &script, bool asTexts)
@@ -208,107 +143,36 @@ QString scheduleText(const QString &script)
 
 std::vector<ScriptedEvent> scriptedEvents(const QString &script)
 {
+    const QDate monday(2026, 3, 2);
     std::vector<ScriptedEvent> events;
-    QDate day(2026, 3, 2);
-    const auto add = [&events](QDate on, QString time, const QString &code, const QString &type) {
+    QDate day = monday;
+    bool isMeta = false;
+    const auto add = [&](QDate on, QString time, const QString &code, const QString &type) {
         const Qt::TimeSpec zone = time.endsWith('Z') ? Qt::UTC : Qt::LocalTime;
         const QTime ofDay = QTime(0, 0).addSecs(static_cast<int>(seconds(time.remove('Z'))));
         events.push_back({QDateTime(on, ofDay, zone).toSecsSinceEpoch(),
-                          code.startsWith('=') ? code.mid(1) : code + ":Ime", type.isEmpty() ? "EV" : type});
+                          code.startsWith('=') ? code.mid(1) : code + ":Ime", type.isEmpty() ? "EV" : type, isMeta});
     };
-    for (const QString &item : script.split(';', Qt::SkipEmptyParts)) {
+    for (const QString &item : QString(script).replace("+", ";+;").split(';', Qt::SkipEmptyParts)) {
         QStringList words = item.split(' ', Qt::SkipEmptyParts);
+        if (item == "+") {
+            isMeta = true;
+            day = monday;
+            continue;
+        }
         if (words.value(0).count('.') == 2)
             day = date(words.takeFirst());
         if (words.isEmpty())
             continue;
         const QString code = words.value(1).section('/', 0, 0);
         const QString type = words.value(1).section('/', 1);
-        if (!words[0].contains('-')) {
-            add(day, words[0], code, type);
-            continue;
-        }
         const QString from = words[0].section('-', 0, 0);
         const QString to = words[0].section('-', 1);
-        add(day, from, "101", type);
-        add(day.addDays(seconds(to) > seconds(from) ? 0 : 1), to, code.isEmpty() ? "102" : code, type);
+        add(day, from, to.isEmpty() ? code : "101", type);
+        if (!to.isEmpty())
+            add(day.addDays(seconds(to) > seconds(from) ? 0 : 1), to, code.isEmpty() ? "102" : code, type);
     }
     return events;
-}
-
-QString pairText(qint64 day, qint64 arrival, qint64 departure, const QString &code, qint64 length, qint64 beyond)
-{
-    return QString("%1 %2-%3 %4 %5 %6")
-        .arg(clockText(day, "d.M."), clockText(arrival, "HH:mm:ss"), clockText(departure, "HH:mm:ss"), code,
-             duration(length), beyond == 0 ? QString() : "NW " + duration(beyond))
-        .simplified();
-}
-
-QString errorText(const QString &code, const QString &text, qint64 user, qint64 day)
-{
-    return QString("%1 %2 %3 %4")
-        .arg(code, text, user == 0 ? QString() : QString::number(user), clockText(day, "d.M."))
-        .simplified();
-}
-
-const EmployeeResult &CalcRun::of(qint64 user) const
-{
-    for (size_t i = 0; i < result.employees.size(); ++i) {
-        if (result.inputs.employees[i].user == user)
-            return result.employees[i];
-    }
-    qFatal("CalcRun: no employee %lld", user);
-}
-
-const DayResult &CalcRun::day(const QString &day, qint64 user) const
-{
-    const Period &period = result.inputs.period;
-    const int number = period.clock.dayOf(date(day));
-    if (!period.containsDay(number))
-        qFatal("CalcRun: %s is outside the period", qPrintable(day));
-    return of(user).days[static_cast<size_t>(number - period.firstDay)];
-}
-
-QString CalcRun::values(const QString &day, qint64 user) const
-{
-    const DayValues &values = this->day(day, user).after;
-    const QString times = values.in ? duration(values.in->clock) + '-' + duration(values.out->clock) : QString('-');
-    return times + ' ' + duration(values.workTime);
-}
-
-QString CalcRun::remarks(const QString &day, qint64 user) const
-{
-    return this->day(day, user).remarks.join("; ");
-}
-
-QString CalcRun::pairs(qint64 user) const
-{
-    QStringList texts;
-    for (const Pair &pair : of(user).pairing.pairs)
-        texts += pairText(result.inputs.period.clock.midnight(pair.day), pair.arrival.timestamp,
-                          pair.departure.timestamp, pair.departure.code.text(), pair.length(), pair.outsideDay);
-    return texts.join("; ");
-}
-
-QString CalcRun::errors(const QString &codes) const
-{
-    QStringList texts;
-    for (const CalcErrors::Entry &error : result.errors.entries()) {
-        if (codes.split(' ').contains(codeText(error.code)))
-            texts += errorText(codeText(error.code), error.text, error.user, error.date);
-    }
-    texts.sort();
-    return texts.join('|');
-}
-
-QString CalcRun::amounts(const QString &day, const QString &columns, qint64 user) const
-{
-    return amountTexts(this->day(day, user).amountsAfter(), columns);
-}
-
-QString CalcRun::sums(const QString &columns, qint64 user) const
-{
-    return amountTexts(of(user).sums, columns);
 }
 
 CalcRows::CalcRows(const QString &script, const QString &schedule, const QString &settings)
@@ -340,24 +204,14 @@ Employee &CalcRows::of(qint64 user)
 
 void CalcRows::events(qint64 user, const QString &script)
 {
-    addEvents(user, script, false);
-}
-
-void CalcRows::handEntered(qint64 user, const QString &script)
-{
-    addEvents(user, script, true);
-}
-
-void CalcRows::addEvents(qint64 user, const QString &script, bool isMeta)
-{
     for (const ScriptedEvent &scripted : scriptedEvents(script)) {
         Event event;
         event.id = ++m_lastId;
         event.stored = scripted.timestamp;
-        event.isMeta = isMeta;
+        event.isMeta = scripted.isMeta;
         event.accessCode = scripted.accessCode;
         event.code = AccessCode(event.accessCode);
-        event.type = isMeta && kindOf(scripted.type) == EventKind::Other ? "ME" : scripted.type;
+        event.type = event.isMeta && kindOf(scripted.type) == EventKind::Other ? "ME" : scripted.type;
         event.kind = kindOf(event.type);
         event.remark = "opomba";
         of(user).events.push_back(event);

@@ -1,13 +1,10 @@
 #pragma once
 
-#include "calc/rules/calculation.h"
-#include "qany.h"
+#include "outcome.h"
 
 #include <QDate>
-#include <QStringList>
 #include <QtTest>
 
-#include <optional>
 #include <vector>
 
 // The usual day, open from 6:00 to 16:00, and the usual night, from 21:00 to 7:00. On all seven days unless told.
@@ -44,20 +41,18 @@ Q_DECLARE_METATYPE(TableRow)
 /// text" says what stands for a word from there on, and $day, $night and $lunch stand for their schedules, $warnings
 /// for all four of them. A line that ends with a backslash goes on with the next one.
 std::vector<TableRow> tableRows(const char *table);
-/// Makes the rows of one group the test's, in its column "row"; how many.
-int addGroup(const std::vector<TableRow> &rows, const QString &group);
 /// Makes the whole table the test's, in the column "row".
 void addTable(const char *table);
 
 /// "7:30", "-0:30:15" or "170:00" in seconds.
 qint64 seconds(const QString &text);
-/// The way back, seconds only where there are some: "7:30", "30:00:15"; "-" for nothing.
-QString duration(std::optional<qint64> value);
 QDate date(const QString &text);
 /// Unix seconds of the local midnight that the date ("2.3.2026") begins with.
 qint64 midnight(const QString &text);
 /// Unix seconds of "2.3.2026 12:00", counted from that midnight; the time may be missing.
 qint64 instant(const QString &text);
+/// The day that a script of events begins with, Monday 2.3.2026 unless told.
+QString dayOf(const QString &script);
 
 // The short scripts in which the tests tell what is stored.
 
@@ -72,40 +67,13 @@ struct ScriptedEvent {
     qint64 timestamp;
     QString accessCode;
     QString type;
+    bool isMeta; ///< entered by hand
 };
 /// "2.3.2026 07:00 101; 15:00 102/MP; …": the date holds until the next one; times with a "Z" are UTC. Each code
 /// gets a name behind it (101:Ime) unless it begins with "=". Type EV unless told. "11-11:30 103/MP" is an arrival and
-/// the departure that closes it, code 102 unless told, on the next day where its time is not the later one.
+/// the departure that closes it, code 102 unless told, on the next day where its time is not the later one. Those
+/// behind a "+" are entered by hand.
 std::vector<ScriptedEvent> scriptedEvents(const QString &script);
-
-/// "2.3. 07:00-15:00 102 8:00", seconds only where there are some, and "NW 6:00" where a part was measured. Times are
-/// Unix seconds; a missing half is 0 and left empty.
-QString pairText(qint64 day, qint64 arrival, qint64 departure, const QString &code, qint64 length, qint64 beyond);
-/// "ATP Ni Prihoda! 1 2.3.", without what is 0.
-QString errorText(const QString &code, const QString &text, qint64 user, qint64 day);
-
-/// What a calculation made of the rows, and short ways to say what one looks for in it. Employee 1 unless told.
-class CalcRun
-{
-public:
-    explicit CalcRun(calc::rules::CalcResult calculated) : result(std::move(calculated)) {}
-
-    calc::rules::CalcResult result;
-
-    const calc::rules::EmployeeResult &of(qint64 user = 1) const;
-    const calc::rules::DayResult &day(const QString &day, qint64 user = 1) const;
-    /// "IN-OUT DC" of the day: "7:00-15:00 8:00", "- 0:00" without a presence that counts.
-    QString values(const QString &day, qint64 user = 1) const;
-    /// The remarks of the day, joined by "; ".
-    QString remarks(const QString &day, qint64 user = 1) const;
-    /// The pairs of the period as pairText() has them, joined by "; ".
-    QString pairs(qint64 user = 1) const;
-    /// The errors of the given codes ("ATP OPO") as errorText() has them, in alphabetical order, joined by "|".
-    QString errors(const QString &codes) const;
-    /// Durations of the day's or the period's columns: "DELO SALDO" as "8:00 -".
-    QString amounts(const QString &day, const QString &columns, qint64 user = 1) const;
-    QString sums(const QString &columns, qint64 user = 1) const;
-};
 
 /// A company in memory: events, schedules and settings in; pairs, seconds and remarks out. No file, no event loop.
 class CalcRows
@@ -120,9 +88,7 @@ public:
                   const QString &settings = kNoRules);
     /// For changing what no script tells; valid until the next employee.
     calc::rules::Employee &of(qint64 user);
-    /// Events of the journal.
     void events(qint64 user, const QString &script);
-    void handEntered(qint64 user, const QString &script);
     void holiday(const QString &day, const QString &text);
     /// Shift from one date to another; columns as "EMPLID=E1 FHOUR=6:00 RGROUP=B ID=9".
     void assign(const QString &from, const QString &to, const QString &shift, const QString &columns = {});
@@ -142,8 +108,6 @@ private:
         QDate to;
         calc::rules::Assignment assignment;
     };
-
-    void addEvents(qint64 user, const QString &script, bool isMeta);
 
     std::vector<calc::rules::Employee> m_employees;
     std::vector<std::pair<QDate, QString>> m_holidays;

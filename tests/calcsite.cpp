@@ -15,71 +15,6 @@ void merge(QAny &row, const QString &columns)
 
 } // namespace
 
-QString values(const QAny &row, const QString &keys)
-{
-    QStringList texts;
-    for (const QString &key : keys.split(' ')) {
-        const QAny cell = row.value(key);
-        texts += (cell.isHash() ? cell.value("UWVS") : cell).toJson().replace('"', '\'');
-    }
-    return texts.join(',');
-}
-
-QString durations(const QAny &row, const QString &keys)
-{
-    QStringList texts;
-    for (const QString &key : keys.split(' '))
-        texts += row.value(key).isInteger() ? duration(row.value(key).toInteger()) : QString('-');
-    return texts.join(' ');
-}
-
-QAny Outcome::row(const QString &list, qint64 user, const QString &day) const
-{
-    const QList<QAny> rows = result.value(list).toList();
-    for (const QAny &candidate : rows)
-        if (candidate.value("USER").toInteger() == user &&
-            (day.isEmpty() || candidate.value("DATE").toInteger() == midnight(day)))
-            return candidate;
-    return {};
-}
-
-QString Outcome::remarks(qint64 user, const QString &date) const
-{
-    return day(user, date).value("OPOMBA").toVariant().toStringList().join("; ");
-}
-
-QList<qint64> Outcome::users(const QString &list) const
-{
-    QList<qint64> ids;
-    const QList<QAny> rows = result.value(list).toList();
-    for (const QAny &one : rows)
-        ids += one.value("USER").toInteger();
-    return ids;
-}
-
-QString Outcome::pairTexts(qint64 user) const
-{
-    QStringList texts;
-    const QList<QAny> all = pairs(user).toList();
-    for (const QAny &pair : all)
-        texts += pairText(pair.value("DATESTAMP").toInteger(), pair.value("TIMESTAMP").toInteger(),
-                          pair.value("TIMESTAMP2").toInteger(), pair.value("TIP2").toString(),
-                          pair.value("PTIME").toInteger(), pair.value("NW").toInteger());
-    return texts.join("; ");
-}
-
-QStringList Outcome::errors(const QStringList &codes) const
-{
-    QStringList texts;
-    const QList<QAny> all = result.value("ERR").toList();
-    for (const QAny &error : all)
-        if (codes.contains(error.value("CODE").toString()))
-            texts += errorText(error.value("CODE").toString(), error.value("NAPAKA").toString(),
-                               error.value("USER").toInteger(), error.value("DATESTAMP").toInteger());
-    texts.sort();
-    return texts;
-}
-
 CalcSite::CalcSite() : m_database(std::make_unique<DataBase>(m_folder.filePath("site.db")))
 {
     sql("PRAGMA synchronous=OFF"); // no test outlives a power cut
@@ -131,14 +66,14 @@ void CalcSite::employee(qint64 id, const QString &name, const QString &schedule,
     insert("employees", row);
 }
 
-void CalcSite::events(qint64 user, const QString &script, const QString &table)
+void CalcSite::events(qint64 user, const QString &script)
 {
     for (const ScriptedEvent &event : scriptedEvents(script))
-        insert(table, {{"USER", user},
-                       {"TIMESTAMP", event.timestamp},
-                       {"ACCESS_CODE", event.accessCode},
-                       {"TYPE", event.type},
-                       {"REMARK", "opomba"}});
+        insert(event.isMeta ? "metalog" : "allevents", {{"USER", user},
+                                                        {"TIMESTAMP", event.timestamp},
+                                                        {"ACCESS_CODE", event.accessCode},
+                                                        {"TYPE", event.type},
+                                                        {"REMARK", "opomba"}});
 }
 
 void CalcSite::holiday(const QString &day, const QAny &text)

@@ -7,34 +7,6 @@
 
 #include <memory>
 
-/// What the row shows under each key (of a packed cell its display value): "'Novak Ana',1,null".
-QString values(const QAny &row, const QString &keys);
-/// Seconds under each key: "7:30 0:00 -", the last one Null.
-QString durations(const QAny &row, const QString &keys);
-
-/// What a calculation answered, and short ways to say what one looks for in it.
-class Outcome
-{
-public:
-    explicit Outcome(const QAny &answer) : result(answer) {}
-
-    QAny result;
-
-    /// The row of `list` that belongs to the employee and, where given, to the date; Null without one.
-    QAny row(const QString &list, qint64 user, const QString &day = {}) const;
-    QAny day(qint64 user, const QString &day) const { return row("DAYS", user, day); }
-    QAny sum(qint64 user) const { return row("CALCsum", user); }
-    /// The remarks of that day, joined by "; ".
-    QString remarks(qint64 user, const QString &date) const;
-    QAny pairs(qint64 user, const QString &list = "CALC") const { return row(list, user).value("PAIRS"); }
-    /// Ids of the employees in their order.
-    QList<qint64> users(const QString &list = "CALC") const;
-    /// The pairs as pairText() has them, joined by "; ".
-    QString pairTexts(qint64 user) const;
-    /// The errors of the given codes as errorText() has them, in alphabetical order.
-    QStringList errors(const QStringList &codes) const;
-};
-
 /// A database file with the attendance tables, the calendar of 2026, and short ways to fill it.
 class CalcSite
 {
@@ -51,7 +23,7 @@ public:
     /// Name: "LASTNAME FIRSTNAME". Schedule and settings in their scripts, columns as "PRERAZDC=A ACTIVE=0".
     void employee(qint64 id, const QString &name = "Novak Ana", const QString &schedule = kDay,
                   const QString &settings = kNoRules, const QString &columns = {});
-    void events(qint64 user, const QString &script, const QString &table = "allevents");
+    void events(qint64 user, const QString &script);
     void holiday(const QString &day, const QAny &text);
     /// Shift of a group from one instant ("2.3.2026 12:00") to another.
     void assign(const QString &from, const QString &to, const QString &shift, const QString &columns = "RGROUP=A");

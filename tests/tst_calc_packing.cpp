@@ -7,7 +7,44 @@ using namespace calc;
 namespace {
 
 const QString kMonday = "2.3.2026";
-const QString kEight = " 07:00 101; 15:00 102";
+
+/// Name | first day, two pairs on it, one on each of the next two | colours of the pairs in their order.
+constexpr char kPairColours[] = R"(
+$grey = #c0c0c0 #615952
+$weekend = #00ff00 #006000
+$holiday = #17c0ee #008000
+alternating days | 2.3.2026  | $grey, $grey, #00ffff #111010, $grey
+weekend          | 7.3.2026  | $weekend, $weekend, $weekend
+holiday          | 11.3.2026 | $holiday, $holiday
+)";
+
+/// Name | day without a pair | colours | remark.
+constexpr char kEmptyDays[] = R"(
+$empty = #ee3117 #00b000
+$weekend = #00ff00 #006000
+$holiday = #17c0ee #008000
+a working day               | 3.3.2026  | $empty | Ni delovnih ur
+a holiday                   | 4.3.2026  | $holiday
+a free holiday              | 5.3.2026  | $holiday
+a day without a schedule    | 6.3.2026  | $empty
+Saturday                    | 7.3.2026  | $weekend
+Sunday                      | 8.3.2026  | $weekend
+a day off                   | 9.3.2026  | $empty
+an hour check left no pair  | 10.3.2026 | $empty | Ni delovnih ur
+today                       | 11.3.2026 | $empty | Ni delovnih ur
+tomorrow                    | 12.3.2026 | $empty
+)";
+
+/// Name | hours asked for on a day of eight | balance with seconds.
+constexpr char kDurations[] = R"(
+below zero                   | 9:30   | -01:30:00
+less than an hour below zero | 8:30   | -00:30:00
+above                        | 6:30   | 01:30:00
+nothing                      | 8:00   | 00:00:00
+beyond 99 hours              | 128:00 | -120:00:00
+schedule in minutes alone    | 45     | 07:15:00
+schedule below zero          | -0:30  | 08:30:00
+)";
 
 /// The packed tables of a period.
 QAny packed(const CalcRows &rows, const QString &from, const QString &to, const QString &settings = {})
@@ -54,18 +91,15 @@ class TestCalcPacking : public QObject
     Q_OBJECT
 private slots:
     void pairTable();
-    void pairRowsAreColouredByDay_data();
+    void pairRowsAreColouredByDay_data() { addTable(kPairColours); }
     void pairRowsAreColouredByDay();
-    void eventKindsAreColoured_data();
     void eventKindsAreColoured();
-    void emptyDaysAreShownWhereAskedFor_data();
+    void emptyDaysAreShownWhereAskedFor_data() { addTable(kEmptyDays); }
     void emptyDaysAreShownWhereAskedFor();
     void dayTable();
-    void durations_data();
+    void durations_data() { addTable(kDurations); }
     void durations();
-    void correctedTimesAreMarked_data();
     void correctedTimesAreMarked();
-    void dayRowsAreColouredByCategory_data();
     void dayRowsAreColouredByCategory();
     void sumTable();
     void codesAreListed();
@@ -83,7 +117,7 @@ private:
 
 void TestCalcPacking::pairTable()
 {
-    CalcRows rows("07:00:10 101; 15:00:30 102:1; 3.3.2026 22:00 101; 4.3.2026 06:00 102; 07:00 101");
+    CalcRows rows("7:00:10-15:00:30 102:1; 3.3.2026 22-6; 4.3.2026 7 101");
     rules::Event &departure = rows.of(1).events[1];
     departure.idx = qint64(7);
     departure.tag = qint64(3);
@@ -100,78 +134,38 @@ void TestCalcPacking::pairTable()
              QString("'07:00:10','15:00:30','08:00:20'"));
 }
 
-void TestCalcPacking::pairRowsAreColouredByDay_data()
-{
-    columns<QString, QStringList>("from", "colours"); // of the pairs in their order
-    const QString grey = "#c0c0c0 #615952", cyan = "#00ffff #111010", weekend = "#00ff00 #006000";
-    const QString holiday = "#17c0ee #008000";
-    // Two pairs on the first day, one on each of the next two.
-    addRow("alternating days", "2.3.2026", QStringList{grey, grey, cyan, grey});
-    addRow("weekend", "7.3.2026", QStringList{weekend, weekend, weekend});
-    addRow("holiday", "11.3.2026", QStringList{holiday, holiday});
-}
-
 void TestCalcPacking::pairRowsAreColouredByDay()
 {
-    QFETCH(QString, from);
-    QFETCH(QStringList, colours);
-    const auto on = [&](int day) { return date(from).addDays(day).toString("d.M.yyyy"); };
-    CalcRows rows(on(0) + " 07:00 101; 10:00 102; 11:00 101; 15:00 102; " + on(1) + kEight + "; " + on(2) + kEight);
+    QFETCH(TableRow, row);
+    const QDate from = date(row[0]);
+    const auto on = [&](int day) { return from.addDays(day).toString("d.M.yyyy"); };
+    CalcRows rows(on(0) + " 7-10; 11-15; " + on(1) + " 7-15; " + on(2) + " 7-15");
     rows.holiday("11.3.2026", "Dan upora");
-    const QAny table = packed(rows, from, on(2)).value("PAIRS");
-    QCOMPARE(table.value("TABLE").count(), 4);
-    for (int i = 0; i < colours.count(); ++i)
-        QCOMPARE(colouring(table["TABLE"][i]), colours.at(i));
-}
-
-void TestCalcPacking::eventKindsAreColoured_data()
-{
-    columns<QString, bool, QString>("kind", "handEntered", "colour");
-    addRow("MP", "MP", false, "#5ab9d3");
-    addRow("ME", "ME", false, "#5a9cd3");
-    addRow("EV", "EV", false, "#abe7f8");
-    addRow("hand-entered", "ME", true, "#5a9cd3");
+    const QAny table = packed(rows, on(0), on(2))["PAIRS"]["TABLE"];
+    QCOMPARE(table.count(), 4);
+    QVERIFY2(each(table, "COLOR TXTCOLOR").startsWith(row[1]), qPrintable(each(table, "COLOR TXTCOLOR")));
 }
 
 void TestCalcPacking::eventKindsAreColoured()
 {
-    QFETCH(QString, kind);
-    QFETCH(bool, handEntered);
-    QFETCH(QString, colour);
-    CalcRows rows("07:00 101; 15:00 102; 17:00 105");
-    const QString script = "16:00 101/" + kind + "; 16:30 102/" + kind;
-    handEntered ? rows.handEntered(1, script) : rows.events(1, script);
-    const QAny table = packedMonday(rows, "AUTOEVENTS=1").value("PAIRS").value("TABLE");
-    QCOMPARE(colouring(table[1]["TYPE"]), colour + " #000000");
-    QCOMPARE(colouring(table[1]["TYPE2"]), colour + " #000000");
-    const QAny generated = table[2].value("TYPE");
-    QCOMPARE(generated, QAny({{"UWVS", "AE"}, {"COLOR", "#fdae7a"}, {"TXTCOLOR", "#000000"}}));
-}
-
-void TestCalcPacking::emptyDaysAreShownWhereAskedFor_data()
-{
-    columns<QString, QString, QString>("day", "colours", "text");
-    const QString empty = "#ee3117 #00b000", weekend = "#00ff00 #006000", holiday = "#17c0ee #008000";
-    const QString noHours = "Ni delovnih ur";
-    addRow("a working day", "3.3.2026", empty, noHours);
-    addRow("a holiday", "4.3.2026", holiday, "");
-    addRow("a free holiday", "5.3.2026", holiday, "");
-    addRow("a day without a schedule", "6.3.2026", empty, "");
-    addRow("Saturday", "7.3.2026", weekend, "");
-    addRow("Sunday", "8.3.2026", weekend, "");
-    addRow("a day off", "9.3.2026", empty, "");
-    addRow("an hour check left no pair", "10.3.2026", empty, noHours);
-    addRow("today", "11.3.2026", empty, noHours);
-    addRow("tomorrow", "12.3.2026", empty, "");
+    const CalcRows rows("7-8 102/MP; 8-9 102/ME; 9-10; 17 105 + 10-11 102/ME");
+    const QAny table = packedMonday(rows, "AUTOEVENTS=1")["PAIRS"]["TABLE"];
+    const auto kinds = [&table](const QString &column, int count) {
+        QAny cells(QAny::List);
+        for (int i = 0; i < count; ++i)
+            cells.append(table.at(i).value(column));
+        return each(cells, "UWVS COLOR TXTCOLOR");
+    };
+    const QString stored = "MP #5ab9d3 #000000, ME #5a9cd3 #000000, EV #abe7f8 #000000, ME #5a9cd3 #000000";
+    QCOMPARE(kinds("TYPE2", 4), stored);
+    QCOMPARE(kinds("TYPE", 5), stored + ", AE #fdae7a #000000");
 }
 
 void TestCalcPacking::emptyDaysAreShownWhereAskedFor()
 {
-    QFETCH(QString, day);
-    QFETCH(QString, colours);
-    QFETCH(QString, text);
+    QFETCH(TableRow, row);
     const QString schedule = QString("1-4 %1|6-7 %1").arg(kDay);
-    CalcRows rows(kMonday + kEight + "; 10.3.2026 19:30 101; 20:00 102", schedule, "HOURS/SHOWEMPTYDAYS=1");
+    CalcRows rows("7-15; 10.3.2026 19:30-20", schedule, "HOURS/SHOWEMPTYDAYS=1");
     rows.employee(2, "Zupan Bine", schedule); // does not ask
     rows.holiday("4.3.2026", "Dan upora");
     rows.holiday("5.3.2026", "1");
@@ -179,19 +173,18 @@ void TestCalcPacking::emptyDaysAreShownWhereAskedFor()
     rows.today = date("11.3.2026");
     const QAny table = packed(rows, kMonday, "12.3.2026", "EARLYEXIT=8")["PAIRS"]["TABLE"];
     QCOMPARE(table.count(), 11);
-    const QAny row = table[static_cast<int>(date(kMonday).daysTo(date(day)))];
-    QCOMPARE(values(row, "NAME DATESTAMP TIMESTAMP PTIME REMARK"),
-             QString("'Novak Ana','%1','','','%2'").arg(longDate(day), text));
-    QCOMPARE(colouring(row), colours);
+    const QAny shown = table[static_cast<int>(date(kMonday).daysTo(date(row[0])))];
+    QCOMPARE(values(shown, "NAME DATESTAMP TIMESTAMP PTIME REMARK"),
+             QString("'Novak Ana','%1','','','%2'").arg(longDate(row[0]), row[2]));
+    QCOMPARE(colouring(shown), row[1]);
 }
 
 void TestCalcPacking::dayTable()
 {
-    CalcRows rows("2.3.2026 07:00 101; 13:30 102; 3.3.2026 06:00 101; 16:00 102; 4.3.2026 06:00 101; 16:00 102; "
-                  "7.3.2026 07:00 101; 12:00 102",
-                  kDay, "HOURS/LOWSALDO=1 HOURS/TOOMANYFREEHOURS=1");
+    CalcRows rows("7-13:30; 3.3.2026 6-16; 4.3.2026 6-16; 7.3.2026 7-12", kDay,
+                  "HOURS/LOWSALDO=1 HOURS/TOOMANYFREEHOURS=1");
     rows.employee(2, "Zupan Bine");
-    rows.events(2, kMonday + kEight);
+    rows.events(2, "7-15");
     rows.assign("1.3.2026", "31.3.2026", "2", "EMPLID=E1");
     const QAny table = packed(rows, kMonday, "7.3.2026").value("DAYS");
     QCOMPARE(table.value("TABLE").count(), 2 * (6 + 1));
@@ -219,79 +212,43 @@ void TestCalcPacking::dayTable()
         QCOMPARE(table["TABLE"][row]["SALDO"].value("TXTCOLOR"), QAny(colour));
 }
 
-void TestCalcPacking::durations_data()
-{
-    columns<QString, QString, QString>("minHours", "text", "precise");
-    addRow("below zero", "9:30", "-01:30", "-01:30:00");
-    addRow("less than an hour below zero", "8:30", "-00:30", "-00:30:00");
-    addRow("above", "6:30", "01:30", "01:30:00");
-    addRow("nothing", "8:00", "00:00", "00:00:00");
-    addRow("beyond 99 hours", "128:00", "-120:00", "-120:00:00");
-    addRow("schedule in minutes alone", "45", "07:15", "07:15:00");
-    addRow("schedule below zero", "-0:30", "08:30", "08:30:00");
-}
-
 void TestCalcPacking::durations()
 {
-    QFETCH(QString, minHours);
-    QFETCH(QString, text);
-    QFETCH(QString, precise);
-    const CalcRows rows(kEight, "STARTB=6:00 ENDE=16:00 MINHOURS=" + minHours);
-    QCOMPARE(values(packedMonday(rows)["DAYS"]["TABLE"][0], "SALDO"), '\'' + text + '\'');
+    QFETCH(TableRow, row);
+    const CalcRows rows("7-15", "STARTB=6:00 ENDE=16:00 MINHOURS=" + row[0]);
+    QCOMPARE(values(packedMonday(rows)["DAYS"]["TABLE"][0], "SALDO"), '\'' + row[1].chopped(3) + '\'');
     const QAny tables = packedMonday(rows, "ISSEC=1");
-    QCOMPARE(values(tables["DAYS"]["TABLE"][0], "INORG SALDO"), QString("'07:00:00','%1'").arg(precise));
-    QCOMPARE(values(tables["SUM"]["TABLE"][0], "PLUSMINUS"), '\'' + precise + '\'');
-}
-
-void TestCalcPacking::correctedTimesAreMarked_data()
-{
-    columns<QString, QAny, QAny>("events", "in", "out");
-    const auto moved = [](const char *time, const char *tip) {
-        return QAny{{"UWVS", time}, {"TXTCOLOR", "#fa9112"}, {"TOOLTIP", tip}};
-    };
-    addRow("neither", "06:00 101; 16:00 102", QAny("06:00"), QAny("16:00"));
-    addRow("arrival", "05:30 101; 15:00 102", moved("05:30", "Spremenjen prihod po urniku"), QAny("15:00"));
-    addRow("departure", "07:00 101; 16:30 102", QAny("07:00"), moved("16:30", "Spremenjen odhod po urniku"));
+    QCOMPARE(values(tables["DAYS"]["TABLE"][0], "INORG SALDO"), QString("'07:00:00','%1'").arg(row[1]));
+    QCOMPARE(values(tables["SUM"]["TABLE"][0], "PLUSMINUS"), '\'' + row[1] + '\'');
 }
 
 void TestCalcPacking::correctedTimesAreMarked()
 {
-    QFETCH(QString, events);
-    QFETCH(QAny, in);
-    QFETCH(QAny, out);
-    const QAny row = packedMonday(CalcRows(events))["DAYS"]["TABLE"][0];
-    QCOMPARE(row.value("INORG"), in);
-    QCOMPARE(row.value("OUTORG"), out);
-}
-
-void TestCalcPacking::dayRowsAreColouredByCategory_data()
-{
-    columns<QString, QString>("code", "colour");
-    addRow("work", "102", "#abdcf8");
-    addRow("leave", "102:1", "#abbbf8");
-    addRow("sickness", "102:2", "#f8d7ab");
-    addRow("from home", "102:7", "#28f1bd");
-    addRow("field", "102:4", "#acf3e1");
-    addRow("holiday", "", "#f1d528");
+    const auto times = [](const QString &events) {
+        const QAny row = packedMonday(CalcRows(events))["DAYS"]["TABLE"][0];
+        return row.value("INORG").toJson() + ' ' + row.value("OUTORG").toJson();
+    };
+    const QString moved = R"({"UWVS":"%1","TXTCOLOR":"#fa9112","TOOLTIP":"Spremenjen %2 po urniku"})";
+    QCOMPARE(times("6-16"), QString(R"("06:00" "16:00")"));
+    QCOMPARE(times("5:30-15"), moved.arg("05:30", "prihod") + R"( "15:00")");
+    QCOMPARE(times("7-16:30"), R"("07:00" )" + moved.arg("16:30", "odhod"));
 }
 
 void TestCalcPacking::dayRowsAreColouredByCategory()
 {
-    QFETCH(QString, code);
-    QFETCH(QString, colour);
-    CalcRows rows(code.isEmpty() ? QString() : "07:00 101; 15:00 " + code);
-    if (code.isEmpty())
-        rows.holiday(kMonday, "Dan upora");
-    const QAny row = packedMonday(rows)["DAYS"]["TABLE"][0];
-    QVERIFY2(colouring(row).contains(colour), qPrintable(row.toJson()));
+    CalcRows rows("7-15; 3.3.2026 7-15 102:1; 4.3.2026 7-15 102:2; 5.3.2026 7-15 102:7; 6.3.2026 7-15 102:4");
+    rows.holiday("9.3.2026", "Dan upora");
+    const QAny table = packed(rows, kMonday, "9.3.2026")["DAYS"]["TABLE"];
+    for (const auto &[row, colour] : {std::pair(0, "#abdcf8"), std::pair(1, "#abbbf8"), std::pair(2, "#f8d7ab"),
+                                      std::pair(3, "#28f1bd"), std::pair(4, "#acf3e1"), std::pair(7, "#f1d528")})
+        QVERIFY2(colouring(table[row]).contains(colour), qPrintable(table[row].toJson()));
 }
 
 void TestCalcPacking::sumTable()
 {
-    const QString ten = " 06:00 101; 16:00 102; ";
-    CalcRows rows(kMonday + ten + "3.3.2026" + ten + "4.3.2026" + ten);
+    CalcRows rows("6-16; 3.3.2026 6-16; 4.3.2026 6-16");
     rows.employee(2, "Zupan Bine");
-    rows.events(2, kMonday + kEight);
+    rows.events(2, "7-15");
     QCOMPARE(packed(rows, kMonday, "4.3.2026")["SUM"]["TABLE"].count(), 2);
     const QAny table = packed(rows, kMonday, "4.3.2026", "ISSUMSUM=1")["SUM"];
     QCOMPARE(missing(table,
@@ -313,28 +270,17 @@ void TestCalcPacking::sumTable()
 
 void TestCalcPacking::codesAreListed()
 {
-    CalcRows rows("07:00 =101; 15:00 =102:1; 3.3.2026 07:00 =104:Zunaj");
-    rows.employee(2, "Zupan Bine");
-    rows.events(2, "07:00 =101:Prihod; 15:00 =102:1:Dopust");
-    rows.employee(3, "Kos Cene");
-    rows.events(3, "07:00 =101:Pozneje; 15:00 =103");
+    const CalcRows rows("7-15 =102:1:Dopust; 16-17 =103");
     const CalcRun run = rows.run(kMonday, kMonday, "ISACS=1");
-    const QAny list = output::recordsOf(run.result).value("ACSLIST");
-    QStringList found;
-    for (int i = 0; i < list.count(); ++i)
-        found += values(list[i], "AC NAME");
-    found.sort();
-    // The first employee's events have codes alone: of each the first name that any event gives.
-    QCOMPARE(found, (QStringList{"'101','Prihod'", "'102:1','Dopust'", "'103',''"}));
+    QCOMPARE(each(run.answer["ACSLIST"], "AC NAME"), QString("101 Ime, 102:1 Dopust, 103 "));
     output::PackedCells cells = output::cellsOf(run.result);
-    const QAny sums = output::sumTable(run.result, cells)["TABLE"];
-    QVERIFY(values(sums[1], "ACSLIST").contains("102:1:Dopust"));
-    QCOMPARE(output::recordsOf(rows.run(kMonday, kMonday).result).value("ACSLIST").count(), 0);
+    QVERIFY(values(output::sumTable(run.result, cells)["TABLE"][0], "ACSLIST").contains("102:1:Dopust"));
+    QCOMPARE(rows.run(kMonday, kMonday).answer["ACSLIST"].count(), 0);
 }
 
 void TestCalcPacking::errorTable()
 {
-    CalcRows rows("2.3.2026 22:00 101; 3.3.2026 06:00 102");
+    CalcRows rows("22-6");
     rows.employee(2, "Zupan Bine");
     rows.employee(3, "Kos Cene");
     rows.employee(4, "Vidmar Dane");
@@ -342,19 +288,16 @@ void TestCalcPacking::errorTable()
     rows.events(4, "15:00 102");
     const QAny table = packed(rows, kMonday, "3.3.2026", "CALCREM=1").value("ERR");
     QCOMPARE(missing(table, "NAME NAPAKA"), QString());
-    QStringList found;
-    for (int i = 0; i < table.value("TABLE").count(); ++i)
-        found += values(table["TABLE"][i], "NAME NAPAKA") + colouring(table["TABLE"][i]);
-    const QString all = found.join('\n');
-    for (const char *row : {"'Novak Ana','Dvodnevni par' #fa8012", "'Zupan Bine','Zadnji dogodek ni izhod!' #fad012",
-                            "'Kos Cene','Ni dogodkov za izbrano obdobje!' #55ff00"})
+    const QString all = each(table["TABLE"], "NAME NAPAKA TXTCOLOR");
+    for (const char *row : {"Novak Ana Dvodnevni par #fa8012", "Zupan Bine Zadnji dogodek ni izhod! #fad012",
+                            "Kos Cene Ni dogodkov za izbrano obdobje! #55ff00"})
         QVERIFY2(all.contains(row), qPrintable(all));
-    QVERIFY(all.contains(QRegularExpression("'Vidmar Dane','Ni Prihoda!' (#fad012|#55ff00)")));
+    QVERIFY(all.contains(QRegularExpression("Vidmar Dane Ni Prihoda! (#fad012|#55ff00)")));
 }
 
 void TestCalcPacking::theDialogPacksWhatItCalculates()
 {
-    CalcSite site(kMonday + kEight);
+    CalcSite site("7-15");
     QAny request = CalcSite::request(kMonday, kMonday);
     const QAny plain = site.pack(request);
     QVERIFY(plain.value("TIME").isInteger());
@@ -392,14 +335,12 @@ void TestCalcPacking::fatalErrorsLeaveEmptyTables()
     const QAny answer = site.pack(request);
     QVERIFY(answer.value("TIME").isInteger());
     QCOMPARE(answer.value("CALC").keys(), QStringList("ERR"));
-    QVERIFY(answer.value("EXPLAIN").isList());
-    QCOMPARE(answer.value("EXPLAIN").count(), 0);
+    QCOMPARE(answer["EXPLAIN"].toJson(), QString("[]"));
     for (const char *name : {"PAIRS", "EMPLO", "DATA", "PRERAZ"})
-        QVERIFY2(answer["CALC21"].value(name).isList() && answer["CALC21"].value(name).count() == 0, name);
+        QCOMPARE(answer["CALC21"][name].toJson(), QString("[]"));
     for (const char *name : {"PAIRS", "DAYS", "SUM"}) {
-        const QAny table = answer["PACK"].value(name);
-        QVERIFY2(table.value("TABLE").isList() && table.value("HEADER").isList(), name);
-        QCOMPARE(table.value("TABLE").count(), 0);
+        QCOMPARE(answer["PACK"][name]["TABLE"].toJson(), QString("[]"));
+        QVERIFY2(answer["PACK"][name].value("HEADER").isList(), name);
     }
     const QAny errors = answer["PACK"]["ERR"];
     QCOMPARE(errors.value("TABLE").count(), 1);

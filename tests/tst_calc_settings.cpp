@@ -5,7 +5,21 @@ using namespace calc;
 
 namespace {
 const QString kMonday = "2.3.2026";
-const QString kShiftPair = "2.3. 07:00-15:00 102 8:00";
+
+/// Name | stored | request | seconds.
+constexpr char kTaps[] = R"(
+stored                          | 120  | {}                       | 120
+stored as nothing               |  | {}                           | 0
+stored as a text that is none   | dve minuti | {}                 | 0
+stored below nothing            | -5   | {}                       | 0
+asked for                       | 120  | {"DOUBLETAP":60}         | 60
+asked for as a text             | 120  | {"DOUBLETAP":"60"}       | 60
+asked off                       | 120  | {"DOUBLETAP":0}          | 0
+asked for by a text that is none | 120 | {"DOUBLETAP":"dve"}      | 0
+asked below nothing             | 120  | {"DOUBLETAP":-5}         | 0
+more than an hour               | 120  | {"DOUBLETAP":7200}       | 3600
+no key of the settings          | 120  | {"SETT":{"DOUBLETAP":60}} | 120
+)";
 } // namespace
 
 /// Where the settings of a calculation come from and how they are stored.
@@ -25,15 +39,15 @@ private:
 
 void TestCalcSettings::settingsOfTheRequestReplaceTheStored()
 {
-    CalcSite site("07:00:40 101; 15:00 102");
+    CalcSite site("7:00:40-15");
     QAny request{{"STARTDATE", kMonday}, {"ENDDATE", kMonday}};
     site.storeConfig("CALCWTIMES", "{\"ISROUND30\":true}");
-    QCOMPARE(site.run(request).pairTexts(1), QString("2.3. 07:01-15:00 102 7:59"));
+    QCOMPARE(site.run(request).pairs(), QString("2.3. 07:01-15:00 102 7:59"));
     request["SETT"] = QAny(QAny::Hash);
-    QCOMPARE(site.run(request).pairTexts(1), QString("2.3. 07:00:40-15:00 102 7:59:20"));
+    QCOMPARE(site.run(request).pairs(), QString("2.3. 07:00:40-15:00 102 7:59:20"));
     request.remove("SETT");
     site.storeConfig("CALCWTIMES", "{ISROUND30");
-    QCOMPARE(site.run(request).pairTexts(1), QString("2.3. 07:00:40-15:00 102 7:59:20"));
+    QCOMPARE(site.run(request).pairs(), QString("2.3. 07:00:40-15:00 102 7:59:20"));
 }
 
 void TestCalcSettings::settingsAreStoredWhole()
@@ -61,33 +75,14 @@ void TestCalcSettings::settingsAreStoredWhole()
 void TestCalcSettings::tapsOfOnePassageAreSetBesideTheSettings_data()
 {
     m_site = std::make_unique<CalcSite>();
-    columns<QString, QAny, qint64>("stored", "request", "seconds");
-    const auto row = [](const char *name, const QString &stored, const QAny &request, qint64 seconds) {
-        addRow(name, stored, request, seconds);
-    };
-    const auto wanting = [](const QAny &seconds) { return QAny{{"DOUBLETAP", seconds}}; };
-    const QAny nothing(QAny::Hash);
-    row("stored", "120", nothing, 120);
-    row("stored as nothing", "", nothing, 0);
-    row("stored as a text that is none", "dve minuti", nothing, 0);
-    row("stored below nothing", "-5", nothing, 0);
-    row("asked for", "120", wanting(60), 60);
-    row("asked for as a text", "120", wanting("60"), 60);
-    row("asked off", "120", wanting(0), 0);
-    row("asked off as a text", "120", wanting("0"), 0);
-    row("asked for by a text that is none", "120", wanting("dve minuti"), 0);
-    row("asked below nothing", "120", wanting(-5), 0);
-    row("more than an hour", "120", wanting(7200), 3600);
-    row("no key of the settings", "120", QAny{{"SETT", wanting(60)}}, 120);
+    addTable(kTaps);
 }
 
 void TestCalcSettings::tapsOfOnePassageAreSetBesideTheSettings()
 {
-    QFETCH(QString, stored);
-    QFETCH(QAny, request);
-    QFETCH(qint64, seconds);
-    m_site->storeConfig("DOUBLETAP", stored);
-    QCOMPARE(input::doubleTapSecondsOf(m_site->database(), request), seconds);
+    QFETCH(TableRow, row);
+    m_site->storeConfig("DOUBLETAP", row[0]);
+    QCOMPARE(input::doubleTapSecondsOf(m_site->database(), QAny::fromJson(row[1])), row[2].toLongLong());
 }
 
 void TestCalcSettings::tapsOfOnePassageAreOne()
@@ -95,11 +90,11 @@ void TestCalcSettings::tapsOfOnePassageAreOne()
     CalcSite site("07:00 101; 07:01:40 101; 14:59 102; 15:00 102");
     QAny request = CalcSite::request(kMonday, kMonday);
     const QString separate = "2.3. 07:00- 0:00; 2.3. 07:01:40-14:59 102 7:57:20; 2.3. -15:00 102 0:00";
-    QCOMPARE(site.run(request).pairTexts(1), separate);
+    QCOMPARE(site.run(request).pairs(), separate);
     site.storeConfig("DOUBLETAP", "100");
-    QCOMPARE(site.run(request).pairTexts(1), kShiftPair);
+    QCOMPARE(site.run(request).pairs(), QString("2.3. 07:00-15:00 102 8:00"));
     request["DOUBLETAP"] = 0;
-    QCOMPARE(site.run(request).pairTexts(1), separate);
+    QCOMPARE(site.run(request).pairs(), separate);
 }
 
 QTEST_GUILESS_MAIN(TestCalcSettings)
