@@ -20,11 +20,6 @@ private slots:
     void tellsAnOffset();
 };
 
-static qint64 clockTime(const QString &text)
-{
-    return text == "24:00" ? LocalDay::kSeconds : QTime::fromString(text, "HH:mm").msecsSinceStartOfDay() / 1000;
-}
-
 static QString utcText(qint64 instant)
 {
     return QDateTime::fromSecsSinceEpoch(instant, Qt::UTC).toString("yyyy-MM-dd HH:mm:ss");
@@ -33,38 +28,36 @@ static QString utcText(qint64 instant)
 void TestLocalDay::clockTimes_data()
 {
     QTest::addColumn<QString>("zone");
-    QTest::addColumn<QString>("day");
-    QTest::addColumn<QString>("clock");
+    QTest::addColumn<QString>("time");
     QTest::addColumn<QString>("expected"); // UTC, the second one behind "/"
-    const auto row = [](const char *name, const char *zone, const char *day, const char *clock, const char *expected) {
-        QTest::newRow(name) << QString(zone) << QString(day) << QString(clock) << QString(expected);
+    const auto row = [](const char *name, const char *zone, const char *time, const char *expected) {
+        QTest::newRow(name) << QString(zone) << QString(time) << QString(expected);
     };
-    const char *const here = "Europe/Ljubljana";
-    row("winter", here, "2026-01-05", "08:00", "2026-01-05 07:00:00");
-    row("summer", here, "2026-07-05", "08:00", "2026-07-05 06:00:00");
-    row("spring, before the change", here, "2026-03-29", "01:59", "2026-03-29 00:59:00");
-    row("spring, first minute skipped", here, "2026-03-29", "02:00", "skipped 2026-03-29 01:00:00");
-    row("spring, last minute skipped", here, "2026-03-29", "02:59", "skipped 2026-03-29 01:00:00");
-    row("spring, after the change", here, "2026-03-29", "03:00", "2026-03-29 01:00:00");
-    row("autumn, before the hour", here, "2026-10-25", "01:59", "2026-10-24 23:59:00");
-    row("autumn, first minute twice", here, "2026-10-25", "02:00", "2026-10-25 00:00:00/2026-10-25 01:00:00");
-    row("autumn, last minute twice", here, "2026-10-25", "02:59", "2026-10-25 00:59:00/2026-10-25 01:59:00");
-    row("autumn, behind the hour", here, "2026-10-25", "03:00", "2026-10-25 02:00:00");
+    const char *const here = "Europe/Ljubljana", *const brazil = "America/Sao_Paulo";
+    row("summer", here, "2026-07-05 08:00", "2026-07-05 06:00:00");
+    row("spring, before the change", here, "2026-03-29 01:59", "2026-03-29 00:59:00");
+    row("spring, first minute skipped", here, "2026-03-29 02:00", "skipped 2026-03-29 01:00:00");
+    row("spring, last minute skipped", here, "2026-03-29 02:59", "skipped 2026-03-29 01:00:00");
+    row("spring, after the change", here, "2026-03-29 03:00", "2026-03-29 01:00:00");
+    row("autumn, before the hour", here, "2026-10-25 01:59", "2026-10-24 23:59:00");
+    row("autumn, first minute twice", here, "2026-10-25 02:00", "2026-10-25 00:00:00/2026-10-25 01:00:00");
+    row("autumn, last minute twice", here, "2026-10-25 02:59", "2026-10-25 00:59:00/2026-10-25 01:59:00");
+    row("autumn, behind the hour", here, "2026-10-25 03:00", "2026-10-25 02:00:00");
     // Brazil changed its clocks at midnight.
-    row("midnight skipped", "America/Sao_Paulo", "2018-11-04", "00:30", "skipped 2018-11-04 03:00:00");
-    row("behind a skipped midnight", "America/Sao_Paulo", "2018-11-04", "01:00", "2018-11-04 03:00:00");
-    row("the last hour twice", "America/Sao_Paulo", "2018-02-17", "23:30", "2018-02-18 01:30:00/2018-02-18 02:30:00");
-    row("the day behind it", "America/Sao_Paulo", "2018-02-18", "00:00", "2018-02-18 03:00:00");
-    row("half an hour", "Australia/Lord_Howe", "2026-04-05", "01:45", "2026-04-04 14:45:00/2026-04-04 15:15:00");
+    row("midnight skipped", brazil, "2018-11-04 00:30", "skipped 2018-11-04 03:00:00");
+    row("behind a skipped midnight", brazil, "2018-11-04 01:00", "2018-11-04 03:00:00");
+    row("the last hour twice", brazil, "2018-02-17 23:30", "2018-02-18 01:30:00/2018-02-18 02:30:00");
+    row("the day behind it", brazil, "2018-02-18 00:00", "2018-02-18 03:00:00");
+    row("half an hour", "Australia/Lord_Howe", "2026-04-05 01:45", "2026-04-04 14:45:00/2026-04-04 15:15:00");
 }
 
 void TestLocalDay::clockTimes()
 {
     QFETCH(QString, zone);
-    QFETCH(QString, day);
-    QFETCH(QString, clock);
-    const LocalDay local(QDate::fromString(day, Qt::ISODate), QTimeZone(zone.toLatin1()));
-    const LocalDay::Instants shown = local.instantsOf(clockTime(clock));
+    QFETCH(QString, time);
+    const LocalDay local(QDate::fromString(time.left(10), Qt::ISODate), QTimeZone(zone.toLatin1()));
+    const qint64 clock = QTime::fromString(time.mid(11), "HH:mm").msecsSinceStartOfDay() / 1000;
+    const LocalDay::Instants shown = local.instantsOf(clock);
     QString found = (shown.isSkipped ? "skipped " : "") + utcText(shown.first);
     if (shown.isTwice())
         found += '/' + utcText(shown.second);
@@ -73,7 +66,7 @@ void TestLocalDay::clockTimes()
         return;
     for (const qint64 instant : {shown.first, shown.second}) {
         QVERIFY(local.contains(instant));
-        QCOMPARE(local.clockSeconds(instant), clockTime(clock));
+        QCOMPARE(local.clockSeconds(instant), clock);
     }
 }
 
