@@ -7,7 +7,8 @@
 using namespace calc::rules;
 
 namespace {
-const QString kColumns = "DELO DOPUST IZRDOPUST BOLNIŠKA DRUGO SALDOURE SLUŽBENO ZASEBNO MALICA ODDOMA TEREN NOČNO "
+const QString kColumns = "IN OUT DAYTYPE IZMENA PRERAZ DELO DOPUST IZRDOPUST BOLNIŠKA DRUGO SALDOURE SLUŽBENO ZASEBNO "
+                         "MALICA ODDOMA TEREN NOČNO "
                          "PRISOTNOST PRAZNIK SALDO SKUPAJ PLUSMINUS";
 const QString kShifts = QString(kDay) + "|IZM2 STARTB=13:00 STARTE=14:30 ENDB=21:00 ENDE=23:00 MINHOURS=8:00|IZM3 ";
 const QString kSchedules[] = {QString("1-5 ") + kLunchAt11, kShifts + kNight,
@@ -52,13 +53,9 @@ QStringList told(const CalcRun &run)
         const QDate date = period.clock.date(result.day);
         const QString day = text(date);
         const DayFacts &facts = result.facts;
-        const QString kind = QString("%1 shift %2 %3 outside %4 %5")
-                                 .arg(facts.dayType)
-                                 .arg(facts.isOff ? 0 : facts.shift)
-                                 .arg(facts.shiftFlag)
-                                 .arg(facts.outsideBefore)
-                                 .arg(facts.outsideAfter);
-        QStringList parts{run.values(day), run.remarks(day), run.amounts(day, kColumns), kind};
+        const QString kind =
+            QString("%1 outside %2 %3").arg(facts.shiftFlag).arg(facts.outsideBefore).arg(facts.outsideAfter);
+        QStringList parts{run.remarks(day), values(run.row("DAYS", 1, day), kColumns), kind};
         for (const QString &pair : pairs)
             if (pair.startsWith(date.toString("d.M. ")))
                 parts += pair;

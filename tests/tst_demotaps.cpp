@@ -34,8 +34,8 @@ void TestDemoTaps::secondTapsAreOfOnePassage()
             const Tap &tap = taps[i];
             if (before.code != tap.code)
                 continue;
-            QVERIFY2(isOnePassage(before, tap) || tap.time - before.time > hour, qPrintable(tap.code));
-            QVERIFY(!isOnePassage(before, tap) || before.terminal == tap.terminal);
+            QVERIFY2(isOnePassage(before, tap) ? before.terminal == tap.terminal : tap.time - before.time > hour,
+                     qPrintable(tap.code));
         }
         const Taps passages = passagesOf(taps, &again);
         for (int i = 0; i < passages.size(); ++i) {
@@ -74,12 +74,10 @@ void TestDemoTaps::secondTapsKeepThePlan()
     QFETCH(bool, atTerminal);
     QFETCH(bool, hasSecondTaps);
     std::vector<DemoPunch> punches;
+    const auto source = atTerminal ? DemoPunch::Source::Terminal : DemoPunch::Source::Planned;
     const QStringList items = plan.split(',');
     for (const QString &item : items)
-        punches.push_back({item.section(' ', 0, 0).toInt(),
-                           item.section(' ', 1),
-                           atTerminal ? DemoPunch::Source::Terminal : DemoPunch::Source::Planned,
-                           {}});
+        punches.push_back({item.section(' ', 0, 0).toInt(), item.section(' ', 1), source, {}});
     constexpr int days = 1000;
     tools::demodata::SecondTaps secondTaps(1, 1);
     Taps again;
