@@ -106,13 +106,6 @@ private slots:
     void errorTable();
     void theDialogPacksWhatItCalculates();
     void fatalErrorsLeaveEmptyTables();
-
-private:
-    static QAny withoutTime(QAny answer)
-    {
-        answer.remove("TIME");
-        return answer;
-    }
 };
 
 void TestCalcPacking::pairTable()
@@ -301,7 +294,7 @@ void TestCalcPacking::theDialogPacksWhatItCalculates()
     QAny request = CalcSite::request(kMonday, kMonday);
     const QAny plain = site.pack(request);
     QVERIFY(plain.value("TIME").isInteger());
-    QCOMPARE(withoutTime(plain).keys(), (QStringList{"CALC", "PACK"}));
+    QCOMPARE(plain.count(), 3); // beside CALC and PACK
 
     // The form for clients and the explanation are there on request, beside the same plain result.
     request["CALC21"] = true;

@@ -35,6 +35,13 @@ const QString kDeeds[] = {"",
                           "7-7",
                           "16 104",
                           "7 101; 7:01 101; 11 102"};
+/// Name | nights | presence of both months | schedule.
+constexpr char kEdges[] = R"(
+one night                      | 31.3.2026 22-6                              | 8:00
+nights on both sides           | 30.3.2026 22-6; 31.3.2026 22-6; 1.4.2026 22-6 | 24:00
+a night broken after midnight  | 31.3.2026 22-2; 1.4.2026 2:15-6; 22-6       | 15:45
+automatic lunch after midnight | 31.3.2026 22-6; 1.4.2026 22-6 | 15:00 | $night LUNCH=0:30 ALUNCH=1 ALUNCHSTART=2:00
+)";
 constexpr int kCompanies = 12;
 constexpr int kPeriodsEach = 14;
 
@@ -128,7 +135,7 @@ private slots:
     void initTestCase() { QLoggingCategory::setFilterRules("default.debug=false"); }
     void aDayIsTheSameInEveryPeriod_data();
     void aDayIsTheSameInEveryPeriod();
-    void aShiftAtTheEdgeCountsOnceOverTwoPeriods_data();
+    void aShiftAtTheEdgeCountsOnceOverTwoPeriods_data() { addTable(kEdges); }
     void aShiftAtTheEdgeCountsOnceOverTwoPeriods();
 };
 
@@ -163,25 +170,13 @@ void TestCalcPeriods::aDayIsTheSameInEveryPeriod()
     QVERIFY(compared > kPeriodsEach);
 }
 
-void TestCalcPeriods::aShiftAtTheEdgeCountsOnceOverTwoPeriods_data()
-{
-    columns<QString, QString, QString>("schedule", "events", "presence");
-    addRow("one night", kNight, "31.3.2026 22-6", "8:00");
-    addRow("nights on both sides", kNight, "30.3.2026 22-6; 31.3.2026 22-6; 1.4.2026 22-6", "24:00");
-    addRow("a night broken after midnight", kNight, "31.3.2026 22-2; 1.4.2026 2:15-6; 22-6", "15:45");
-    addRow("automatic lunch after midnight", QString(kNight) + " LUNCH=0:30 ALUNCH=1 ALUNCHSTART=2:00",
-           "31.3.2026 22-6; 1.4.2026 22-6", "15:00");
-}
-
 void TestCalcPeriods::aShiftAtTheEdgeCountsOnceOverTwoPeriods()
 {
-    QFETCH(QString, schedule);
-    QFETCH(QString, events);
-    QFETCH(QString, presence);
-    const CalcRows rows(events, schedule);
+    QFETCH(TableRow, row);
+    const CalcRows rows(row[0], row[2].isEmpty() ? kNight : row[2]);
     const CalcRun march = rows.run("1.3.2026", "31.3.2026", "NEAREVENTS=1");
     const CalcRun april = rows.run("1.4.2026", "30.4.2026", "NEAREVENTS=1");
-    QCOMPARE(duration(march.of().sums.presence + april.of().sums.presence), presence);
+    QCOMPARE(duration(march.of().sums.presence + april.of().sums.presence), row[1]);
     QCOMPARE(march.errors("ATP OPO") + april.errors("ATP OPO"), QString());
 }
 
