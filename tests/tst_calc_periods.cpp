@@ -21,20 +21,10 @@ const QString kRules[] = {
     "SALDO/WTROUND=1 SALDO/WTROUNDTRH=15 FACTOR/ENABLED=1 FACTOR/PUBHOL=1.5 SALDO/EMPTYSALDO=1 TYPE=METAPERTYPE"};
 const QString kRuns[] = {"", "EARLYEXIT=8", "ISROUND30=1 AUTOEVENTS=1"};
 // What somebody may do on a day; each arrival has its departure within a day.
-const QString kDeeds[] = {"",
-                          "",
-                          "7:05:40-15:10",
-                          "5:40-16:45",
-                          "7-11; 11-11:40 103; 11:40-12 105; 12-16",
-                          "7-15 102:1/MP",
-                          "8:20-16:50; 18-19",
-                          "14-22:10",
-                          "21:50:20-6:05",
-                          "22:00-2; ",
-                          "2:30-5:50",
-                          "7-7",
-                          "16 104",
-                          "7 101; 7:01 101; 11 102"};
+const QStringList kDeeds = QString("||7:05:40-15:10|5:40-16:45|7-11; 11-11:40 103; 11:40-12 105; 12-16|7-15 102:1/MP|"
+                                   "8:20-16:50; 18-19|14-22:10|21:50:20-6:05|22-2|2:30-5:50|7-7|16 104|"
+                                   "7 101; 7:01 101; 11 102")
+                               .split('|');
 /// Name | nights | presence of both months | schedule.
 constexpr char kEdges[] = R"(
 one night                      | 31.3.2026 22-6                              | 8:00
@@ -42,7 +32,7 @@ nights on both sides           | 30.3.2026 22-6; 31.3.2026 22-6; 1.4.2026 22-6 |
 a night broken after midnight  | 31.3.2026 22-2; 1.4.2026 2:15-6; 22-6       | 15:45
 automatic lunch after midnight | 31.3.2026 22-6; 1.4.2026 22-6 | 15:00 | $night LUNCH=0:30 ALUNCH=1 ALUNCHSTART=2:00
 )";
-constexpr int kCompanies = 12;
+constexpr int kCompanies = 40;
 constexpr int kPeriodsEach = 14;
 
 QString text(QDate day)
@@ -82,23 +72,25 @@ public:
         m_rows.doubleTapSeconds = 120 * pick(2);
         for (int i = 0; i < 3; ++i)
             m_rows.holiday(text(day(pick(kDays))), pick(2) ? "1" : "Praznik");
-        for (int i = 0; i < 5; ++i) {
+        for (int i = 0; i < 7; ++i) {
             const int from = pick(kDays), to = from + pick(6);
             m_rows.assign(text(day(from)), text(day(to)), QString::number(pick(4)), pick(2) ? "FHOUR=6:00" : "");
-            m_edges += {from, to};
+            m_edges += {from, to, to + 1};
         }
+        // The rest of a night whose shift ends with the day before.
+        m_rows.assign(text(day(m_nightRest - 1)), text(day(m_nightRest - 1)), "3", "EMPLID=E1");
+        m_rows.events(1, text(day(m_nightRest)) + " 2:30-5:50");
         for (int i = 0; i < kDays; ++i) {
-            const QString deed = kDeeds[pick(static_cast<int>(std::size(kDeeds)))];
-            if (!deed.isEmpty())
-                m_rows.events(1, text(day(i)) + ' ' + deed);
+            if (i < m_nightRest - 2 || i > m_nightRest)
+                m_rows.events(1, text(day(i)) + ' ' + kDeeds[pick(kDeeds.size())]);
         }
     }
 
     QDate day(int number) const { return m_first.addDays(number); }
-    /// First and last day; half of them begin or end where an assignment does.
+    /// First and last day; many begin or end where an assignment does.
     std::pair<int, int> period()
     {
-        const int one = pick(2) ? m_edges[pick(m_edges.size())] % kDays : pick(kDays);
+        const int one = pick(4) == 0 ? m_nightRest : pick(2) ? m_edges[pick(m_edges.size())] % kDays : pick(kDays);
         const int other = pick(2) ? m_edges[pick(m_edges.size())] % kDays : pick(kDays);
         return {std::min(one, other), std::max(one, other)};
     }
@@ -124,6 +116,7 @@ private:
     CalcRows m_rows;
     QString m_settings;
     QList<int> m_edges;
+    int m_nightRest = 2 + pick(kDays - 2);
 };
 } // namespace
 
