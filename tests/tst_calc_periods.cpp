@@ -32,7 +32,7 @@ nights on both sides           | 30.3.2026 22-6; 31.3.2026 22-6; 1.4.2026 22-6 |
 a night broken after midnight  | 31.3.2026 22-2; 1.4.2026 2:15-6; 22-6       | 15:45
 automatic lunch after midnight | 31.3.2026 22-6; 1.4.2026 22-6 | 15:00 | $night LUNCH=0:30 ALUNCH=1 ALUNCHSTART=2:00
 )";
-constexpr int kCompanies = 40;
+constexpr int kCompanies = 16;
 constexpr int kPeriodsEach = 14;
 
 QString text(QDate day)
