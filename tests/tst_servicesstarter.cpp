@@ -29,6 +29,7 @@ class TestServicesStarter : public QObject
 private Q_SLOTS:
     void init();
     void cleanup();
+    void webPort_data();
     void webPort();
     void startAndStopOnce();
     void busyWebPort();
@@ -99,24 +100,29 @@ QString TestServicesStarter::ask(QTcpSocket &socket, const char *method, const c
     return QTest::qWaitFor(isAnswered, 10000) ? answer : QStringLiteral("no answer");
 }
 
+void TestServicesStarter::webPort_data()
+{
+    QTest::addColumn<QByteArray>("file");
+    QTest::addColumn<int>("port");
+    QTest::addColumn<bool>("isWarned");
+    QTest::newRow("no file") << QByteArray() << 1233 << false;
+    QTest::newRow("other keys only") << QByteArray("[WEBS]\nHOST=x\n[OTHER]\nPORT=8081\n") << 1233 << false;
+    QTest::newRow("port") << QByteArray("[WEBS]\nPORT=8080\n") << 8080 << false;
+    QTest::newRow("no number is passed on as 0") << QByteArray("[WEBS]\nPORT=http\n") << 0 << false;
+    QTest::newRow("beyond the ports") << QByteArray("[WEBS]\nPORT=70000\n") << 1233 << true;
+    QTest::newRow("negative") << QByteArray("[WEBS]\nPORT=-1\n") << 1233 << true;
+}
+
+/// Each file in a folder of its own: what was read of a path is kept while its file seems to be the same.
 void TestServicesStarter::webPort()
 {
-    QCOMPARE(int(server::host::Configuration::webPort()), 1233); // without a file
-    const struct {
-        QByteArray file;
-        int port;
-        bool isWarned;
-    } rows[] = {{"[WEBS]\nHOST=x\n[OTHER]\nPORT=8081\n", 1233, false},
-                {"[WEBS]\nPORT=8080\n", 8080, false},
-                {"[WEBS]\nPORT=http\n", 0, false}, // no number is passed on as 0
-                {"[WEBS]\nPORT=70000\n", 1233, true},
-                {"[WEBS]\nPORT=-1\n", 1233, true}};
-    for (const auto &row : rows) {
-        writeFile(QStringLiteral("ZUKSERW.INI"), row.file);
-        if (row.isWarned)
-            QTest::ignoreMessage(QtWarningMsg, QRegularExpression("^Configuration::webPort no port:"));
-        QVERIFY2(int(server::host::Configuration::webPort()) == row.port, row.file.constData());
-    }
+    QFETCH(QByteArray, file);
+    QFETCH(bool, isWarned);
+    if (!file.isNull())
+        writeFile(QStringLiteral("ZUKSERW.INI"), file);
+    if (isWarned)
+        QTest::ignoreMessage(QtWarningMsg, QRegularExpression("^Configuration::webPort no port:"));
+    QTEST(int(server::host::Configuration::webPort()), "port");
 }
 
 void TestServicesStarter::startAndStopOnce()
