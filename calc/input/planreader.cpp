@@ -8,6 +8,7 @@
 #include <QSqlRecord>
 
 #include <algorithm>
+#include <limits>
 
 namespace calc::input {
 
@@ -57,12 +58,14 @@ AssignmentRows readAssignments(DataBase &database, const rules::LocalClock &cloc
     // The comparisons with the bounds are strict, and a row that ends on a day may do so with its first second.
     const qint64 start = range.firstPlanned - 1;
     const qint64 end = range.lastPlanned + 1;
-    database.forEachRow(kSelectAssignments, {start, end, start, start, end, end, end, start},
-                        [&](const QSqlQuery &query) {
-                            const QAny record = recordOf(query);
-                            rows.assignments.push_back(assignmentOf(record, clock));
-                            rows.records.append(record);
-                        });
+    // The second clause finds all that begin before the range ends and end after it begins; no row meets the others,
+    // which are over with their first comparison.
+    constexpr qint64 never = std::numeric_limits<qint64>::min();
+    database.forEachRow(kSelectAssignments, {start, end, end, start, never, 0, never, 0}, [&](const QSqlQuery &query) {
+        const QAny record = recordOf(query);
+        rows.assignments.push_back(assignmentOf(record, clock));
+        rows.records.append(record);
+    });
     return rows;
 }
 
