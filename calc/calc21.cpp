@@ -8,7 +8,7 @@
 
 using namespace calc;
 
-Calc21::Calc21(DataBase &database, QDate today) : m_database(database), m_today(today) {}
+Calc21::Calc21(storage::Reader &database, QDate today) : m_database(database), m_today(today) {}
 
 const rules::CalcResult &Calc21::calculate(const QAny &request)
 {

@@ -5,7 +5,9 @@
 
 #include <QDate>
 
-class DataBase;
+namespace storage {
+class Reader;
+}
 
 /// A whole work-time calculation of a period: reads the inputs and runs the rules over them. Runs on the caller's
 /// thread and blocks it; keeps its result until the next calculation.
@@ -14,7 +16,7 @@ class Calc21
 public:
     /// The database is not owned and must outlive this object. Days after `today` (local) are in the future: they have
     /// no hours check and no balance. An invalid date takes the machine's at each calculation.
-    explicit Calc21(DataBase &database, QDate today = {});
+    explicit Calc21(storage::Reader &database, QDate today = {});
 
     /// Request: STARTDATE, ENDDATE ("d.M.yyyy"), optional SETT, DOUBLETAP, NAMEFIRST, SORT, USER (one id or a list of
     /// ids), EXPLAIN (the result is explained), CALC21 (packed() is wanted).
@@ -31,7 +33,7 @@ public:
     QAny packed(const QAny &records) const;
 
 private:
-    DataBase &m_database;
+    storage::Reader &m_database;
     QDate m_today;
     calc::rules::CalcResult m_result;
     QAny m_employees{QAny::List};

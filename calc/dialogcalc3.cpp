@@ -4,7 +4,7 @@
 #include "calc/output/explanation.h"
 #include "calc/output/records.h"
 #include "calc/output/tables.h"
-#include "storage/database.h"
+#include "storage/reader.h"
 
 #include <QDebug>
 #include <QElapsedTimer>
@@ -22,7 +22,7 @@ bool isOn(const QAny &request, const char *key)
 
 } // namespace
 
-DialogCalc3::DialogCalc3(DataBase &database, QDate today) : m_database(database), m_today(today) {}
+DialogCalc3::DialogCalc3(storage::Reader &database, QDate today) : m_database(database), m_today(today) {}
 
 QAny DialogCalc3::recalc(const QAny &request)
 {

@@ -6,7 +6,9 @@
 
 #include <QDate>
 
-class DataBase;
+namespace storage {
+class Reader;
+}
 
 /// Turns the result of a calculation into tables that a client shows without further work: display texts and colours.
 /// Runs on the caller's thread. For the form of a packed table see calc/output/tables.h.
@@ -14,7 +16,7 @@ class DialogCalc3
 {
 public:
     /// The database is not owned and must outlive this object. For `today` see Calc21.
-    explicit DialogCalc3(DataBase &database, QDate today = {});
+    explicit DialogCalc3(storage::Reader &database, QDate today = {});
 
     /// {"CALC", "PACK": {"PAIRS", "DAYS", "SUM", "ERR"}, "TIME": milliseconds}; with CALC21 true in the request also
     /// the CALC21 form, with EXPLAIN true the explanation of every day. After a fatal error the tables are there and
@@ -27,6 +29,6 @@ public:
     QAny packSum(const calc::rules::CalcResult &result, calc::output::PackedCells &cells);
 
 private:
-    DataBase &m_database;
+    storage::Reader &m_database;
     QDate m_today;
 };

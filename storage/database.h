@@ -1,6 +1,7 @@
 #pragma once
 
 #include "qany.h"
+#include "storage/reader.h"
 #include "storage/status.h"
 
 #include <QObject>
@@ -17,7 +18,7 @@
 /// One per process, on the application's default connection; owned by ServicesStarter (or by a tool's main), lives on
 /// the main thread, and is called from that thread only. A file that cannot be opened leaves an object whose
 /// operations fail quietly. Nothing throws.
-class DataBase : public QObject
+class DataBase : public QObject, public storage::Reader
 {
     Q_OBJECT
 public:
@@ -32,11 +33,10 @@ public:
     explicit DataBase(const QString &filePath = QString(), QObject *parent = nullptr);
     ~DataBase() override;
 
-    bool isOpen() const;
-    QString filePath() const;
+    bool isOpen() const override;
+    QString filePath() const override;
 
-    /// Value text of a configuration key, inserted in the statement as is; empty when there is no row.
-    QString configValue(const QString &key);
+    QString configValue(const QString &key) override;
     void readLastLogIdx();
     void saveLastLogIdx();
     /// Index that the next row of `logs` gets.
@@ -60,8 +60,7 @@ public:
     storage::Status commit();
     void rollback();
 
-    /// Rows as a List of Hashes keyed by the reported column names; an empty List when the statement fails.
-    QAny select(const QString &sql);
+    QAny select(const QString &sql) override;
     /// The first of these rows alone, as a Hash; Null when there is none or the statement fails.
     QAny firstRow(const QString &sql);
     /// The same, for who must tell the one from the other.
@@ -75,11 +74,8 @@ public:
     /// that of exec; false without running anything when the Hash lacks the key column or has nothing to set.
     bool update(const QString &table, const QAny &values, const QString &keyColumn);
 
-    /// Runs a query, prepared once and kept for the next call with the same text, and hands each row to the reader.
-    /// A failure when the statement could not be prepared or executed, or its rows not read to the end. A null or
-    /// invalid variant binds NULL, a QByteArray a blob. The reader may use the database, also with the same text.
     storage::Status forEachRow(const QString &sql, const QVariantList &bindings,
-                               const std::function<void(const QSqlQuery &)> &reader);
+                               const std::function<void(const QSqlQuery &)> &reader) override;
     /// Executes a statement with bound values, prepared once and kept.
     storage::Status execPrepared(const QString &sql, const QVariantList &bindings);
 

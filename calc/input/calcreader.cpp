@@ -6,7 +6,7 @@
 #include "calc/input/settingsstore.h"
 #include "calc/rules/calculation.h"
 #include "calc/rules/summaries.h"
-#include "storage/database.h"
+#include "storage/reader.h"
 
 #include <QDebug>
 
@@ -55,7 +55,7 @@ QString checkSize(const rules::CalcInputs &inputs)
     return kBadPeriod;
 }
 
-QString readEvents(DataBase &database, const CalcRequest &request, const ReadRange &range, CalcRead &read)
+QString readEvents(storage::Reader &database, const CalcRequest &request, const ReadRange &range, CalcRead &read)
 {
     std::vector<rules::Employee> &employees = read.inputs.employees;
     if (EventReader(database, request, range, employees).read(read.isExplained) == 0) {
@@ -71,7 +71,7 @@ QString readEvents(DataBase &database, const CalcRequest &request, const ReadRan
 }
 
 /// Everything in its order; the text of the fatal fault, empty when there is none.
-QString readAll(DataBase &database, const CalcRequest &request, QDate today, bool withRows, CalcRead &read)
+QString readAll(storage::Reader &database, const CalcRequest &request, QDate today, bool withRows, CalcRead &read)
 {
     rules::CalcInputs &inputs = read.inputs;
     if (!isPeriod(request))
@@ -99,7 +99,7 @@ QString readAll(DataBase &database, const CalcRequest &request, QDate today, boo
 
 } // namespace
 
-CalcRead readInputs(DataBase &database, const QAny &request, QDate today, bool withRows)
+CalcRead readInputs(storage::Reader &database, const QAny &request, QDate today, bool withRows)
 {
     CalcRead read;
     read.inputs.settings = settingsOf(database, request);

@@ -4,7 +4,9 @@
 #include "calc/rules/calcinputs.h"
 #include "qany.h"
 
-class DataBase;
+namespace storage {
+class Reader;
+}
 
 namespace calc::input {
 
@@ -29,6 +31,6 @@ struct CalcRead {
 
 /// Reads what the request asks for. Days after `today` (local) are in the future. With rows the rows as read are kept
 /// too.
-CalcRead readInputs(DataBase &database, const QAny &request, QDate today, bool withRows);
+CalcRead readInputs(storage::Reader &database, const QAny &request, QDate today, bool withRows);
 
 } // namespace calc::input

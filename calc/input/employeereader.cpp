@@ -3,7 +3,7 @@
 #include "calc/input/readrange.h"
 #include "calc/input/rulesettingstext.h"
 #include "calc/input/scheduletext.h"
-#include "storage/database.h"
+#include "storage/reader.h"
 
 #include <QDebug>
 #include <QHash>
@@ -101,7 +101,7 @@ const QString &nameColumn(bool firstNameFirst)
     return firstNameFirst ? firstThenLast : lastNameFirst;
 }
 
-void readEmployees(DataBase &database, const CalcRequest &request, std::vector<rules::Employee> *employees,
+void readEmployees(storage::Reader &database, const CalcRequest &request, std::vector<rules::Employee> *employees,
                    QAny *records)
 {
     const QString sql = statementOf(request);

@@ -4,7 +4,9 @@
 #include "calc/rules/calcinputs.h"
 #include "qany.h"
 
-class DataBase;
+namespace storage {
+class Reader;
+}
 
 namespace calc::input {
 
@@ -14,7 +16,7 @@ const QString &nameColumn(bool firstNameFirst);
 /// Appends the active employees that the request asks for, in its order, with their settings and schedules, each
 /// distinct text read once. Their rows as read go to the list, for the form that clients get; null when that is not
 /// wanted.
-void readEmployees(DataBase &database, const CalcRequest &request, std::vector<rules::Employee> *employees,
+void readEmployees(storage::Reader &database, const CalcRequest &request, std::vector<rules::Employee> *employees,
                    QAny *records);
 
 } // namespace calc::input

@@ -2,7 +2,7 @@
 
 #include "calc/input/employeereader.h"
 #include "calc/input/storedvalues.h"
-#include "storage/database.h"
+#include "storage/reader.h"
 
 #include <QSqlQuery>
 
@@ -32,7 +32,7 @@ rules::StoredValue cell(const QSqlQuery &query, int column)
 
 } // namespace
 
-EventReader::EventReader(DataBase &database, const CalcRequest &request, const ReadRange &range,
+EventReader::EventReader(storage::Reader &database, const CalcRequest &request, const ReadRange &range,
                          std::vector<rules::Employee> &employees)
     : m_database(database), m_request(request), m_range(range), m_employees(employees)
 {

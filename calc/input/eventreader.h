@@ -5,7 +5,9 @@
 
 #include <QHash>
 
-class DataBase;
+namespace storage {
+class Reader;
+}
 
 namespace calc::input {
 
@@ -15,7 +17,7 @@ class EventReader
 {
 public:
     /// Nothing is owned; all must outlive this object.
-    EventReader(DataBase &database, const CalcRequest &request, const ReadRange &range,
+    EventReader(storage::Reader &database, const CalcRequest &request, const ReadRange &range,
                 std::vector<rules::Employee> &employees);
 
     /// Appends the events to their employees, unordered; the number of rows that were read, also of others. With
@@ -32,7 +34,7 @@ private:
     /// Runs the statement for every part of the employees asked for, over the range.
     int forEachRow(const QString &sql, const std::function<void(const QSqlQuery &)> &reader);
 
-    DataBase &m_database;
+    storage::Reader &m_database;
     const CalcRequest &m_request;
     const ReadRange &m_range;
     std::vector<rules::Employee> &m_employees;

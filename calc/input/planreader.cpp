@@ -1,7 +1,7 @@
 #include "calc/input/planreader.h"
 
 #include "calc/input/storedvalues.h"
-#include "storage/database.h"
+#include "storage/reader.h"
 
 #include <QDateTime>
 #include <QSqlQuery>
@@ -52,7 +52,7 @@ rules::Assignment assignmentOf(const QAny &record, const rules::LocalClock &cloc
 
 } // namespace
 
-AssignmentRows readAssignments(DataBase &database, const rules::LocalClock &clock, const ReadRange &range)
+AssignmentRows readAssignments(storage::Reader &database, const rules::LocalClock &clock, const ReadRange &range)
 {
     AssignmentRows rows;
     // The comparisons with the bounds are strict, and a row that ends on a day may do so with its first second.
@@ -69,7 +69,7 @@ AssignmentRows readAssignments(DataBase &database, const rules::LocalClock &cloc
     return rows;
 }
 
-bool readCalendar(DataBase &database, const rules::Period &period, const ReadRange &range,
+bool readCalendar(storage::Reader &database, const rules::Period &period, const ReadRange &range,
                   std::vector<QString> *holidays)
 {
     holidays->assign(static_cast<size_t>(period.clock.dayCount()), QString());

@@ -5,7 +5,9 @@
 
 #include <vector>
 
-class DataBase;
+namespace storage {
+class Reader;
+}
 
 namespace calc::input {
 
@@ -15,10 +17,10 @@ struct AssignmentRows {
     QAny records{QAny::List}; ///< as read, for the form that clients get
 };
 
-AssignmentRows readAssignments(DataBase &database, const rules::LocalClock &clock, const ReadRange &range);
+AssignmentRows readAssignments(storage::Reader &database, const rules::LocalClock &clock, const ReadRange &range);
 
 /// PRAZNIK text per day of the clock. False when the calendar has no row of the period.
-bool readCalendar(DataBase &database, const rules::Period &period, const ReadRange &range,
+bool readCalendar(storage::Reader &database, const rules::Period &period, const ReadRange &range,
                   std::vector<QString> *holidays);
 
 } // namespace calc::input

@@ -92,7 +92,7 @@ rules::CalcSettings settingsFromHash(const QAny &hash)
     return settings;
 }
 
-rules::CalcSettings loadSettings(DataBase &database)
+rules::CalcSettings loadSettings(storage::Reader &database)
 {
     return settingsFromHash(QAny::fromJson(database.configValue(kStoredKey)));
 }
@@ -104,13 +104,13 @@ void saveSettings(DataBase &database, const QAny &hash)
         QStringLiteral("insert or replace into config (key, value) values ('%1','%2')").arg(kStoredKey, hash.toJson()));
 }
 
-rules::CalcSettings settingsOf(DataBase &database, const QAny &request)
+rules::CalcSettings settingsOf(storage::Reader &database, const QAny &request)
 {
     const QAny &settings = request.lookup(QStringLiteral("SETT"));
     return settings.isHash() ? settingsFromHash(settings) : loadSettings(database);
 }
 
-qint64 doubleTapSecondsOf(DataBase &database, const QAny &request)
+qint64 doubleTapSecondsOf(storage::Reader &database, const QAny &request)
 {
     const qint64 seconds = request.contains(kDoubleTap) ? request.lookup(kDoubleTap).toInteger()
                                                         : database.configValue(kDoubleTap).trimmed().toLongLong();

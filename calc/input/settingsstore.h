@@ -5,6 +5,10 @@
 
 class DataBase;
 
+namespace storage {
+class Reader;
+}
+
 namespace calc::input {
 
 /// Taps further apart are two passages whatever is set.
@@ -16,14 +20,14 @@ QAny settingsHash(const rules::CalcSettings &settings);
 rules::CalcSettings settingsFromHash(const QAny &hash);
 
 /// The stored settings; all off when there are none or the text is no JSON.
-rules::CalcSettings loadSettings(DataBase &database);
+rules::CalcSettings loadSettings(storage::Reader &database);
 /// Stores the whole settings hash (which may hold more than the switches); nothing when a text in it holds an
 /// apostrophe.
 void saveSettings(DataBase &database, const QAny &hash);
 /// SETT of the request when it has one, else the stored settings.
-rules::CalcSettings settingsOf(DataBase &database, const QAny &request);
+rules::CalcSettings settingsOf(storage::Reader &database, const QAny &request);
 /// So many seconds apart are taps of one passage: DOUBLETAP of the request when it has one, else the stored one; 0 is
 /// off.
-qint64 doubleTapSecondsOf(DataBase &database, const QAny &request);
+qint64 doubleTapSecondsOf(storage::Reader &database, const QAny &request);
 
 } // namespace calc::input
