@@ -5,3 +5,4 @@ target_link_libraries(zuk_rpcpeer PUBLIC zuk_knetrpc Qt5::Test)
 
 zuk_test(tst_rpc_wire zuk_rpcpeer)
 zuk_test(tst_rpc_calls zuk_rpcpeer)
+zuk_test(tst_rpc_answers zuk_rpcpeer)

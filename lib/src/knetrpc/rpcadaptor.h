@@ -21,6 +21,9 @@ class RpcAdaptor : public QObject
 public:
     RpcAdaptor(QObject *service, QObject *parent);
 
+    /// Null when it has gone.
+    const QObject *service() const { return m_service; }
+
     /// Tokens that a connection must hold to use the service.
     QStringList &requirements() { return m_requirements; }
     const QStringList &requirements() const { return m_requirements; }

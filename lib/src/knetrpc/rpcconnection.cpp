@@ -18,6 +18,9 @@ constexpr qint64 kReadBufferBytes = 256 * 1024;
 /// A message from this size on is handed to the socket without a copy; shorter ones share its blocks.
 constexpr int kSharedWriteBytes = 64 * 1024;
 
+/// What a value of a waiting call takes at least.
+constexpr qint64 kBytesPerValue = 32;
+
 /// A timer that is this much late was held up by the event loop, and how long input then has to be read, both in ms.
 constexpr int kLateMs = 100;
 constexpr int kActivityGraceMs = 1000;
@@ -201,40 +204,112 @@ int RpcConnection::handleInput(const QPointer<RpcConnection> &self)
 {
     QElapsedTimer turn;
     turn.start();
-    for (int handled = 0;; ++handled) {
-        if (m_ended || handled == m_limits.maxMessagesPerTurn || (handled > 0 && turn.elapsed() >= m_limits.maxTurnMs))
-            return handled;
+    for (int count = 0;; ++count) {
+        if (m_ended || count == m_limits.maxMessagesPerTurn || (count > 0 && turn.elapsed() >= m_limits.maxTurnMs))
+            return count;
         if (m_closing) {
             readAll();
-            return handled;
+            return count;
         }
-        QAny message;
-        switch (readMessage(&message)) {
-        case Input::Message:
-            break;
-        case Input::Exhausted:
-            if (m_peerGone)
-                end();
-            return handled;
-        case Input::Broken:
-            closeConnection();
-            return handled;
-        }
-        if (hasInput() || m_peerGone)
-            scheduleTurn(); // for what is over after this turn, and for an event loop in the handler
-        ++m_handling;
-        const bool accepted = m_controller->handleMessage(this, message);
-        if (!self)
-            return handled;
-        --m_handling;
-        if (!accepted && !m_closing && !m_peerGone) {
-            closeConnection();
-            return handled;
-        }
+        if (!handleNext(self))
+            return count;
     }
 }
 
-RpcConnection::Input RpcConnection::readMessage(QAny *message)
+/// One call that waited, or one message. False when there is none, or the connection ends in it.
+bool RpcConnection::handleNext(const QPointer<RpcConnection> &self)
+{
+    if (m_calls.hasWaiting() && !m_controller->mustWait(this, m_calls.front().method)) {
+        const RpcCallQueue::Call call = m_calls.pop();
+        return handle(self, [&] { return m_controller->dispatch(this, call); });
+    }
+    Incoming incoming;
+    switch (m_broken ? Input::Broken : isResting() ? Input::Exhausted : readMessage(&incoming)) {
+    case Input::Message:
+        return handle(self, [&] { return m_controller->handleMessage(this, incoming.message, incoming.bytes); });
+    case Input::Exhausted:
+        if (m_peerGone)
+            endBehindCalls();
+        return false;
+    case Input::Broken:
+        closeBehindCalls();
+        return false;
+    }
+    return false;
+}
+
+bool RpcConnection::handle(const QPointer<RpcConnection> &self, const std::function<bool()> &handling)
+{
+    if (hasInput() || m_calls.hasWaiting() || m_peerGone)
+        scheduleTurn(); // for what is over after this turn, and for an event loop in the handler
+    ++m_handling;
+    const bool accepted = handling();
+    if (!self)
+        return false;
+    --m_handling;
+    if (accepted || m_closing || m_peerGone)
+        return true;
+    closeBehindCalls();
+    return false;
+}
+
+/// The peer has gone, and there is nothing more to read. Nobody reads the answers that are still to be given, so what
+/// waits does not wait for them; but what is being stored for an earlier call is stored before.
+void RpcConnection::endBehindCalls()
+{
+    if (!m_calls.hasWaiting())
+        return end();
+    if (std::exchange(m_awaits, true))
+        return;
+    QTimer::singleShot(m_limits.closeGraceMs, this, [this] {
+        m_heedless = true;
+        scheduleTurn();
+    });
+}
+
+/// The peer has sent what is no message. What it called before is still answered.
+void RpcConnection::closeBehindCalls()
+{
+    m_broken = true;
+    if (m_calls.hasWaiting() || m_calls.isOpen())
+        return;
+    closeConnection();
+}
+
+bool RpcConnection::answer(const QByteArray &message)
+{
+    if (!m_calls.isOpen())
+        return sendText(message);
+    m_calls.append({message});
+    return !m_ended && !m_closing;
+}
+
+RpcAnswer RpcConnection::takeAnswer(const QString &callId, const QObject *service, RpcBehind behind)
+{
+    return RpcAnswer(this, m_calls.take(service, behind), callId);
+}
+
+void RpcConnection::giveAnswer(quint64 number, std::vector<QByteArray> message)
+{
+    m_calls.give(number, std::move(message));
+    sendGivenAnswers();
+}
+
+void RpcConnection::sendGivenAnswers()
+{
+    const QPointer<RpcConnection> self(this);
+    RpcCallQueue::Message message;
+    while (m_calls.next(&message)) {
+        for (const QByteArray &piece : qAsConst(message))
+            sendText(piece);
+        if (!self || m_ended)
+            return;
+    }
+    if (m_calls.hasWaiting() || m_broken)
+        scheduleTurn();
+}
+
+RpcConnection::Input RpcConnection::readMessage(Incoming *incoming)
 {
     while (m_inputFed < m_input.size() || fillInput()) {
         qsizetype taken = 0;
@@ -255,9 +330,10 @@ RpcConnection::Input RpcConnection::readMessage(QAny *message)
             return Input::Broken;
         }
         if (fed == Json::Parser::Complete) {
+            incoming->bytes = std::max(m_messageBytes, m_reader.valueCount() * kBytesPerValue);
             m_messageBytes = 0;
             m_reader.finish();
-            *message = m_reader.result();
+            incoming->message = m_reader.result();
             m_reader.reset();
             return Input::Message;
         }
@@ -284,6 +360,7 @@ void RpcConnection::dropInput()
     m_input = QByteArray();
     m_inputFed = 0;
     m_reader.reset();
+    m_calls.dropWaiting();
 }
 
 void RpcConnection::noteActivity()
@@ -316,7 +393,7 @@ void RpcConnection::endBehindInput()
 {
     if (m_ended)
         return;
-    if (m_closing || !hasInput())
+    if (m_closing || (!hasInput() && !m_calls.hasWaiting()))
         return end();
     m_peerGone = true;
     scheduleTurn();
@@ -329,6 +406,7 @@ void RpcConnection::end()
     m_ended = true;
     m_activityTimer.stop();
     dropInput();
+    m_calls.clear();
     const QPointer<RpcConnection> self(this);
     m_controller->completeLostCalls(m_connectionId);
     if (self && m_controller)

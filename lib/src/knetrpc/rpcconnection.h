@@ -1,6 +1,8 @@
 #pragma once
 
 #include "jsonparser.h"
+#include "knetrpc/rpcanswer.h"
+#include "knetrpc/rpccallqueue.h"
 #include "knetrpc/rpcprotocol.h"
 #include "qany.h"
 
@@ -11,6 +13,10 @@
 #include <QString>
 #include <QTcpSocket>
 #include <QTimer>
+
+#include <functional>
+#include <utility>
+#include <vector>
 
 namespace KNet {
 
@@ -46,6 +52,22 @@ public:
     /// What has come of a message that is not complete.
     qint64 bytesOfMessageInProgress() const { return m_messageBytes; }
 
+    /// The disconnect handling has begun.
+    bool isEnded() const { return m_ended; }
+
+    /// Whether a call of the service has to wait behind answers that are still to be given.
+    bool mustWait(const QObject *service) const { return !m_heedless && m_calls.holds(service, m_peerGone); }
+    /// Whether any call has.
+    bool hasOpenAnswers() const { return m_calls.isOpen(); }
+    bool hasWaitingCalls() const { return m_calls.hasWaiting(); }
+    void addWaitingCall(RpcCallQueue::Call call) { m_calls.push(std::move(call)); }
+
+    /// Answers a call at once, behind the answers that were taken before; false when the socket refuses it.
+    bool answer(const QByteArray &message);
+    RpcAnswer takeAnswer(const QString &callId, const QObject *service, RpcBehind behind);
+    /// For RpcAnswer.
+    void giveAnswer(quint64 number, std::vector<QByteArray> message);
+
     /// Queues the message; false when the socket refuses it. Never blocks.
     bool send(const QAny &message);
     /// The same for a message that is JSON text already.
@@ -74,17 +96,27 @@ private Q_SLOTS:
 private:
     class SocketScope;
     enum class Input { Message, Exhausted, Broken };
+    struct Incoming {
+        QAny message;
+        qint64 bytes; ///< of memory, as the bound on waiting calls counts them
+    };
 
-    Input readMessage(QAny *message);
+    Input readMessage(Incoming *incoming);
     bool fillInput();
     bool hasInput() const;
     int handleInput(const QPointer<RpcConnection> &self);
+    bool handleNext(const QPointer<RpcConnection> &self);
+    bool handle(const QPointer<RpcConnection> &self, const std::function<bool()> &handling);
+    bool isResting() const { return m_calls.waitingBytes() > m_limits.maxWaitingBytes; }
+    void endBehindCalls();
+    void closeBehindCalls();
+    void sendGivenAnswers();
     void scheduleTurn();
     void takeTurn();
     void dropInput();
     void noteActivity();
     bool flushOutput();
-    /// Runs the disconnect handling, behind the messages that the peer sent before it went.
+    /// Runs the disconnect handling, behind the messages that the peer sent before it went and the calls that wait.
     void endBehindInput();
     void end();
 
@@ -106,10 +138,14 @@ private:
     qint64 m_messageBytes = 0;    // that the reader has of the message in progress
     bool m_turnDue = false;       // takeTurn() is posted
     int m_socketScopes = 0;       // functions of the socket that are on the stack
-    bool m_closing = false;       // by us: further input is dropped
-    bool m_peerGone = false;      // the disconnect handling follows the last message
-    bool m_ended = false;         // the disconnect handling has begun
-    bool m_retired = false;       // deletes itself when the last socket scope ends
+    RpcCallQueue m_calls;
+    bool m_closing = false;  // by us: further input is dropped
+    bool m_broken = false;   // the peer sent nonsense: the close follows the last call before it
+    bool m_peerGone = false; // the disconnect handling follows the last message
+    bool m_heedless = false; // of answers to be given: waiting calls go on
+    bool m_awaits = false;   // the end of what was taken Together, before the peer's last calls
+    bool m_ended = false;    // the disconnect handling has begun
+    bool m_retired = false;  // deletes itself when the last socket scope ends
 };
 
 } // namespace KNet

@@ -4,11 +4,13 @@
 #include "knetrpc/rpcadaptor.h"
 #include "knetrpc/rpccall.h"
 #include "knetrpc/rpcconnection.h"
+#include "knetrpc/rpcmessage.h"
 #include "knetrpc/rpcpendingcall.h"
 #include "knetrpc/rpcserver.h"
 
 #include <QDebug>
 #include <QPointer>
+#include <QThread>
 
 #include <utility>
 
@@ -16,25 +18,9 @@ namespace KNet {
 
 namespace {
 
-const QString kProtocolKey = QStringLiteral("knetrpc");
-const QString kProtocolVersion = QStringLiteral("1.0");
-const QString kIdKey = QStringLiteral("id");
-const QString kMethodKey = QStringLiteral("method");
-const QString kParamsKey = QStringLiteral("params");
-const QString kResultKey = QStringLiteral("result");
-const QString kErrorKey = QStringLiteral("error");
-const QString kCodeKey = QStringLiteral("code");
-const QString kPing = QStringLiteral("<PING>");
-const QString kPong = QStringLiteral("<PONG>");
-
 /// Behind a longer pause than this between two sweeps the event loop was blocked: answers that came meanwhile wait to
 /// be read, and get one more interval for it.
 constexpr int kBlockedSweepMs = 10 * RpcController::kSweepIntervalMs;
-
-QByteArray bareMessage(const QString &id)
-{
-    return QAny{{kProtocolKey, kProtocolVersion}, {kIdKey, id}}.toJsonUtf8();
-}
 
 } // namespace
 
@@ -246,9 +232,7 @@ bool RpcController::sendCall(const QString &connectionId, const QString &method,
     const QString id = IdGenerator::calls().next();
     const QPointer<RpcController> self(this);
     const QPointer<QObject> target(receiver);
-    if (!connection->send(
-            {{kProtocolKey, kProtocolVersion}, {kMethodKey, method}, {kParamsKey, params}, {kIdKey, id}}) ||
-        !self)
+    if (!connection->send(RpcText::call(id, method, params)) || !self)
         return false;
     if (callId)
         *callId = id;
@@ -286,45 +270,30 @@ void RpcController::forgetCall(const QString &callId)
     delete m_pendingCalls.take(callId);
 }
 
-bool RpcController::handleMessage(RpcConnection *connection, const QAny &message)
+bool RpcController::handleMessage(RpcConnection *connection, const QAny &message, qint64 bytes)
 {
-    if (!message.isHash())
-        return false;
-    const QAny &protocol = message.lookup(kProtocolKey);
-    if (!protocol.isString() || protocol.asString() != kProtocolVersion) // nothing else has this text
-        return false;
-    const QAny &id = message.lookup(kIdKey);
-    if (&id == &QAny::sharedNull()) // there is none
-        return false;
-    const bool isNotification = id.isNull() || !id.isValid();
-    if (!isNotification && !id.isString() && !id.isInteger())
-        return false;
-    const QString idText = id.toString();
-    if (idText == kPing) {
-        static const QByteArray pong = bareMessage(kPong);
-        return connection->sendText(pong);
-    }
-    if (idText == kPong) {
+    const RpcMessage read = RpcMessage::read(message);
+    switch (read.kind) {
+    case RpcMessage::Broken:
+        break;
+    case RpcMessage::Ping:
+        return connection->sendText(RpcText::pong());
+    case RpcMessage::Pong:
         m_pinged.remove(connection->connectionId());
         return true;
-    }
-    const QAny &method = message.lookup(kMethodKey);
-    if (method.isString()) {
-        if (!isNotification)
-            return handleCall(connection, idText, method.asString(), message.lookup(kParamsKey));
-        handleNotification(connection, method.asString(), message.lookup(kParamsKey));
+    case RpcMessage::Call:
+        if (!connection->hasWaitingCalls() && !mustWait(connection, read.method))
+            return dispatch(connection, {read.id, read.method, read.value, bytes});
+        connection->addWaitingCall({read.id, read.method, read.value, bytes});
+        return true;
+    case RpcMessage::Notification:
+        handleNotification(connection, read.method, read.value);
+        return true;
+    case RpcMessage::Answer:
+        handleAnswer(connection, read.id, read.value);
         return true;
     }
-    const QAny &result = message.lookup(kResultKey);
-    if (&result != &QAny::sharedNull() && result.isValid()) {
-        handleAnswer(connection, idText, result);
-        return true;
-    }
-    const QAny &error = message.lookup(kErrorKey);
-    if (!error.isHash() || !error.lookup(kCodeKey).isInteger())
-        return false;
-    handleAnswer(connection, idText, {{kErrorKey, error}});
-    return true;
+    return false;
 }
 
 RpcAdaptor *RpcController::adaptorOf(QStringView service) const
@@ -351,17 +320,48 @@ RpcAdaptor *RpcController::authorizedAdaptor(RpcConnection *connection, QStringV
     return adaptor;
 }
 
-bool RpcController::handleCall(RpcConnection *connection, const QString &id, const QString &method, const QAny &params)
+bool RpcController::mustWait(const RpcConnection *connection, const QString &method) const
 {
-    const QString connectionId = connection->connectionId(); // the connection may end while the service runs
+    if (!connection->hasOpenAnswers())
+        return false;
     const int dot = method.indexOf(QLatin1Char('.'));
+    const RpcAdaptor *adaptor = dot < 0 ? nullptr : adaptorOf(QStringView(method).left(dot));
+    return connection->mustWait(adaptor ? adaptor->service() : nullptr);
+}
+
+bool RpcController::dispatch(RpcConnection *connection, const RpcCallQueue::Call &call)
+{
+    const int dot = call.method.indexOf(QLatin1Char('.'));
     RpcErrorCode refusal = NoSuchService;
-    RpcAdaptor *adaptor = dot < 0 ? nullptr : authorizedAdaptor(connection, QStringView(method).left(dot), &refusal);
+    RpcAdaptor *adaptor =
+        dot < 0 ? nullptr : authorizedAdaptor(connection, QStringView(call.method).left(dot), &refusal);
     if (!adaptor)
-        return respond(connectionId, id, rpcError(refusal));
+        return connection->answer(RpcText::answer(call.id, rpcError(refusal)));
+    const QString connectionId = connection->connectionId(); // the connection may end while the service runs
     const QPointer<RpcController> self(this);
-    const QAny body = adaptor->invokeMethod(connectionId, QStringView(method).mid(dot + 1), params);
-    return self && respond(connectionId, id, body);
+    Dispatch current{adaptor->service(), connection, connectionId, call.id, QThread::currentThread()->loopLevel(),
+                     m_dispatch,         false};
+    m_dispatch = &current;
+    const QAny body = adaptor->invokeMethod(connectionId, QStringView(call.method).mid(dot + 1), call.params);
+    if (!self)
+        return false;
+    m_dispatch = current.outer;
+    if (current.isTaken)
+        return true;
+    return current.connection && !connection->isEnded() && connection->answer(RpcText::answer(call.id, body));
+}
+
+RpcAnswer RpcController::takeAnswer(const QObject *service, const QString &connectionId, Behind behind)
+{
+    // A call further out on the stack is not meant: its slot waits in an event loop, or calls another one directly.
+    Dispatch *current = m_dispatch;
+    if (!current || current->isTaken || current->service != service || current->connectionId != connectionId ||
+        current->loopLevel != QThread::currentThread()->loopLevel())
+        return {};
+    current->isTaken = true;
+    if (!current->connection || current->connection->isEnded())
+        return RpcAnswer(nullptr, 1, QString());
+    return current->connection->takeAnswer(current->callId, service, behind);
 }
 
 void RpcController::handleNotification(RpcConnection *connection, const QString &method, const QAny &params)
@@ -372,25 +372,6 @@ void RpcController::handleNotification(RpcConnection *connection, const QString 
     // Deliberate: the name begins with the dot, so notifications reach no service method.
     if (adaptor)
         adaptor->invokeMethod(connection->connectionId(), QStringView(method).mid(dot), params);
-}
-
-/// The body has one member, the result or the error.
-bool RpcController::respond(const QString &connectionId, const QString &id, const QAny &body)
-{
-    static const QAny::KeySet resultKeys{kProtocolKey, kIdKey, kResultKey};
-    static const QAny::KeySet errorKeys{kProtocolKey, kIdKey, kErrorKey};
-    RpcConnection *connection = m_connections.value(connectionId);
-    if (!connection)
-        return false;
-    QAny message = QAny::record(body.contains(kResultKey) ? resultKeys : errorKeys);
-    message.slot(0) = kProtocolVersion;
-    message.slot(1) = id;
-    message.slot(2) = body.at(0);
-    const QByteArray json = message.toJsonUtf8();
-    if (!json.isEmpty())
-        return connection->sendText(json);
-    qWarning() << "KNet::RpcController::respond() answer too long for one message";
-    return respond(connectionId, id, rpcError(InvokeError));
 }
 
 void RpcController::handleAnswer(RpcConnection *connection, const QString &id, const QAny &response)
@@ -456,14 +437,13 @@ void RpcController::removeConnection(RpcConnection *connection)
 
 void RpcController::pingRemoteConnections()
 {
-    static const QByteArray ping = bareMessage(kPing);
     const QPointer<RpcController> self(this);
     const QStringList ids = m_connections.keys();
     for (const QString &id : ids) {
         RpcConnection *connection = m_connections.value(id);
         if (!connection || !connection->isIncoming())
             continue;
-        if (connection->sendText(ping) && self)
+        if (connection->sendText(RpcText::ping()) && self)
             m_pinged.insert(id);
         if (!self)
             return;

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "knetrpc/rpcanswer.h"
+#include "knetrpc/rpccallqueue.h"
 #include "knetrpc/rpcprotocol.h"
 #include "qany.h"
 
@@ -7,6 +9,7 @@
 #include <QHostAddress>
 #include <QMap>
 #include <QObject>
+#include <QPointer>
 #include <QSet>
 #include <QString>
 #include <QTimer>
@@ -65,6 +68,23 @@ public:
     void addServiceRequirement(const QString &service, const QString &token);
     void removeServiceRequirement(const QString &service, const QString &token);
 
+    using Behind = RpcBehind;
+    /// Takes away the answer of the call that the service's slot is being called for, to be given later: what the slot
+    /// returns then is not used. Once at most, and only before the slot runs an event loop in which others take
+    /// theirs. Invalid when this object did not call the slot: a direct invocation returns its value. So
+    ///
+    ///     if (RpcAnswer answer = controller->takeAnswer(this, connectionId)) {
+    ///         …keep the answer…
+    ///         return {};
+    ///     }
+    ///     return …
+    ///
+    /// The answers of a connection leave in the order of its calls. Meanwhile its further calls wait (Behind says
+    /// which); answers of the peer, pings and pongs are handled at once, and so are all other connections. When the
+    /// peer goes, its waiting calls are still dispatched, before disconnected(): at once behind answers taken to Wait,
+    /// and behind those taken Together as soon as they have been given, or after RpcLimits::closeGraceMs.
+    RpcAnswer takeAnswer(const QObject *service, const QString &connectionId, Behind behind = Behind::Wait);
+
     /// Of an unknown connection: nothing happens, or the empty value.
     void addAuthorization(const QString &connectionId, const QString &token);
     void removeAuthorization(const QString &connectionId, const QString &token);
@@ -114,6 +134,17 @@ private:
 
     enum class Wait { Begun, Refused, Ended };
 
+    /// A call whose slot is on the stack.
+    struct Dispatch {
+        const QObject *service;
+        QPointer<RpcConnection> connection;
+        const QString &connectionId;
+        const QString &callId;
+        int loopLevel;
+        Dispatch *outer;
+        bool isTaken;
+    };
+
     /// A call that has failed and whose receiver does not know yet.
     struct Completion {
         std::unique_ptr<RpcPendingCall> call;
@@ -125,7 +156,11 @@ private:
 
     // For RpcConnection.
     /// False when the connection is to be closed. Neither it nor this object need exist afterwards.
-    bool handleMessage(RpcConnection *connection, const QAny &message);
+    bool handleMessage(RpcConnection *connection, const QAny &message, qint64 bytes);
+    /// The same for a call that may be dispatched now.
+    bool dispatch(RpcConnection *connection, const RpcCallQueue::Call &call);
+    /// Whether a call of the method has to wait behind answers of the connection that are still to be given.
+    bool mustWait(const RpcConnection *connection, const QString &method) const;
     void completeLostCalls(const QString &connectionId);
     void removeConnection(RpcConnection *connection);
 
@@ -134,10 +169,8 @@ private:
     void endWait(RpcCall *call);
     void forgetCall(const QString &callId);
 
-    bool handleCall(RpcConnection *connection, const QString &id, const QString &method, const QAny &params);
     void handleNotification(RpcConnection *connection, const QString &method, const QAny &params);
     void handleAnswer(RpcConnection *connection, const QString &id, const QAny &response);
-    bool respond(const QString &connectionId, const QString &id, const QAny &body);
     RpcAdaptor *adaptorOf(QStringView service) const;
     RpcAdaptor *authorizedAdaptor(RpcConnection *connection, QStringView service, RpcErrorCode *refusal) const;
     RpcConnection *addConnection(bool incoming);
@@ -154,7 +187,8 @@ private:
     QMap<QString, RpcPendingCall *> m_pendingCalls;
     QSet<QString> m_pinged;
     std::deque<Completion> m_completions;
-    QVector<RpcCall *> m_waiting; // synchronous, outermost first
+    QVector<RpcCall *> m_waiting;   // synchronous, outermost first
+    Dispatch *m_dispatch = nullptr; // the innermost
     QElapsedTimer m_lastSweep;
     bool m_sweepSkipped = false;
     bool m_refusesWaits = false;

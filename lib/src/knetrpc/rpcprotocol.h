@@ -34,6 +34,9 @@ struct RpcLimits {
     /// A peer that has left more than this unread when another message is due is disconnected; a single message may be
     /// larger.
     qint64 maxUnreadBytes = 256 * 1024 * 1024;
+    /// While calls of more than this wait behind answers that are given later, nothing more is read from the
+    /// connection; a value counts 32 bytes at least.
+    qint64 maxWaitingBytes = 16 * 1024 * 1024;
     /// What one connection may have handled before the others' turn comes.
     int maxMessagesPerTurn = 64;
     /// And how long, before no further message is begun.
