@@ -15,8 +15,8 @@ namespace {
 /// What the socket may hold unread. A peer that sends faster than it is served then fills its own side.
 constexpr qint64 kReadBufferBytes = 256 * 1024;
 
-/// A message from this size on is handed to the socket without a copy; shorter ones share its blocks.
-constexpr int kSharedWriteBytes = 64 * 1024;
+/// How long a peer may take nothing of a large message and count as taking it.
+constexpr int kTakingMs = 30000;
 
 /// What a value of a waiting call takes at least.
 constexpr qint64 kBytesPerValue = 32;
@@ -44,7 +44,7 @@ private:
 };
 
 RpcConnection::RpcConnection(RpcController *controller, bool incoming, const RpcLimits &limits)
-    : m_controller(controller), m_incoming(incoming), m_connectionId(IdGenerator::connections().next()),
+    : m_controller(controller), m_incoming(incoming), m_connectionId(IdGenerator::connections().next()), m_output(this),
       m_limits(limits)
 {
     setReadBufferSize(kReadBufferBytes);
@@ -67,40 +67,29 @@ RpcConnection::~RpcConnection()
     disconnect(this, nullptr, this, nullptr);
 }
 
-bool RpcConnection::send(const QAny &message)
+bool RpcConnection::sendText(RpcOutput::Kind kind, const QByteArray &text)
 {
-    const QByteArray json = message.toJsonUtf8();
-    if (!json.isEmpty())
-        return sendText(json);
-    qWarning() << "KNet::RpcConnection::send() too long for one message";
-    return false;
+    return mayQueue(kind) && m_output.append(kind, text);
 }
 
-bool RpcConnection::sendText(const QByteArray &json)
+bool RpcConnection::sendText(RpcOutput::Kind kind, const std::vector<QByteArray> &pieces)
+{
+    return mayQueue(kind) && std::all_of(pieces.cbegin(), pieces.cend(), [this, kind](const QByteArray &piece) {
+               return m_output.append(kind, piece);
+           });
+}
+
+/// Nobody is cut off for what others cause: each kind counts against itself.
+bool RpcConnection::mayQueue(RpcOutput::Kind kind)
 {
     if (m_ended || m_closing || state() == UnconnectedState)
         return false;
-    if (bytesToWrite() + m_output.size() > m_limits.maxUnreadBytes) {
-        qWarning() << "KNet::RpcConnection::sendText() more than" << m_limits.maxUnreadBytes << "bytes unread, peer"
-                   << peerAddress().toString() << peerPort();
-        abortConnection();
-        return false;
-    }
-    m_output += json;
-    return flushOutput();
-}
-
-bool RpcConnection::flushOutput()
-{
-    if (m_output.isEmpty())
+    if (kind == RpcOutput::Ping || m_output.queuedBytes(kind) <= m_limits.maxUnreadBytes)
         return true;
-    const qint64 written =
-        m_output.size() >= kSharedWriteBytes ? write(m_output) : write(m_output.constData(), m_output.size());
-    if (written < 0 || written == m_output.size())
-        m_output = QByteArray();
-    else
-        m_output.remove(0, static_cast<int>(written));
-    return written >= 0;
+    qWarning() << "KNet::RpcConnection::sendText() more than" << m_limits.maxUnreadBytes << "bytes unread, peer"
+               << peerAddress().toString() << peerPort();
+    abortConnection();
+    return false;
 }
 
 void RpcConnection::closeConnection()
@@ -109,14 +98,31 @@ void RpcConnection::closeConnection()
         return;
     if (state() != ConnectedState)
         return abortConnection();
+    if (m_closing)
+        return;
     dropInput();
+    m_grace.start();
     const QPointer<RpcConnection> self(this);
-    {
-        const SocketScope scope(this);
-        disconnectFromHost();
-    }
+    disconnectBehindOutput();
     if (self && !m_ended)
-        QTimer::singleShot(m_limits.closeGraceMs, this, &RpcConnection::abortConnection);
+        QTimer::singleShot(m_limits.closeGraceMs, this, &RpcConnection::endGrace);
+}
+
+void RpcConnection::disconnectBehindOutput()
+{
+    if (!m_output.isEmpty())
+        return;
+    const SocketScope scope(this);
+    disconnectFromHost(); // behind what the socket has
+}
+
+/// A peer that still takes what was answered before gets the time for it.
+void RpcConnection::endGrace()
+{
+    const qint64 left = m_limits.closeGraceMs - m_grace.elapsed();
+    if (left <= 0)
+        return abortConnection();
+    QTimer::singleShot(static_cast<int>(left), this, &RpcConnection::endGrace);
 }
 
 void RpcConnection::abortConnection()
@@ -138,7 +144,9 @@ bool RpcConnection::detach()
     m_retired = true;
     if (m_socketScopes > 0)
         return false;
-    flush(); // what was answered before the end
+    do { // what was answered before the end
+        m_output.pump();
+    } while (flush() && !m_output.isEmpty());
     return true;
 }
 
@@ -171,6 +179,7 @@ void RpcConnection::onError(QAbstractSocket::SocketError socketError)
     if (m_ended)
         return;
     const SocketScope scope(this);
+    keepInput();
     Q_EMIT m_controller->error(m_connectionId, errorString());
     endBehindInput();
 }
@@ -276,10 +285,15 @@ void RpcConnection::closeBehindCalls()
     closeConnection();
 }
 
+bool RpcConnection::isHeldUp()
+{
+    return isResting() || (m_output.isTaken(takingMs()) && m_output.queuedBytes(RpcOutput::Answer) > 0);
+}
+
 bool RpcConnection::answer(const QByteArray &message)
 {
     if (!m_calls.isOpen())
-        return sendText(message);
+        return sendText(RpcOutput::Answer, message);
     m_calls.append({message});
     return !m_ended && !m_closing;
 }
@@ -300,8 +314,7 @@ void RpcConnection::sendGivenAnswers()
     const QPointer<RpcConnection> self(this);
     RpcCallQueue::Message message;
     while (m_calls.next(&message)) {
-        for (const QByteArray &piece : qAsConst(message))
-            sendText(piece);
+        sendText(RpcOutput::Answer, message);
         if (!self || m_ended)
             return;
     }
@@ -354,6 +367,15 @@ bool RpcConnection::hasInput() const
     return m_inputFed < m_input.size() || bytesAvailable() > 0;
 }
 
+/// Before the socket forgets it.
+void RpcConnection::keepInput()
+{
+    if (m_closing || bytesAvailable() == 0)
+        return;
+    m_input = m_input.mid(m_inputFed) + readAll();
+    m_inputFed = 0;
+}
+
 void RpcConnection::dropInput()
 {
     m_closing = true;
@@ -372,13 +394,28 @@ void RpcConnection::noteActivity()
 void RpcConnection::onBytesWritten(qint64 bytes)
 {
     Q_UNUSED(bytes)
-    flushOutput();
+    const SocketScope scope(this);
+    if (m_output.noteTaken())
+        noteActivity(); // the peer has no time for messages
+    m_output.pump();
+    if (!m_closing || m_ended)
+        return;
+    m_grace.start();
+    if (state() == ConnectedState)
+        disconnectBehindOutput();
+}
+
+/// How long a peer that has not taken anything counts as taking a large message: the system takes it in large steps.
+int RpcConnection::takingMs() const
+{
+    return activityTimeout() > 0 ? std::min(activityTimeout(), kTakingMs) : kTakingMs;
 }
 
 /// Turns only note their time, so that the timer need not be set for each; it follows up here.
 void RpcConnection::onActivityTimeout()
 {
-    const qint64 idle = m_handling > 0 ? 0 : m_lastActivity.elapsed();
+    const bool isOurs = m_handling > 0 || (isResting() && !m_broken);
+    const qint64 idle = isOurs ? 0 : m_lastActivity.elapsed();
     if (idle < activityTimeout())
         return m_activityTimer.start(static_cast<int>(activityTimeout() - idle));
     // Late is a timer behind a blocked event loop: what the peer has sent meanwhile waits to be read.

@@ -3,6 +3,7 @@
 #include "jsonparser.h"
 #include "knetrpc/rpcanswer.h"
 #include "knetrpc/rpccallqueue.h"
+#include "knetrpc/rpcoutput.h"
 #include "knetrpc/rpcprotocol.h"
 #include "qany.h"
 
@@ -48,7 +49,7 @@ public:
     int activityTimeout() const { return m_limits.activityTimeoutMs; }
 
     /// What the system has not taken yet.
-    qint64 queuedBytes() const { return m_output.size() + bytesToWrite(); }
+    qint64 queuedBytes() const { return m_output.queuedBytes(); }
     /// What has come of a message that is not complete.
     qint64 bytesOfMessageInProgress() const { return m_messageBytes; }
 
@@ -62,16 +63,20 @@ public:
     bool hasWaitingCalls() const { return m_calls.hasWaiting(); }
     void addWaitingCall(RpcCallQueue::Call call) { m_calls.push(std::move(call)); }
 
+    /// Whether an answer of the peer to a call of ours may be there and not be read, because what it called before
+    /// waits, or not be made, because it is still reading what we sent before.
+    bool isHeldUp();
+
     /// Answers a call at once, behind the answers that were taken before; false when the socket refuses it.
     bool answer(const QByteArray &message);
     RpcAnswer takeAnswer(const QString &callId, const QObject *service, RpcBehind behind);
     /// For RpcAnswer.
     void giveAnswer(quint64 number, std::vector<QByteArray> message);
 
-    /// Queues the message; false when the socket refuses it. Never blocks.
-    bool send(const QAny &message);
-    /// The same for a message that is JSON text already.
-    bool sendText(const QByteArray &json);
+    /// Queues the message, given in pieces; false when the socket refuses it. Never blocks. A peer that has too many
+    /// answers unread when another one comes is disconnected, and so it is for calls.
+    bool sendText(RpcOutput::Kind kind, const std::vector<QByteArray> &pieces);
+    bool sendText(RpcOutput::Kind kind, const QByteArray &text);
 
     /// Ends a connected socket gracefully, any other at once. What the peer has sent and we have not handled is
     /// dropped.
@@ -107,15 +112,20 @@ private:
     int handleInput(const QPointer<RpcConnection> &self);
     bool handleNext(const QPointer<RpcConnection> &self);
     bool handle(const QPointer<RpcConnection> &self, const std::function<bool()> &handling);
+    /// Nothing is read until waiting calls have been dispatched.
     bool isResting() const { return m_calls.waitingBytes() > m_limits.maxWaitingBytes; }
+    int takingMs() const;
     void endBehindCalls();
     void closeBehindCalls();
     void sendGivenAnswers();
     void scheduleTurn();
     void takeTurn();
+    void keepInput();
     void dropInput();
     void noteActivity();
-    bool flushOutput();
+    bool mayQueue(RpcOutput::Kind kind);
+    void disconnectBehindOutput();
+    void endGrace();
     /// Runs the disconnect handling, behind the messages that the peer sent before it went and the calls that wait.
     void endBehindInput();
     void end();
@@ -126,11 +136,12 @@ private:
     QString m_name;
     Json::Parser m_reader;
     QSet<QString> m_authorizations;
-    QByteArray m_output; // not yet taken by the socket
+    RpcOutput m_output;
     RpcLimits m_limits;
     QTimer m_activityTimer;
 
     QElapsedTimer m_lastActivity;
+    QElapsedTimer m_grace;        // since the close, or since the peer took something behind it
     bool m_activityGrace = false; // has been given since
     int m_handling = 0;           // messages being handled, one within the other
     QByteArray m_input;           // read from the socket, not yet fed

@@ -1,11 +1,9 @@
 #include "knetrpc/rpccontroller.h"
 
 #include "knetrpc/idgenerator.h"
-#include "knetrpc/rpcadaptor.h"
 #include "knetrpc/rpccall.h"
 #include "knetrpc/rpcconnection.h"
 #include "knetrpc/rpcmessage.h"
-#include "knetrpc/rpcpendingcall.h"
 #include "knetrpc/rpcserver.h"
 
 #include <QDebug>
@@ -16,22 +14,13 @@
 
 namespace KNet {
 
-namespace {
-
-/// Behind a longer pause than this between two sweeps the event loop was blocked: answers that came meanwhile wait to
-/// be read, and get one more interval for it.
-constexpr int kBlockedSweepMs = 10 * RpcController::kSweepIntervalMs;
-
-} // namespace
-
-RpcController::RpcController(QObject *parent) : QObject(parent)
+RpcController::RpcController(QObject *parent) : QObject(parent), m_services(this), m_pendingCalls(this)
 {
     // Queued: a timer does not fire again while its handler is on the stack, and a receiver may run the event loop.
     connect(&m_sweepTimer, &QTimer::timeout, this, &RpcController::timeoutPendingCalls, Qt::QueuedConnection);
     connect(&m_pingTimer, &QTimer::timeout, this, &RpcController::pingRemoteConnections, Qt::QueuedConnection);
     m_sweepTimer.start(kSweepIntervalMs);
     m_pingTimer.start(kPingIntervalMs);
-    m_lastSweep.start();
 }
 
 RpcController::~RpcController()
@@ -40,14 +29,12 @@ RpcController::~RpcController()
     m_pingTimer.stop();
     close();
     endWaitingCalls();
-    for (const auto &service : std::exchange(m_services, {}))
-        delete service.second;
+    m_services.clear();
     const auto connections = std::exchange(m_connections, {});
     for (RpcConnection *connection : connections) {
         if (connection->detach())
             delete connection;
     }
-    qDeleteAll(std::exchange(m_pendingCalls, {}));
 }
 
 bool RpcController::listen(quint16 port)
@@ -82,32 +69,24 @@ void RpcController::close()
 
 bool RpcController::registerService(const QString &name, QObject *service)
 {
-    if (adaptorOf(name))
-        return false;
-    m_services.emplace(name, new RpcAdaptor(service, this));
-    return true;
+    return m_services.add(name, service);
 }
 
 bool RpcController::unregisterService(const QString &name)
 {
-    RpcAdaptor *adaptor = adaptorOf(name);
-    if (!adaptor)
-        return false;
-    m_services.erase(name);
-    adaptor->deleteLater();
-    return true;
+    return m_services.remove(name);
 }
 
 void RpcController::addServiceRequirement(const QString &service, const QString &token)
 {
-    RpcAdaptor *adaptor = adaptorOf(service);
+    RpcAdaptor *adaptor = m_services.adaptorOf(service);
     if (adaptor && !adaptor->requirements().contains(token))
         adaptor->requirements().append(token);
 }
 
 void RpcController::removeServiceRequirement(const QString &service, const QString &token)
 {
-    if (RpcAdaptor *adaptor = adaptorOf(service))
+    if (RpcAdaptor *adaptor = m_services.adaptorOf(service))
         adaptor->requirements().removeAll(token);
 }
 
@@ -230,14 +209,15 @@ bool RpcController::sendCall(const QString &connectionId, const QString &method,
     if (!connection)
         return false;
     const QString id = IdGenerator::calls().next();
+    const QByteArray text = RpcText::call(id, method, params);
     const QPointer<RpcController> self(this);
     const QPointer<QObject> target(receiver);
-    if (!connection->send(RpcText::call(id, method, params)) || !self)
+    if (text.isEmpty() || !connection->sendText(RpcOutput::Call, text) || !self)
         return false;
     if (callId)
         *callId = id;
-    m_pendingCalls.insert(
-        id, new RpcPendingCall(connectionId, id, target, memberName, timeout < 0 ? m_defaultTimeout : timeout));
+    m_pendingCalls.add(std::make_unique<RpcPendingCall>(connectionId, id, target, memberName,
+                                                        timeout < 0 ? m_defaultTimeout : timeout, connection));
     return true;
 }
 
@@ -267,7 +247,7 @@ void RpcController::endWaitingCalls()
 
 void RpcController::forgetCall(const QString &callId)
 {
-    delete m_pendingCalls.take(callId);
+    m_pendingCalls.forget(callId);
 }
 
 bool RpcController::handleMessage(RpcConnection *connection, const QAny &message, qint64 bytes)
@@ -277,7 +257,7 @@ bool RpcController::handleMessage(RpcConnection *connection, const QAny &message
     case RpcMessage::Broken:
         break;
     case RpcMessage::Ping:
-        return connection->sendText(RpcText::pong());
+        return connection->sendText(RpcOutput::Answer, RpcText::pong());
     case RpcMessage::Pong:
         m_pinged.remove(connection->connectionId());
         return true;
@@ -290,51 +270,21 @@ bool RpcController::handleMessage(RpcConnection *connection, const QAny &message
         handleNotification(connection, read.method, read.value);
         return true;
     case RpcMessage::Answer:
-        handleAnswer(connection, read.id, read.value);
+        m_pendingCalls.answer(connection->connectionId(), read.id, read.value);
         return true;
     }
     return false;
 }
 
-RpcAdaptor *RpcController::adaptorOf(QStringView service) const
-{
-    const auto found = m_services.find(service);
-    return found == m_services.end() ? nullptr : found->second;
-}
-
-/// Null, with the reason, when the service is unknown or the connection lacks a token that it requires.
-RpcAdaptor *RpcController::authorizedAdaptor(RpcConnection *connection, QStringView service,
-                                             RpcErrorCode *refusal) const
-{
-    RpcAdaptor *adaptor = adaptorOf(service);
-    if (!adaptor) {
-        *refusal = NoSuchService;
-        return nullptr;
-    }
-    for (const QString &token : qAsConst(*adaptor).requirements()) {
-        if (!connection->authorizations().contains(token)) {
-            *refusal = NotAuthorized;
-            return nullptr;
-        }
-    }
-    return adaptor;
-}
-
 bool RpcController::mustWait(const RpcConnection *connection, const QString &method) const
 {
-    if (!connection->hasOpenAnswers())
-        return false;
-    const int dot = method.indexOf(QLatin1Char('.'));
-    const RpcAdaptor *adaptor = dot < 0 ? nullptr : adaptorOf(QStringView(method).left(dot));
-    return connection->mustWait(adaptor ? adaptor->service() : nullptr);
+    return connection->hasOpenAnswers() && connection->mustWait(m_services.serviceOf(RpcMethodName(method)));
 }
 
 bool RpcController::dispatch(RpcConnection *connection, const RpcCallQueue::Call &call)
 {
-    const int dot = call.method.indexOf(QLatin1Char('.'));
-    RpcErrorCode refusal = NoSuchService;
-    RpcAdaptor *adaptor =
-        dot < 0 ? nullptr : authorizedAdaptor(connection, QStringView(call.method).left(dot), &refusal);
+    const RpcMethodName method(call.method);
+    const auto [adaptor, refusal] = m_services.targetOf(method, connection->authorizations());
     if (!adaptor)
         return connection->answer(RpcText::answer(call.id, rpcError(refusal)));
     const QString connectionId = connection->connectionId(); // the connection may end while the service runs
@@ -342,7 +292,7 @@ bool RpcController::dispatch(RpcConnection *connection, const RpcCallQueue::Call
     Dispatch current{adaptor->service(), connection, connectionId, call.id, QThread::currentThread()->loopLevel(),
                      m_dispatch,         false};
     m_dispatch = &current;
-    const QAny body = adaptor->invokeMethod(connectionId, QStringView(call.method).mid(dot + 1), call.params);
+    const QAny body = adaptor->invokeMethod(connectionId, method.name, call.params);
     if (!self)
         return false;
     m_dispatch = current.outer;
@@ -364,66 +314,17 @@ RpcAnswer RpcController::takeAnswer(const QObject *service, const QString &conne
     return current->connection->takeAnswer(current->callId, service, behind);
 }
 
-void RpcController::handleNotification(RpcConnection *connection, const QString &method, const QAny &params)
+void RpcController::handleNotification(const RpcConnection *connection, const QString &method, const QAny &params)
 {
-    const int dot = method.indexOf(QLatin1Char('.'));
-    RpcErrorCode refusal = NoSuchService;
-    RpcAdaptor *adaptor = dot < 0 ? nullptr : authorizedAdaptor(connection, QStringView(method).left(dot), &refusal);
+    const RpcMethodName name(method);
     // Deliberate: the name begins with the dot, so notifications reach no service method.
-    if (adaptor)
-        adaptor->invokeMethod(connection->connectionId(), QStringView(method).mid(dot), params);
-}
-
-void RpcController::handleAnswer(RpcConnection *connection, const QString &id, const QAny &response)
-{
-    const auto found = m_pendingCalls.find(id);
-    if (found == m_pendingCalls.end() || (*found)->connectionId() != connection->connectionId())
-        return;
-    const std::unique_ptr<RpcPendingCall> call(*found);
-    m_pendingCalls.erase(found);
-    call->sendResponse(call->connectionId(), response); // the connection's own id may end in the receiver
-}
-
-void RpcController::completeLostCalls(const QString &connectionId)
-{
-    for (auto call = m_pendingCalls.begin(); call != m_pendingCalls.end();) {
-        if ((*call)->connectionId() != connectionId) {
-            ++call;
-            continue;
-        }
-        m_completions.push_back({std::unique_ptr<RpcPendingCall>(*call), ConnectionClosed});
-        call = m_pendingCalls.erase(call);
-    }
-    complete();
+    if (RpcAdaptor *adaptor = m_services.targetOf(name, connection->authorizations()).adaptor)
+        adaptor->invokeMethod(connection->connectionId(), name.dottedName, params);
 }
 
 void RpcController::timeoutPendingCalls()
 {
-    // Once only: a loop that is blocked over and over has time-outs all the same.
-    m_sweepSkipped = m_lastSweep.restart() > kBlockedSweepMs && !m_sweepSkipped;
-    if (m_sweepSkipped)
-        return;
-    for (auto call = m_pendingCalls.begin(); call != m_pendingCalls.end();) {
-        if (!(*call)->hasTimedOut()) {
-            ++call;
-            continue;
-        }
-        m_completions.push_back({std::unique_ptr<RpcPendingCall>(*call), CallTimeout});
-        call = m_pendingCalls.erase(call);
-    }
-    complete();
-}
-
-/// Tells the receivers of failed calls. One that runs the event loop does not hold up the others: the next sweep goes
-/// on with them.
-void RpcController::complete()
-{
-    const QPointer<RpcController> self(this);
-    while (self && !m_completions.empty()) {
-        const Completion completion = std::move(m_completions.front());
-        m_completions.pop_front();
-        completion.call->sendError(completion.code, rpcErrorText(completion.code));
-    }
+    m_pendingCalls.sweep();
 }
 
 void RpcController::removeConnection(RpcConnection *connection)
@@ -443,7 +344,7 @@ void RpcController::pingRemoteConnections()
         RpcConnection *connection = m_connections.value(id);
         if (!connection || !connection->isIncoming())
             continue;
-        if (connection->sendText(RpcText::ping()) && self)
+        if (connection->sendText(RpcOutput::Ping, RpcText::ping()) && self)
             m_pinged.insert(id);
         if (!self)
             return;

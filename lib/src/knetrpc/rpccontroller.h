@@ -2,10 +2,11 @@
 
 #include "knetrpc/rpcanswer.h"
 #include "knetrpc/rpccallqueue.h"
+#include "knetrpc/rpcpendingcalls.h"
 #include "knetrpc/rpcprotocol.h"
+#include "knetrpc/rpcservices.h"
 #include "qany.h"
 
-#include <QElapsedTimer>
 #include <QHostAddress>
 #include <QMap>
 #include <QObject>
@@ -15,17 +16,10 @@
 #include <QTimer>
 #include <QVector>
 
-#include <deque>
-#include <functional>
-#include <map>
-#include <memory>
-
 namespace KNet {
 
-class RpcAdaptor;
 class RpcCall;
 class RpcConnection;
-class RpcPendingCall;
 class RpcServer;
 
 /// The one object through which a program uses the protocol, as a server, as a client or as both: it listens, owns all
@@ -145,12 +139,6 @@ private:
         bool isTaken;
     };
 
-    /// A call that has failed and whose receiver does not know yet.
-    struct Completion {
-        std::unique_ptr<RpcPendingCall> call;
-        RpcErrorCode code;
-    };
-
     // For RpcServer.
     void incomingConnection(qintptr socketDescriptor);
 
@@ -161,7 +149,7 @@ private:
     bool dispatch(RpcConnection *connection, const RpcCallQueue::Call &call);
     /// Whether a call of the method has to wait behind answers of the connection that are still to be given.
     bool mustWait(const RpcConnection *connection, const QString &method) const;
-    void completeLostCalls(const QString &connectionId);
+    void completeLostCalls(const QString &connectionId) { m_pendingCalls.lose(connectionId); }
     void removeConnection(RpcConnection *connection);
 
     // For RpcCall.
@@ -169,12 +157,8 @@ private:
     void endWait(RpcCall *call);
     void forgetCall(const QString &callId);
 
-    void handleNotification(RpcConnection *connection, const QString &method, const QAny &params);
-    void handleAnswer(RpcConnection *connection, const QString &id, const QAny &response);
-    RpcAdaptor *adaptorOf(QStringView service) const;
-    RpcAdaptor *authorizedAdaptor(RpcConnection *connection, QStringView service, RpcErrorCode *refusal) const;
+    void handleNotification(const RpcConnection *connection, const QString &method, const QAny &params);
     RpcConnection *addConnection(bool incoming);
-    void complete();
 
     RpcServer *m_server = nullptr;
     QString m_listenError;
@@ -182,15 +166,12 @@ private:
     int m_defaultTimeout = kDefaultTimeoutMs;
     QTimer m_sweepTimer;
     QTimer m_pingTimer;
-    std::map<QString, RpcAdaptor *, std::less<>> m_services; // found by a piece of a text
+    RpcServices m_services;
     QMap<QString, RpcConnection *> m_connections;
-    QMap<QString, RpcPendingCall *> m_pendingCalls;
+    RpcPendingCalls m_pendingCalls;
     QSet<QString> m_pinged;
-    std::deque<Completion> m_completions;
     QVector<RpcCall *> m_waiting;   // synchronous, outermost first
     Dispatch *m_dispatch = nullptr; // the innermost
-    QElapsedTimer m_lastSweep;
-    bool m_sweepSkipped = false;
     bool m_refusesWaits = false;
 };
 

@@ -104,9 +104,13 @@ const QByteArray &pong()
     return text;
 }
 
-QAny call(const QString &id, const QString &method, const QAny &params)
+QByteArray call(const QString &id, const QString &method, const QAny &params)
 {
-    return {{kProtocolKey, kProtocolVersion}, {kMethodKey, method}, {kParamsKey, params}, {kIdKey, id}};
+    const QAny message{{kProtocolKey, kProtocolVersion}, {kMethodKey, method}, {kParamsKey, params}, {kIdKey, id}};
+    QByteArray json = message.toJsonUtf8();
+    if (json.isEmpty())
+        qWarning() << "KNet::RpcConnection::send() too long for one message";
+    return json;
 }
 
 QByteArray answer(const QString &id, const QAny &body)

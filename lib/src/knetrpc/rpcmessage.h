@@ -29,7 +29,8 @@ constexpr qint64 kMaxAnswerBytes = Q_INT64_C(2) * 1024 * 1024 * 1024;
 
 const QByteArray &ping();
 const QByteArray &pong();
-QAny call(const QString &id, const QString &method, const QAny &params);
+/// Empty, with a warning line, when it is too long for one message.
+QByteArray call(const QString &id, const QString &method, const QAny &params);
 /// The body has one member, the result or the error. What is too long for one message becomes an error, with a warning
 /// line.
 QByteArray answer(const QString &id, const QAny &body);

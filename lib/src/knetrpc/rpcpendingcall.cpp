@@ -1,5 +1,6 @@
 #include "knetrpc/rpcpendingcall.h"
 
+#include "knetrpc/rpcconnection.h"
 #include "knetrpc/rpcprotocol.h"
 
 #include <QDebug>
@@ -8,10 +9,17 @@
 namespace KNet {
 
 RpcPendingCall::RpcPendingCall(const QString &connectionId, const QString &callId, QObject *receiver,
-                               const QString &member, int timeout)
-    : m_connectionId(connectionId), m_callId(callId), m_receiver(receiver), m_member(member), m_timeout(timeout)
+                               const QString &member, int timeout, RpcConnection *connection)
+    : m_connectionId(connectionId), m_callId(callId), m_receiver(receiver), m_member(member), m_timeout(timeout),
+      m_connection(connection)
 {
     m_started.start();
+}
+
+void RpcPendingCall::restIfHeldUp(qint64 sinceMs)
+{
+    if (m_connection && m_connection->isHeldUp())
+        m_restedMs += sinceMs;
 }
 
 bool RpcPendingCall::sendResponse(const QString &connectionId, const QAny &response)
