@@ -18,9 +18,6 @@ constexpr qint64 kReadBufferBytes = 256 * 1024;
 /// How long a peer may take nothing of a large message and count as taking it.
 constexpr int kTakingMs = 30000;
 
-/// What a value of a waiting call takes at least.
-constexpr qint64 kBytesPerValue = 32;
-
 /// A timer that is this much late was held up by the event loop, and how long input then has to be read, both in ms.
 constexpr int kLateMs = 100;
 constexpr int kActivityGraceMs = 1000;
@@ -44,8 +41,8 @@ private:
 };
 
 RpcConnection::RpcConnection(RpcController *controller, bool incoming, const RpcLimits &limits)
-    : m_controller(controller), m_incoming(incoming), m_connectionId(IdGenerator::connections().next()), m_output(this),
-      m_limits(limits)
+    : m_controller(controller), m_incoming(incoming), m_connectionId(IdGenerator::connections().next()),
+      m_input(this, limits), m_output(this), m_limits(limits)
 {
     setReadBufferSize(kReadBufferBytes);
     connect(this, &QTcpSocket::readyRead, this, &RpcConnection::onReadyRead, Qt::QueuedConnection);
@@ -84,7 +81,7 @@ bool RpcConnection::mayQueue(RpcOutput::Kind kind)
 {
     if (m_ended || m_closing || state() == UnconnectedState)
         return false;
-    if (kind == RpcOutput::Ping || m_output.queuedBytes(kind) <= m_limits.maxUnreadBytes)
+    if (kind == RpcOutput::Ping || !m_output.isBeyond(m_limits.maxUnreadBytes, kind))
         return true;
     qWarning() << "KNet::RpcConnection::sendText() more than" << m_limits.maxUnreadBytes << "bytes unread, peer"
                << peerAddress().toString() << peerPort();
@@ -179,7 +176,8 @@ void RpcConnection::onError(QAbstractSocket::SocketError socketError)
     if (m_ended)
         return;
     const SocketScope scope(this);
-    keepInput();
+    if (!m_closing)
+        m_input.keep(); // before the socket forgets it
     Q_EMIT m_controller->error(m_connectionId, errorString());
     endBehindInput();
 }
@@ -230,17 +228,17 @@ bool RpcConnection::handleNext(const QPointer<RpcConnection> &self)
 {
     if (m_calls.hasWaiting() && !m_controller->mustWait(this, m_calls.front().method)) {
         const RpcCallQueue::Call call = m_calls.pop();
-        return handle(self, [&] { return m_controller->dispatch(this, call); });
+        return handle(self, [&] { return m_controller->dispatch(self, call.id, call.method, call.params); });
     }
-    Incoming incoming;
-    switch (m_broken ? Input::Broken : isResting() ? Input::Exhausted : readMessage(&incoming)) {
-    case Input::Message:
-        return handle(self, [&] { return m_controller->handleMessage(this, incoming.message, incoming.bytes); });
-    case Input::Exhausted:
+    RpcInput::Incoming incoming;
+    switch (m_broken ? RpcInput::Broken : isResting() ? RpcInput::Exhausted : m_input.next(&incoming)) {
+    case RpcInput::Message:
+        return handle(self, [&] { return m_controller->handleMessage(self, incoming.message, incoming.bytes); });
+    case RpcInput::Exhausted:
         if (m_peerGone)
             endBehindCalls();
         return false;
-    case Input::Broken:
+    case RpcInput::Broken:
         closeBehindCalls();
         return false;
     }
@@ -249,7 +247,7 @@ bool RpcConnection::handleNext(const QPointer<RpcConnection> &self)
 
 bool RpcConnection::handle(const QPointer<RpcConnection> &self, const std::function<bool()> &handling)
 {
-    if (hasInput() || m_calls.hasWaiting() || m_peerGone)
+    if (m_input.hasMore() || m_calls.hasWaiting() || m_peerGone)
         scheduleTurn(); // for what is over after this turn, and for an event loop in the handler
     ++m_handling;
     const bool accepted = handling();
@@ -280,9 +278,10 @@ void RpcConnection::endBehindCalls()
 void RpcConnection::closeBehindCalls()
 {
     m_broken = true;
-    if (m_calls.hasWaiting() || m_calls.isOpen())
-        return;
-    closeConnection();
+    if (m_peerGone)
+        endBehindCalls();
+    else if (!m_calls.hasWaiting() && !m_calls.isOpen())
+        closeConnection();
 }
 
 bool RpcConnection::isHeldUp()
@@ -322,66 +321,10 @@ void RpcConnection::sendGivenAnswers()
         scheduleTurn();
 }
 
-RpcConnection::Input RpcConnection::readMessage(Incoming *incoming)
-{
-    while (m_inputFed < m_input.size() || fillInput()) {
-        qsizetype taken = 0;
-        const Json::Parser::Feed fed =
-            m_reader.feedUntilComplete(m_input.constData() + m_inputFed, m_input.size() - m_inputFed, &taken);
-        m_inputFed += static_cast<int>(taken);
-        m_messageBytes += taken;
-        if (fed == Json::Parser::Rejected)
-            return Input::Broken;
-        if (m_messageBytes > m_limits.maxMessageBytes) {
-            qWarning() << "KNet::RpcConnection::readMessage() message of more than" << m_limits.maxMessageBytes
-                       << "bytes, peer" << peerAddress().toString() << peerPort();
-            return Input::Broken;
-        }
-        if (m_reader.valueCount() > m_limits.maxMessageValues) {
-            qWarning() << "KNet::RpcConnection::readMessage() message of more than" << m_limits.maxMessageValues
-                       << "values, peer" << peerAddress().toString() << peerPort();
-            return Input::Broken;
-        }
-        if (fed == Json::Parser::Complete) {
-            incoming->bytes = std::max(m_messageBytes, m_reader.valueCount() * kBytesPerValue);
-            m_messageBytes = 0;
-            m_reader.finish();
-            incoming->message = m_reader.result();
-            m_reader.reset();
-            return Input::Message;
-        }
-    }
-    return bytesAvailable() > 0 ? Input::Broken : Input::Exhausted;
-}
-
-/// Takes all that the socket has. False when there is nothing, or the read fails.
-bool RpcConnection::fillInput()
-{
-    m_input = bytesAvailable() > 0 ? readAll() : QByteArray();
-    m_inputFed = 0;
-    return !m_input.isEmpty();
-}
-
-bool RpcConnection::hasInput() const
-{
-    return m_inputFed < m_input.size() || bytesAvailable() > 0;
-}
-
-/// Before the socket forgets it.
-void RpcConnection::keepInput()
-{
-    if (m_closing || bytesAvailable() == 0)
-        return;
-    m_input = m_input.mid(m_inputFed) + readAll();
-    m_inputFed = 0;
-}
-
 void RpcConnection::dropInput()
 {
     m_closing = true;
-    m_input = QByteArray();
-    m_inputFed = 0;
-    m_reader.reset();
+    m_input.drop();
     m_calls.dropWaiting();
 }
 
@@ -419,7 +362,7 @@ void RpcConnection::onActivityTimeout()
     if (idle < activityTimeout())
         return m_activityTimer.start(static_cast<int>(activityTimeout() - idle));
     // Late is a timer behind a blocked event loop: what the peer has sent meanwhile waits to be read.
-    const bool mayHaveInput = hasInput() || idle > activityTimeout() + kLateMs;
+    const bool mayHaveInput = m_input.hasMore() || idle > activityTimeout() + kLateMs;
     if (!mayHaveInput || m_activityGrace)
         return closeConnection();
     m_activityGrace = true;
@@ -430,7 +373,7 @@ void RpcConnection::endBehindInput()
 {
     if (m_ended)
         return;
-    if (m_closing || (!hasInput() && !m_calls.hasWaiting()))
+    if (m_closing || (!m_input.hasMore() && !m_calls.hasWaiting()))
         return end();
     m_peerGone = true;
     scheduleTurn();

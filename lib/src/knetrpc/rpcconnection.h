@@ -1,11 +1,10 @@
 #pragma once
 
-#include "jsonparser.h"
 #include "knetrpc/rpcanswer.h"
 #include "knetrpc/rpccallqueue.h"
+#include "knetrpc/rpcinput.h"
 #include "knetrpc/rpcoutput.h"
 #include "knetrpc/rpcprotocol.h"
-#include "qany.h"
 
 #include <QByteArray>
 #include <QElapsedTimer>
@@ -51,7 +50,7 @@ public:
     /// What the system has not taken yet.
     qint64 queuedBytes() const { return m_output.queuedBytes(); }
     /// What has come of a message that is not complete.
-    qint64 bytesOfMessageInProgress() const { return m_messageBytes; }
+    qint64 bytesOfMessageInProgress() const { return m_input.bytesOfMessage(); }
 
     /// The disconnect handling has begun.
     bool isEnded() const { return m_ended; }
@@ -100,15 +99,7 @@ private Q_SLOTS:
 
 private:
     class SocketScope;
-    enum class Input { Message, Exhausted, Broken };
-    struct Incoming {
-        QAny message;
-        qint64 bytes; ///< of memory, as the bound on waiting calls counts them
-    };
 
-    Input readMessage(Incoming *incoming);
-    bool fillInput();
-    bool hasInput() const;
     int handleInput(const QPointer<RpcConnection> &self);
     bool handleNext(const QPointer<RpcConnection> &self);
     bool handle(const QPointer<RpcConnection> &self, const std::function<bool()> &handling);
@@ -120,7 +111,6 @@ private:
     void sendGivenAnswers();
     void scheduleTurn();
     void takeTurn();
-    void keepInput();
     void dropInput();
     void noteActivity();
     bool mayQueue(RpcOutput::Kind kind);
@@ -134,8 +124,8 @@ private:
     bool m_incoming;
     QString m_connectionId;
     QString m_name;
-    Json::Parser m_reader;
     QSet<QString> m_authorizations;
+    RpcInput m_input;
     RpcOutput m_output;
     RpcLimits m_limits;
     QTimer m_activityTimer;
@@ -144,9 +134,6 @@ private:
     QElapsedTimer m_grace;        // since the close, or since the peer took something behind it
     bool m_activityGrace = false; // has been given since
     int m_handling = 0;           // messages being handled, one within the other
-    QByteArray m_input;           // read from the socket, not yet fed
-    int m_inputFed = 0;           // bytes of it that the reader has
-    qint64 m_messageBytes = 0;    // that the reader has of the message in progress
     bool m_turnDue = false;       // takeTurn() is posted
     int m_socketScopes = 0;       // functions of the socket that are on the stack
     RpcCallQueue m_calls;

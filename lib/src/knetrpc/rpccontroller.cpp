@@ -250,7 +250,7 @@ void RpcController::forgetCall(const QString &callId)
     m_pendingCalls.forget(callId);
 }
 
-bool RpcController::handleMessage(RpcConnection *connection, const QAny &message, qint64 bytes)
+bool RpcController::handleMessage(const QPointer<RpcConnection> &connection, const QAny &message, qint64 bytes)
 {
     const RpcMessage read = RpcMessage::read(message);
     switch (read.kind) {
@@ -262,15 +262,15 @@ bool RpcController::handleMessage(RpcConnection *connection, const QAny &message
         m_pinged.remove(connection->connectionId());
         return true;
     case RpcMessage::Call:
-        if (!connection->hasWaitingCalls() && !mustWait(connection, read.method))
-            return dispatch(connection, {read.id, read.method, read.value, bytes});
-        connection->addWaitingCall({read.id, read.method, read.value, bytes});
+        if (!connection->hasWaitingCalls() && !mustWait(connection, *read.method))
+            return dispatch(connection, read.id, *read.method, *read.params);
+        connection->addWaitingCall({read.id, *read.method, *read.params, bytes});
         return true;
     case RpcMessage::Notification:
-        handleNotification(connection, read.method, read.value);
+        handleNotification(connection, *read.method, *read.params);
         return true;
     case RpcMessage::Answer:
-        m_pendingCalls.answer(connection->connectionId(), read.id, read.value);
+        m_pendingCalls.answer(connection->connectionId(), read.id, read.response);
         return true;
     }
     return false;
@@ -281,24 +281,25 @@ bool RpcController::mustWait(const RpcConnection *connection, const QString &met
     return connection->hasOpenAnswers() && connection->mustWait(m_services.serviceOf(RpcMethodName(method)));
 }
 
-bool RpcController::dispatch(RpcConnection *connection, const RpcCallQueue::Call &call)
+bool RpcController::dispatch(const QPointer<RpcConnection> &connection, const QString &callId, const QString &method,
+                             const QAny &params)
 {
-    const RpcMethodName method(call.method);
-    const auto [adaptor, refusal] = m_services.targetOf(method, connection->authorizations());
+    const RpcMethodName name(method);
+    const auto [adaptor, refusal] = m_services.targetOf(name, connection->authorizations());
     if (!adaptor)
-        return connection->answer(RpcText::answer(call.id, rpcError(refusal)));
+        return connection->answer(RpcText::answer(callId, rpcError(refusal)));
     const QString connectionId = connection->connectionId(); // the connection may end while the service runs
     const QPointer<RpcController> self(this);
-    Dispatch current{adaptor->service(), connection, connectionId, call.id, QThread::currentThread()->loopLevel(),
+    Dispatch current{adaptor->service(), connection, connectionId, callId, QThread::currentThread()->loopLevel(),
                      m_dispatch,         false};
     m_dispatch = &current;
-    const QAny body = adaptor->invokeMethod(connectionId, method.name, call.params);
+    const QAny body = adaptor->invokeMethod(connectionId, name.name, params);
     if (!self)
         return false;
     m_dispatch = current.outer;
     if (current.isTaken)
         return true;
-    return current.connection && !connection->isEnded() && connection->answer(RpcText::answer(call.id, body));
+    return connection && !connection->isEnded() && connection->answer(RpcText::answer(callId, body));
 }
 
 RpcAnswer RpcController::takeAnswer(const QObject *service, const QString &connectionId, Behind behind)

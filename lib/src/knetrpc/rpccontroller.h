@@ -131,7 +131,7 @@ private:
     /// A call whose slot is on the stack.
     struct Dispatch {
         const QObject *service;
-        QPointer<RpcConnection> connection;
+        const QPointer<RpcConnection> &connection;
         const QString &connectionId;
         const QString &callId;
         int loopLevel;
@@ -144,9 +144,10 @@ private:
 
     // For RpcConnection.
     /// False when the connection is to be closed. Neither it nor this object need exist afterwards.
-    bool handleMessage(RpcConnection *connection, const QAny &message, qint64 bytes);
+    bool handleMessage(const QPointer<RpcConnection> &connection, const QAny &message, qint64 bytes);
     /// The same for a call that may be dispatched now.
-    bool dispatch(RpcConnection *connection, const RpcCallQueue::Call &call);
+    bool dispatch(const QPointer<RpcConnection> &connection, const QString &callId, const QString &method,
+                  const QAny &params);
     /// Whether a call of the method has to wait behind answers of the connection that are still to be given.
     bool mustWait(const RpcConnection *connection, const QString &method) const;
     void completeLostCalls(const QString &connectionId) { m_pendingCalls.lose(connectionId); }

@@ -36,9 +36,9 @@ void readAnswer(const QAny &message, RpcMessage *read)
     const QAny &result = message.lookup(kResultKey);
     const QAny &error = message.lookup(kErrorKey);
     if (!isMissing(result) && result.isValid())
-        read->value = result;
+        read->response = result;
     else if (error.isHash() && error.lookup(kCodeKey).isInteger())
-        read->value = {{kErrorKey, error}};
+        read->response = {{kErrorKey, error}};
     else
         return;
     read->kind = RpcMessage::Answer;
@@ -82,8 +82,8 @@ RpcMessage RpcMessage::read(const QAny &message)
         read.kind = Pong;
     } else if (method.isString()) {
         read.kind = isNotification ? Notification : Call;
-        read.method = method.asString();
-        read.value = message.lookup(kParamsKey);
+        read.method = &method.asString();
+        read.params = &message.lookup(kParamsKey);
     } else {
         readAnswer(message, &read);
     }
@@ -124,8 +124,10 @@ QByteArray answer(const QString &id, const QAny &body)
 QByteArray result(const QString &id, const QAny &value)
 {
     static const QAny::KeySet resultKeys{kProtocolKey, kIdKey, kResultKey};
-    const QByteArray json = message(resultKeys, id, value);
-    return json.isEmpty() ? tooLong(id) : json;
+    QByteArray json = message(resultKeys, id, value);
+    if (json.isEmpty())
+        return tooLong(id);
+    return json;
 }
 
 std::vector<QByteArray> result(const QString &id, std::vector<QByteArray> value)

@@ -13,12 +13,14 @@ namespace KNet {
 struct RpcMessage {
     enum Kind { Broken, Ping, Pong, Call, Notification, Answer };
 
+    /// The message has to outlive what is read from it.
     static RpcMessage read(const QAny &message);
 
     Kind kind = Broken;
-    QString id;     // as text
-    QString method; // of a call or notification
-    QAny value;     // the parameters, or the response as a caller gets it: the result, or {"error": {…}}
+    QString id;                      // as text
+    const QString *method = nullptr; // of a call or notification, as the next
+    const QAny *params = nullptr;
+    QAny response; // of an answer as the caller gets it: the result, or {"error": {…}}
 };
 
 /// The texts of messages that leave.

@@ -15,11 +15,9 @@ constexpr int kSharedWriteBytes = 64 * 1024;
 
 bool RpcOutput::append(Kind kind, const QByteArray &text)
 {
-    settle();
-    if (m_runs.empty() || m_runs.back().kind != kind)
-        m_runs.push_back({kind, 0});
-    m_runs.back().bytes += text.size();
-    m_runBytes[kind] += text.size();
+    count(kind, text.size());
+    if (m_pieces.empty() && text.size() <= kPieceBytes && m_socket->bytesToWrite() < kPieceBytes)
+        return hand(text) == text.size();
     m_pieces.push_back(text);
     m_pieceBytes += text.size();
     if (!pump())
@@ -31,14 +29,20 @@ bool RpcOutput::append(Kind kind, const QByteArray &text)
     return true;
 }
 
+/// Gives the socket the first piece, from the offset on, or a part of it; what it took, negative when it refuses.
+/// It buffers whatever it takes.
+qint64 RpcOutput::hand(const QByteArray &piece)
+{
+    const int length = std::min(piece.size() - m_offset, kPieceBytes);
+    if (length == piece.size() && length >= kSharedWriteBytes)
+        return m_socket->write(piece);
+    return m_socket->write(piece.constData() + m_offset, length);
+}
+
 bool RpcOutput::pump()
 {
     while (!m_pieces.empty() && m_socket->bytesToWrite() < kPieceBytes) {
-        const QByteArray &piece = m_pieces.front();
-        const int length = std::min(piece.size() - m_offset, kPieceBytes);
-        const qint64 written = length == piece.size() && length >= kSharedWriteBytes
-                                   ? m_socket->write(piece)
-                                   : m_socket->write(piece.constData() + m_offset, length);
+        const qint64 written = hand(m_pieces.front());
         if (written < 0) {
             m_pieces.clear();
             m_offset = 0;
@@ -47,11 +51,11 @@ bool RpcOutput::pump()
         }
         m_pieceBytes -= written;
         m_offset += static_cast<int>(written);
-        if (m_offset < piece.size() && written < length)
-            break;
-        if (m_offset == piece.size()) {
+        if (m_offset == m_pieces.front().size()) {
             m_pieces.pop_front();
             m_offset = 0;
+        } else if (written == 0) {
+            break;
         }
     }
     return true;
@@ -66,6 +70,16 @@ qint64 RpcOutput::queuedBytes(Kind kind)
 {
     settle();
     return m_runBytes[kind];
+}
+
+void RpcOutput::count(Kind kind, int bytes)
+{
+    if (m_runs.empty() || m_runs.back().kind != kind) {
+        settle();
+        m_runs.push_back({kind, 0});
+    }
+    m_runs.back().bytes += bytes;
+    m_runBytes[kind] += bytes;
 }
 
 /// Forgets what the system has taken.

@@ -36,6 +36,8 @@ public:
     qint64 queuedBytes() const;
     /// The part of it that messages of this kind make up.
     qint64 queuedBytes(Kind kind);
+    /// Whether that is more.
+    bool isBeyond(qint64 bytes, Kind kind) { return m_runBytes[kind] > bytes && queuedBytes(kind) > bytes; }
 
     /// Whether more is under way than the socket takes at once, or was until everything had left, and the peer has
     /// taken some of it within that time, in ms.
@@ -48,14 +50,16 @@ private:
         Kind kind;
         qint64 bytes;
     };
+    void count(Kind kind, int bytes);
     void settle();
+    qint64 hand(const QByteArray &piece);
 
     QTcpSocket *m_socket;
-    std::deque<QByteArray> m_pieces; // not yet with the socket
-    int m_offset = 0;                // of the first one, with the socket
-    qint64 m_pieceBytes = 0;         // in all of them, not yet with the socket
-    std::deque<Run> m_runs;          // of what has not been seen to be taken
-    std::array<qint64, Ping + 1> m_runBytes{};
+    std::deque<QByteArray> m_pieces;           // not yet with the socket
+    int m_offset = 0;                          // of the first one, with the socket
+    qint64 m_pieceBytes = 0;                   // in all of them, not yet with the socket
+    std::deque<Run> m_runs;                    // of what has not been seen to be taken
+    std::array<qint64, Ping + 1> m_runBytes{}; // in them
     bool m_isLarge = false;
     QElapsedTimer m_lastTaken;
 };
