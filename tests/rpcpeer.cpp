@@ -137,6 +137,15 @@ void RpcPeer::stopReading()
     socket->setReadBufferSize(1);
 }
 
+void RpcPeer::readSlowly(int bytes)
+{
+    stopReading();
+    socket->setReadBufferSize(bytes);
+    socket->setSocketOption(QAbstractSocket::ReceiveBufferSizeSocketOption, bytes);
+    QObject::connect(&m_pace, &QTimer::timeout, socket.get(), [this] { read(); });
+    m_pace.start(5);
+}
+
 QAny RpcTestService::echo(const QString &connectionId, const QAny &params)
 {
     calls.append(params);

@@ -11,6 +11,7 @@
 #include <QStringList>
 #include <QTcpServer>
 #include <QTcpSocket>
+#include <QTimer>
 
 #include <functional>
 #include <memory>
@@ -54,6 +55,8 @@ public:
     bool isClosed() const { return socket->state() == QAbstractSocket::UnconnectedState; }
     /// Reads nothing from now on.
     void stopReading();
+    /// Reads that many bytes every 5 ms from now on.
+    void readSlowly(int bytes);
 
     QString connectionId;       // the server's
     QList<QByteArray> messages; // but for calls that onCall takes, and pings
@@ -67,6 +70,7 @@ private:
 
     Json::Parser m_parser;
     QByteArray m_text;
+    QTimer m_pace;
 };
 
 class RpcTestBase : public QObject

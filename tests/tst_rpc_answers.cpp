@@ -2,9 +2,15 @@
 #include "rows.h"
 #include "rpcpeer.h"
 
-#include <QTest>
+#include "knetrpc/rpccall.h"
 
+#include <QEventLoop>
+#include <QTest>
+#include <QTimer>
+
+#include <functional>
 #include <map>
+#include <memory>
 
 using KNet::RpcAnswer;
 using KNet::RpcController;
@@ -41,10 +47,11 @@ class LaterService : public QObject
 {
     Q_OBJECT
 public:
-    explicit LaterService(RpcController *controller) : m_controller(controller) {}
+    LaterService(RpcController *controller, QStringList *log) : calls(*log), m_controller(controller) {}
 
-    QStringList calls; // parameters, in the order in which the calls were dispatched
+    QStringList &calls; // parameters, in the order in which the calls were dispatched
     std::map<QString, RpcAnswer> kept;
+    int counted = 0;
 
     RpcAnswer taken(const QString &key)
     {
@@ -65,8 +72,23 @@ public Q_SLOTS:
         calls.append(params.toString());
         return params;
     }
+    QAny count(QString, QAny) { return ++counted; }
+    /// Another one of this object is called directly while it waits.
+    QAny loop(QString connectionId, QAny params)
+    {
+        QEventLoop loop;
+        QTimer::singleShot(1, &loop, [&] {
+            calls.append(wait(connectionId, "direct").toString());
+            loop.quit();
+        });
+        loop.exec();
+        return keep(connectionId, params, RpcController::Behind::Wait);
+    }
     /// Not the slot that was called.
-    QAny indirect(QString connectionId, QAny params) { return LaterService(m_controller).wait(connectionId, params); }
+    QAny indirect(QString connectionId, QAny params)
+    {
+        return LaterService(m_controller, &calls).wait(connectionId, params);
+    }
 
 private:
     QAny keep(const QString &connectionId, const QAny &params, RpcController::Behind behind)
@@ -88,14 +110,29 @@ private:
 /// A server with a service "later" and a second one of its kind, "other".
 struct LaterSite : RpcSite {
     explicit LaterSite(const RpcLimits &limits = {})
-        : RpcSite(limits), later(std::make_unique<LaterService>(controller.get())),
-          other(std::make_unique<LaterService>(controller.get()))
+        : RpcSite(limits), later(std::make_unique<LaterService>(controller.get(), &calls)),
+          other(std::make_unique<LaterService>(controller.get(), &calls))
     {
         controller->registerService(QStringLiteral("later"), later.get());
         controller->registerService(QStringLiteral("other"), other.get());
     }
+    QStringList calls;
     std::unique_ptr<LaterService> later;
     std::unique_ptr<LaterService> other;
+};
+
+using EndDeed = std::function<void(LaterSite &, const QString &)>;
+Q_DECLARE_METATYPE(EndDeed)
+
+/// Notes the answers to calls of ours.
+class AnswerList : public QObject
+{
+    Q_OBJECT
+public:
+    QList<QByteArray> answers;
+
+public Q_SLOTS:
+    void onAnswer(QString, QAny response) { answers.append(response.toJsonUtf8()); }
 };
 
 /// Answers that come later than the slot that was called returns.
@@ -106,6 +143,13 @@ private Q_SLOTS:
     void order_data();
     void order();
     void direct();
+    void thousand();
+    void resting();
+    void lastWords_data();
+    void lastWords();
+    void texts();
+    void ends_data();
+    void ends();
 };
 
 void TestRpcAnswers::order_data()
@@ -125,7 +169,8 @@ void TestRpcAnswers::order_data()
     row("dropped", "wait a,now b,-a", "a", "10120 Remote invoke error,b");
     row("no service, and no right", "together a,nobody.now b,secret.now c,+a", "a",
         "a later,10100 No such service,10200 Not authorized");
-    row("not the slot that was called", "indirect a,now b", "b", "a,b");
+    row("direct call in a loop of the slot", "loop a,+a", "direct direct a", "a later");
+    row("not the slot that was called", "indirect a,now b", "a b", "a,b");
 }
 
 void TestRpcAnswers::order()
@@ -138,21 +183,21 @@ void TestRpcAnswers::order()
     site.controller->addServiceRequirement("secret", "key");
     const auto peer = site.peer();
     const auto stranger = site.peer();
-    bool allCame = false;
+    for (const QString &step : script.split(',')) {
+        if (step.size() > 2)
+            peer->write(call(step));
+    }
+    QTRY_COMPARE(site.calls.join(' '), dispatched);
+    // A ping is answered at once, and so is everyone else.
+    peer->write(kPing);
+    QCOMPARE(stranger->ask(callText("test.echo", "1")), resultText("1"));
+    QTRY_VERIFY(peer->messages.contains(canonical(kPong)));
+    peer->messages.removeOne(canonical(kPong));
+    QCOMPARE(site.calls.join(' '), dispatched);
     for (const QString &step : script.split(',')) {
         const QString key = step.right(1);
-        if (step.size() > 2) {
-            peer->write(call(step));
+        if (step.size() > 2)
             continue;
-        }
-        if (!allCame) {
-            // A ping is answered at once, and so is everyone else.
-            QCOMPARE(peer->ask(kPing), canonical(kPong));
-            QCOMPARE(stranger->ask(call("later.now x")), result("x", "\"x\""));
-            allCame = true;
-            site.later->calls.removeOne("x");
-            QCOMPARE(site.later->calls.join(' '), dispatched);
-        }
         QTRY_VERIFY(site.later->kept.count(key) == 1);
         if (step.startsWith('+'))
             site.later->give(key);
@@ -191,6 +236,213 @@ void TestRpcAnswers::direct()
     QCOMPARE(peer->ask(callText("test.run", "1")), resultText("false"));
     QCOMPARE(returned, QAny("c"));
     QVERIFY(site.later->kept.empty());
+}
+
+void TestRpcAnswers::thousand()
+{
+    constexpr int kCalls = 1000;
+    LaterSite site;
+    const auto peer = site.peer();
+    QByteArray burst;
+    for (int i = 0; i < kCalls; ++i)
+        burst += call(QStringLiteral("together %1").arg(i));
+    peer->write(burst);
+    QTRY_COMPARE(site.calls.size(), kCalls);
+    for (int i = kCalls - 1; i >= 0; --i) {
+        QVERIFY(peer->messages.isEmpty());
+        site.later->give(QString::number(i));
+    }
+    for (int i = 0; i < kCalls; ++i)
+        QCOMPARE(peer->next(), result(QByteArray::number(i), '"' + QByteArray::number(i) + " later\""));
+    // What waits is dispatched one by one, each as soon as the one before is answered.
+    peer->write(burst.replace("together", "wait"));
+    for (int i = 0; i < kCalls; ++i) {
+        const QString key = QString::number(i);
+        QVERIFY(waitFor([&] { return site.later->kept.count(key) == 1; }));
+        QCOMPARE(site.later->kept.size(), 1U);
+        site.later->give(key);
+    }
+    QTRY_COMPARE(peer->messages.size(), kCalls);
+}
+
+/// Beyond the bound of what waits nothing more is read, and no time runs.
+void TestRpcAnswers::resting()
+{
+    constexpr int kCalls = 1500;
+    const QByteArray filler(10000, 'x');
+    RpcLimits limits;
+    limits.maxWaitingBytes = 500'000;
+    limits.activityTimeoutMs = 900;
+    LaterSite site(limits);
+    const auto peer = site.peer();
+    QByteArray ours;
+    peer->onCall = [&](const QAny &message) { ours = message.lookup("id").toJsonUtf8(); };
+    AnswerList heard;
+    for (const int timeout : {700, 700})
+        KNet::RpcCall(site.controller.get())
+            .call(peer->connectionId, "far.ask", 1, &heard, SLOT(onAnswer(QString, QAny)), timeout);
+    QTRY_VERIFY(!ours.isEmpty());
+    QByteArray burst = call("wait a");
+    for (int i = 0; i < kCalls; ++i)
+        burst += callText("other.count", '"' + filler + '"', QByteArray::number(i));
+    peer->socket->write(burst + resultText("5", ours) + kPing);
+    QTest::qWait(500);
+    const qint64 left = peer->socket->bytesToWrite();
+    QTest::qWait(700);
+    QVERIFY(left > 0 && peer->socket->bytesToWrite() == left);
+    QVERIFY(site.other->counted == 0 && heard.answers.isEmpty() && site.gone.isEmpty());
+    site.later->give("a");
+    QTRY_COMPARE_WITH_TIMEOUT(site.other->counted, kCalls, 20000);
+    // One call of ours was answered in time then, the other one has its rest of the time.
+    QTRY_COMPARE(heard.answers, (QList<QByteArray>{"5", R"({"error":{"code":10400,"message":"Timeout"}})"}));
+    QCOMPARE(peer->next(), answerOf("a", "a later"));
+    for (int i = 0; i < kCalls; ++i)
+        QCOMPARE(peer->next(), result(QByteArray::number(i), QByteArray::number(i + 1)));
+    QCOMPARE(peer->next(), canonical(kPong));
+}
+
+void TestRpcAnswers::lastWords_data()
+{
+    // end: what the peer, or the server, does behind its calls
+    // before: what has been called when no answer is given
+    // after: when the one of "a" has been given, or never will be
+    const auto row = columns<QString, QString, QString, QString, bool>({"calls", "end", "before", "after", "given"});
+    row("gone", "wait a,now b,now c", "close", "a b c", "a b c", false);
+    row("vanished", "wait a,now b", "vanish", "a b", "a b", false);
+    row("another answer taken", "wait a,wait b,now c", "close", "a b c", "a b c", false);
+    row("stored before", "together a,now b,other.now c,now d", "close", "a b", "a b c d", true);
+    row("never stored", "together a,now b,other.now c,now d", "close", "a b", "a b c d", false);
+    row("nonsense", "wait a,now b", "nonsense", "a", "a b", true);
+    row("nonsense, then gone", "wait a,now b", "nonsense close", "a b", "a b", false);
+    row("nonsense alone", "wait a", "nonsense", "a", "a", true);
+    row("closed by the server", "wait a,now b", "server", "a", "a", false);
+}
+
+void TestRpcAnswers::lastWords()
+{
+    QFETCH(QString, calls);
+    QFETCH(QString, end);
+    QFETCH(QString, before);
+    QFETCH(QString, after);
+    QFETCH(bool, given);
+    RpcLimits limits;
+    limits.closeGraceMs = given ? 5000 : 300;
+    LaterSite site(limits);
+    const QStringList &called = site.calls;
+    QString atTheEnd;
+    connect(site.controller.get(), &RpcController::disconnected, this, [&] { atTheEnd = called.join(' '); });
+    const auto peer = site.peer();
+    QByteArray words;
+    for (const QString &step : calls.split(','))
+        words += call(step);
+    peer->write(words);
+    QTRY_VERIFY(!called.isEmpty());
+    settle();
+    if (end.contains("nonsense"))
+        peer->write("nonsense");
+    if (end.contains("close"))
+        peer->socket->disconnectFromHost();
+    if (end == "vanish")
+        peer->socket->abort();
+    if (end == "server")
+        site.controller->closeConnection(peer->connectionId);
+    QTRY_COMPARE(called.join(' '), before);
+    if (given) {
+        QTest::qWait(50);
+        QCOMPARE(called.join(' '), before);
+        QVERIFY(site.gone.isEmpty());
+        site.later->give("a");
+    }
+    QTRY_COMPARE(site.gone, QStringList(peer->connectionId));
+    QCOMPARE(atTheEnd, after);
+    QCOMPARE(called.join(' '), after);
+    if (end == "nonsense") { // what was asked before is answered
+        QCOMPARE(peer->next(), answerOf("a", "a later"));
+        QVERIFY(peer->waitClosed());
+    }
+    site.later->kept.clear(); // for nobody
+    QVERIFY(site.isServing());
+}
+
+void TestRpcAnswers::texts()
+{
+    const Warnings warnings;
+    LaterSite site;
+    const auto peer = site.peer();
+    const auto asked = [&](std::vector<QByteArray> pieces) {
+        peer->write(call("wait a"));
+        if (waitFor([&] { return !site.later->kept.empty(); }))
+            site.later->taken("a").giveText(std::move(pieces));
+        return peer->next();
+    };
+    QCOMPARE(asked({"[1,", "", "{\"a\":", "2}]"}), result("a", R"([1,{"a":2}])"));
+    QCOMPARE(asked({}), result("a", "null"));
+    // A long text is a reference to it for each piece, so this needs no memory.
+    const QByteArray piece(1024 * 1024, ' ');
+    QVERIFY(Warnings::lines.isEmpty());
+    QCOMPARE(asked(std::vector<QByteArray>(2048, piece)), answerOf("a", "10120 Remote invoke error"));
+    QCOMPARE(Warnings::lines.join('|'), "KNet::RpcController::respond() answer too long for one message");
+}
+
+void TestRpcAnswers::ends_data()
+{
+    // answer: that the peer gets; empty for none, when the connection goes
+    const auto row = columns<QByteArray, EndDeed>({"answer", "deed"});
+    row("service", "10120 Remote invoke error", [](LaterSite &site, const QString &) { site.later.reset(); });
+    row("service, but not its answer", "a later", [](LaterSite &site, const QString &) {
+        RpcAnswer answer = site.later->taken("a");
+        site.later.reset();
+        answer.give("a later");
+        QVERIFY(!answer);
+        answer.give("twice");
+    });
+    row("registration", "a later", [](LaterSite &site, const QString &) {
+        site.controller->unregisterService("later");
+        site.later->give("a");
+    });
+    row("controller", "", [](LaterSite &site, const QString &) {
+        site.controller.reset();
+        site.later->give("a");
+    });
+    row("connection", "", [](LaterSite &site, const QString &id) {
+        site.controller->abortConnection(id);
+        site.later->give("a");
+    });
+    row("connection, given while it ends", "", [](LaterSite &site, const QString &id) {
+        connect(site.controller.get(), &RpcController::disconnected, [&site] { site.later->kept.clear(); });
+        site.controller->abortConnection(id);
+    });
+    row("all, because of the answer", "", [](LaterSite &site, const QString &id) {
+        connect(site.controller.get(), &RpcController::disconnected, [&site] {
+            site.later.reset();
+            site.controller.reset();
+        });
+        site.controller->pingRemoteConnections();
+        KNet::RpcAnswer answer = site.later->taken("a");
+        site.controller->abortConnection(id);
+        answer.give("a later");
+    });
+    row("another answer takes its place", "10120 Remote invoke error",
+        [](LaterSite &site, const QString &) { site.later->kept["a"] = RpcAnswer(); });
+}
+
+void TestRpcAnswers::ends()
+{
+    QFETCH(QByteArray, answer);
+    QFETCH(EndDeed, deed);
+    LaterSite site;
+    const auto peer = site.peer();
+    peer->write(call("wait a") + callText("test.echo", "1"));
+    QTRY_COMPARE(site.later->kept.size(), 1U);
+    settle();
+    deed(site, peer->connectionId);
+    if (answer.isEmpty()) {
+        QVERIFY(peer->waitClosed() && peer->messages.isEmpty() && site.service->calls.isEmpty());
+    } else {
+        QCOMPARE(peer->next(), answerOf("a", answer));
+        QCOMPARE(peer->next(), resultText("1"));
+    }
+    QVERIFY(!site.controller || site.isServing());
 }
 
 QTEST_GUILESS_MAIN(TestRpcAnswers)

@@ -233,6 +233,7 @@ bool RpcConnection::handleNext(const QPointer<RpcConnection> &self)
     RpcInput::Incoming incoming;
     switch (m_broken ? RpcInput::Broken : isResting() ? RpcInput::Exhausted : m_input.next(&incoming)) {
     case RpcInput::Message:
+        m_output.noteHeard();
         return handle(self, [&] { return m_controller->handleMessage(self, incoming.message, incoming.bytes); });
     case RpcInput::Exhausted:
         if (m_peerGone)
@@ -284,9 +285,9 @@ void RpcConnection::closeBehindCalls()
         closeConnection();
 }
 
-bool RpcConnection::isHeldUp()
+bool RpcConnection::isHeldUp() const
 {
-    return isResting() || (m_output.isTaken(takingMs()) && m_output.queuedBytes(RpcOutput::Answer) > 0);
+    return isResting() || m_output.isTaken(takingMs());
 }
 
 bool RpcConnection::answer(const QByteArray &message)

@@ -64,7 +64,7 @@ public:
 
     /// Whether an answer of the peer to a call of ours may be there and not be read, because what it called before
     /// waits, or not be made, because it is still reading what we sent before.
-    bool isHeldUp();
+    bool isHeldUp() const;
 
     /// Answers a call at once, behind the answers that were taken before; false when the socket refuses it.
     bool answer(const QByteArray &message);

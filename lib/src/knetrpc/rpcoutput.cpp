@@ -22,7 +22,7 @@ bool RpcOutput::append(Kind kind, const QByteArray &text)
     m_pieceBytes += text.size();
     if (!pump())
         return false;
-    if (!m_pieces.empty() && !m_isLarge) {
+    if (kind == Answer && !m_pieces.empty() && !m_isLarge) {
         m_isLarge = true;
         m_lastTaken.start();
     }
@@ -102,8 +102,13 @@ bool RpcOutput::noteTaken()
     if (!m_isLarge)
         return false;
     m_lastTaken.start();
-    m_isLarge = queuedBytes() > 0;
     return true;
+}
+
+void RpcOutput::noteHeard()
+{
+    if (m_isLarge)
+        m_isLarge = queuedBytes() > 0;
 }
 
 } // namespace KNet

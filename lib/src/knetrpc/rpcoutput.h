@@ -39,11 +39,14 @@ public:
     /// Whether that is more.
     bool isBeyond(qint64 bytes, Kind kind) { return m_runBytes[kind] > bytes && queuedBytes(kind) > bytes; }
 
-    /// Whether more is under way than the socket takes at once, or was until everything had left, and the peer has
-    /// taken some of it within that time, in ms.
+    /// Whether answers are under way that the socket does not take at once, and the peer has taken some of it within
+    /// that time, in ms. The system may still have the last of it when everything has left, until the peer is heard
+    /// again.
     bool isTaken(int withinMs) const { return m_isLarge && m_lastTaken.elapsed() < withinMs; }
     /// To be called when the system has taken something; whether it was of so much.
     bool noteTaken();
+    /// To be called when a message of the peer has come.
+    void noteHeard();
 
 private:
     struct Run {
