@@ -408,6 +408,15 @@ void TestZukAdmin::progressLine()
                 {{0, -1}, "put a  waiting for the server"}};
     for (const auto &row : rows)
         QCOMPARE(TransferProgress::line("put a", row.state), row.line);
+    const struct {
+        qint64 waitedMs;
+        qint64 received;
+        const char *line;
+    } waits[] = {{900, 0, "recalc  waiting for the server, 0 s"},
+                 {61999, 0, "recalc  waiting for the server, 1 min 1 s"},
+                 {12000, 300500000, "recalc  300.5 MB, 12 s"}};
+    for (const auto &wait : waits)
+        QCOMPARE(TransferProgress::waitingLine("recalc", wait.waitedMs, wait.received), wait.line);
 }
 
 /// What the controller tells of it, which the line shows.

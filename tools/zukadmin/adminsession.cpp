@@ -1,13 +1,14 @@
 #include "tools/zukadmin/adminsession.h"
 
 #include "knetrpc/rpccall.h"
+#include "tools/zukadmin/transferprogress.h"
 
 #include <algorithm>
 #include <limits>
 
 AdminSession::AdminSession(int timeoutMs) : m_timeoutMs(timeoutMs)
 {
-    // We asked for whatever comes, and the server answers nothing else while it calculates.
+    // We asked for whatever comes, and a large answer may take longer than any time-out while nothing else comes.
     KNet::RpcLimits limits;
     limits.maxMessageBytes = std::numeric_limits<qint64>::max();
     limits.maxMessageValues = std::numeric_limits<qint64>::max();
@@ -35,6 +36,12 @@ QString AdminSession::open(const QString &host, quint16 port, int number)
 }
 
 QAny AdminSession::call(const QString &method, const QAny &params)
+{
+    const TransferProgress progress(method.section(QLatin1Char('.'), 1), [this] { return bytesReceived(); });
+    return callSilently(method, params);
+}
+
+QAny AdminSession::callSilently(const QString &method, const QAny &params)
 {
     return KNet::RpcCall(&m_controller).call(m_connectionId, method, params, m_timeoutMs);
 }

@@ -18,8 +18,10 @@ public:
 
     /// Connects and logs in; the reason when that fails, else empty.
     QString open(const QString &host, quint16 port, int number);
-    /// The result, or an error of the RPC layer. The method reads "service.method".
+    /// The result, or an error of the RPC layer. The method reads "service.method". While it waits it shows that.
     QAny call(const QString &method, const QAny &params = QAny());
+    /// The same for a caller that shows itself how far it is.
+    QAny callSilently(const QString &method, const QAny &params);
 
     /// How far a message is that takes long, in bytes: what has not left yet of the last call, and what has come of its
     /// answer.

@@ -37,7 +37,7 @@ QAny load(AdminSession &session, const RemotePath &path, const QString &what, qi
         const TransferProgress progress(what, [&session, size] {
             return TransferProgress::State{fileBytes(session.bytesReceived()), size};
         });
-        answer = session.call(QStringLiteral("admincheck.loadFile"), fileRequest(path));
+        answer = session.callSilently(QStringLiteral("admincheck.loadFile"), fileRequest(path));
     }
     *fault = faultOfAnswer(answer);
     return answer.lookup(QStringLiteral("DATA"));
@@ -72,7 +72,7 @@ CommandResult put(AdminSession &session, const QString &local, const QString &ta
         });
         QAny request = fileRequest(RemotePath::ofTarget(target, QFileInfo(local).fileName()));
         request.insert(QStringLiteral("FILE"), base64);
-        answer = session.call(QStringLiteral("admincheck.addFile"), request);
+        answer = session.callSilently(QStringLiteral("admincheck.addFile"), request);
     }
     fault = faultOfAnswer(answer);
     if (!fault.isEmpty())

@@ -3,6 +3,8 @@
 #include "tools/common/console.h"
 #include "tools/common/texttable.h"
 
+#include <QElapsedTimer>
+
 #include <utility>
 
 namespace {
@@ -14,12 +16,30 @@ QString megabytes(qint64 bytes)
     return QString::number(static_cast<double>(bytes) / 1e6, 'f', 1);
 }
 
+QElapsedTimer startedTimer()
+{
+    QElapsedTimer timer;
+    timer.start();
+    return timer;
+}
+
 } // namespace
 
 TransferProgress::TransferProgress(const QString &what, std::function<State()> state)
-    : m_what(what), m_state(std::move(state))
+    : TransferProgress([what, state = std::move(state)] { return line(what, state()); })
 {
-    connect(&m_timer, &QTimer::timeout, this, [this] { show(line(m_what, m_state())); });
+}
+
+TransferProgress::TransferProgress(const QString &what, std::function<qint64()> received)
+    : TransferProgress([what, received = std::move(received), start = startedTimer()] {
+          return waitingLine(what, start.elapsed(), received());
+      })
+{
+}
+
+TransferProgress::TransferProgress(std::function<QString()> text) : m_text(std::move(text))
+{
+    connect(&m_timer, &QTimer::timeout, this, [this] { show(m_text()); });
     if (Console::isTerminal(stderr))
         m_timer.start(kIntervalMs);
 }
@@ -45,6 +65,18 @@ QString TransferProgress::line(const QString &what, const State &state)
     return QStringLiteral("%1  [%2%3] %4 %  %5 of %6 MB")
         .arg(what, QString(filled, QLatin1Char('#')), QString(kBarWidth - filled, QLatin1Char('-')),
              QString::number(done * 100 / state.total).rightJustified(3), megabytes(done), megabytes(state.total));
+}
+
+QString TransferProgress::waitingLine(const QString &what, qint64 waitedMs, qint64 received)
+{
+    constexpr qint64 kMinute = 60;
+    const qint64 seconds = waitedMs / 1000;
+    QString time = QStringLiteral("%1 s").arg(seconds % kMinute);
+    if (seconds >= kMinute)
+        time = QStringLiteral("%1 min %2").arg(QString::number(seconds / kMinute), time);
+    if (received == 0)
+        return QStringLiteral("%1  waiting for the server, %2").arg(what, time);
+    return QStringLiteral("%1  %2 MB, %3").arg(what, megabytes(received), time);
 }
 
 void TransferProgress::show(const QString &line)

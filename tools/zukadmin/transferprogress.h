@@ -6,8 +6,8 @@
 
 #include <functional>
 
-/// Shows how far a transfer is, in one line of standard error that is gone when the object ends. Only where people see
-/// it. Needs an event loop.
+/// Shows how far a transfer or a wait is, in one line of standard error that is gone when the object ends. Only where
+/// people see it. Needs an event loop.
 class TransferProgress : public QObject
 {
     Q_OBJECT
@@ -21,15 +21,18 @@ public:
     };
 
     TransferProgress(const QString &what, std::function<State()> state);
+    /// Of an answer that has to be made first: how long that takes, then how much has come of it, in bytes.
+    TransferProgress(const QString &what, std::function<qint64()> received);
     ~TransferProgress() override;
 
     static QString line(const QString &what, const State &state);
+    static QString waitingLine(const QString &what, qint64 waitedMs, qint64 received);
 
 private:
+    explicit TransferProgress(std::function<QString()> text);
     void show(const QString &line);
 
-    const QString m_what;
-    const std::function<State()> m_state;
+    const std::function<QString()> m_text;
     QTimer m_timer;
     int m_shown = 0; // characters on the screen
 };

@@ -32,7 +32,10 @@ Fleet::Fleet(const TermOptions &options, const TermInput &input, QObject *parent
                                       {}}
 {
     KNet::RpcLimits limits;
-    limits.maxUnreadBytes = std::numeric_limits<qint64>::max(); // answers are as large as the files
+    // Answers are as large as the files, and so are those that we asked for.
+    limits.maxUnreadBytes = std::numeric_limits<qint64>::max();
+    limits.maxMessageBytes = std::numeric_limits<qint64>::max();
+    limits.maxMessageValues = std::numeric_limits<qint64>::max();
     m_controller.setLimits(limits);
     m_controller.registerService(QStringLiteral("logger"), new TerminalLogger(m_context, this));
     const auto terminalOf = [this](const QString &id) { return m_context.byConnection.value(id); };
