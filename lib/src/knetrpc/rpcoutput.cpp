@@ -11,6 +11,9 @@ namespace {
 /// A piece from this size on is handed to the socket without a copy; shorter ones share its blocks.
 constexpr int kSharedWriteBytes = 64 * 1024;
 
+/// Shorter ones are joined while they wait, up to the size above.
+constexpr int kJoinedBytes = 4 * 1024;
+
 } // namespace
 
 bool RpcOutput::append(Kind kind, const QByteArray &text)
@@ -18,8 +21,7 @@ bool RpcOutput::append(Kind kind, const QByteArray &text)
     count(kind, text.size());
     if (m_pieces.empty() && text.size() <= kPieceBytes && m_socket->bytesToWrite() < kPieceBytes)
         return hand(text) == text.size();
-    m_pieces.push_back(text);
-    m_pieceBytes += text.size();
+    add(text);
     if (!pump())
         return false;
     if (kind == Answer && !m_pieces.empty() && !m_isLarge) {
@@ -27,6 +29,23 @@ bool RpcOutput::append(Kind kind, const QByteArray &text)
         m_lastTaken.start();
     }
     return true;
+}
+
+/// As a piece of its own, or behind other small ones.
+void RpcOutput::add(const QByteArray &text)
+{
+    m_pieceBytes += text.size();
+    if (text.size() >= kJoinedBytes) {
+        m_pieces.push_back(text);
+        m_lastIsJoined = false;
+        return;
+    }
+    if (m_pieces.empty() || !m_lastIsJoined || m_pieces.back().size() + text.size() > kSharedWriteBytes) {
+        m_pieces.emplace_back();
+        m_pieces.back().reserve(kSharedWriteBytes);
+        m_lastIsJoined = true;
+    }
+    m_pieces.back() += text;
 }
 
 /// Gives the socket the first piece, from the offset on, or a part of it; what it took, negative when it refuses.

@@ -55,10 +55,12 @@ private:
     };
     void count(Kind kind, int bytes);
     void settle();
+    void add(const QByteArray &text);
     qint64 hand(const QByteArray &piece);
 
     QTcpSocket *m_socket;
-    std::deque<QByteArray> m_pieces;           // not yet with the socket
+    std::deque<QByteArray> m_pieces; // not yet with the socket
+    bool m_lastIsJoined = false;
     int m_offset = 0;                          // of the first one, with the socket
     qint64 m_pieceBytes = 0;                   // in all of them, not yet with the socket
     std::deque<Run> m_runs;                    // of what has not been seen to be taken
