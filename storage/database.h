@@ -1,6 +1,8 @@
 #pragma once
 
 #include "qany.h"
+#include "storage/connection.h"
+#include "storage/logring.h"
 #include "storage/reader.h"
 #include "storage/status.h"
 
@@ -23,11 +25,11 @@ class DataBase : public QObject, public storage::Reader
     Q_OBJECT
 public:
     /// Rows that `logs` holds before the oldest are overwritten.
-    static constexpr qint32 kLogIndexLimit = 10000000;
+    static constexpr qint32 kLogIndexLimit = storage::LogRing::kLimit;
     /// How long a statement waits for another process that holds the file.
-    static constexpr int kBusyTimeoutMs = 5000;
+    static constexpr int kBusyTimeoutMs = storage::Connection::kBusyTimeoutMs;
     /// And for the next kBusyTimeoutMs after it was held that long.
-    static constexpr int kImpatientTimeoutMs = 100;
+    static constexpr int kImpatientTimeoutMs = storage::Connection::kImpatientTimeoutMs;
 
     /// The file beside the executable, or the given one.
     explicit DataBase(const QString &filePath = QString(), QObject *parent = nullptr);

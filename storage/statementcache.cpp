@@ -16,8 +16,7 @@ StatementCache::Lease StatementCache::lease(const QString &sql)
         known.value()->lastUse = ++m_uses;
         return Lease(known.value(), true);
     }
-    auto entry = std::make_shared<Entry>();
-    entry->query = QSqlQuery(m_connection);
+    auto entry = std::make_shared<Entry>(m_connection);
     entry->query.setForwardOnly(true);
     entry->lent = true;
     entry->lastUse = ++m_uses;

@@ -17,6 +17,8 @@ namespace storage {
 class StatementCache
 {
     struct Entry {
+        // A query without a connection would ask for the default one, which is another thread's.
+        explicit Entry(const QSqlDatabase &connection) : query(connection) {}
         QSqlQuery query;
         quint64 lastUse = 0;
         bool lent = false;
@@ -50,6 +52,12 @@ public:
     Lease lease(const QString &sql);
     /// Forgets all statements; those that are lent out live until they come back.
     void clear() { m_entries.clear(); }
+    /// The same, and lets the connection go.
+    void end()
+    {
+        clear();
+        m_connection = QSqlDatabase();
+    }
 
 private:
     Q_DISABLE_COPY(StatementCache)

@@ -450,7 +450,7 @@ void TestDataBase::unusableFile()
         QVERIFY(!database.update("events", QAny({{"ID", 1}, {"USER", "5"}}), "ID"));
         QVERIFY(!database.insertLog(1, 1, 0, 0, 1, "x", QAny()));
         QVERIFY(!database.execPrepared("DELETE FROM events", {}));
-        QCOMPARE(database.forEachRow("SELECT 1 FROM events", {}, [](const QSqlQuery &) {}).outcome(), Status::Lasting);
+        QVERIFY(!database.forEachRow("SELECT 1 FROM events", {}, [](const QSqlQuery &) {}));
         QCOMPARE(database.configValue("LastLogIdx"), QString());
         QCOMPARE(database.lastLogTime(1), 0LL);
         QCOMPARE(database.lastEventTime(1), 0LL);

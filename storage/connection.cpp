@@ -1,0 +1,203 @@
+#include "storage/connection.h"
+
+#include <QDebug>
+#include <QDir>
+#include <QScopedValueRollback>
+#include <QSqlError>
+#include <QSqlRecord>
+#include <QUrl>
+
+namespace storage {
+
+namespace {
+
+const auto kConfigValue = QStringLiteral("SELECT VALUE FROM Config WHERE KEY='%1'");
+
+// SQLite's primary result codes.
+constexpr int kBusy = 5;
+
+int primaryCode(const QSqlError &error)
+{
+    constexpr int kPrimaryCode = 0xff;
+    return error.nativeErrorCode().toInt() & kPrimaryCode;
+}
+
+/// What a failure means for another attempt.
+Status::Outcome meaningOf(const QSqlError &error)
+{
+    switch (primaryCode(error)) {
+    case kBusy:
+    case 6:  // locked
+    case 7:  // out of memory
+    case 8:  // read-only
+    case 10: // input or output
+    case 13: // full
+    case 14: // cannot open
+    case 15: // locking protocol
+        return Status::Passing;
+    default:
+        return Status::Lasting;
+    }
+}
+
+/// The driver creates a missing file unless the name forbids it.
+QString uriOf(const QString &path)
+{
+    const QByteArray encoded = QUrl::toPercentEncoding(QDir::fromNativeSeparators(path), "/:");
+    // An empty authority stands before what begins at a root.
+    const char *root = path.startsWith(QLatin1Char('/')) ? "//" : "///";
+    const bool isAbsolute = QDir::isAbsolutePath(path);
+    return QLatin1String("file:") + QLatin1String(isAbsolute ? root : "") + QString::fromLatin1(encoded) +
+           QLatin1String("?mode=rw");
+}
+
+} // namespace
+
+Connection::Connection(const QString &name, const QString &path)
+    : m_path(path), m_connection(QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), name)), m_statements(m_connection)
+{
+}
+
+Connection::~Connection()
+{
+    close();
+    const QString name = m_connection.connectionName();
+    m_statements.end();
+    m_connection = QSqlDatabase();
+    QSqlDatabase::removeDatabase(name);
+}
+
+bool Connection::open(Access access)
+{
+    QString options = QStringLiteral("QSQLITE_BUSY_TIMEOUT=%1").arg(kBusyTimeoutMs);
+    if (access == Access::ReadWrite)
+        options += QLatin1String(";QSQLITE_OPEN_URI");
+    else if (access == Access::ReadOnly)
+        options += QLatin1String(";QSQLITE_OPEN_READONLY");
+    m_connection.setConnectOptions(options);
+    m_connection.setDatabaseName(access == Access::ReadWrite ? uriOf(m_path) : m_path);
+    m_impatient.invalidate();
+    return m_connection.open();
+}
+
+void Connection::close()
+{
+    m_statements.clear();
+    m_connection.close();
+}
+
+Status Connection::outcomeOf(const char *where, const QSqlError &error)
+{
+    if (!error.isValid())
+        return Status::Done;
+    if (where)
+        qWarning().noquote() << where << error.text();
+    if (primaryCode(error) == kBusy)
+        loseBusyPatience();
+    const Status failure = meaningOf(error);
+    if (m_observer)
+        m_observer->statementFailed(failure);
+    return failure;
+}
+
+void Connection::setBusyTimeout(int ms)
+{
+    QSqlQuery(m_connection).exec(QStringLiteral("PRAGMA busy_timeout=%1").arg(ms));
+}
+
+/// Who has held the file for the whole time-out will hold it longer: statement after statement would wait as long, and
+/// nobody be served.
+void Connection::loseBusyPatience()
+{
+    if (m_impatient.isValid())
+        return;
+    m_impatient.start();
+    setBusyTimeout(kImpatientTimeoutMs);
+}
+
+void Connection::regainBusyPatience()
+{
+    if (!m_impatient.isValid() || !m_impatient.hasExpired(kBusyTimeoutMs))
+        return;
+    m_impatient.invalidate();
+    setBusyTimeout(kBusyTimeoutMs);
+}
+
+Status Connection::runText(const char *where, const QString &sql, const std::function<void(QSqlQuery &)> &use)
+{
+    if (!isOpen())
+        return Status::Passing;
+    regainBusyPatience();
+    QSqlQuery query(m_connection);
+    query.setForwardOnly(true);
+    if (query.exec(sql) && use)
+        use(query);
+    const Status status = outcomeOf(where, query.lastError());
+    const bool isSelect = query.isSelect();
+    query.finish();
+    if (status && !isSelect && m_observer)
+        m_observer->textRan();
+    return status;
+}
+
+Status Connection::runCached(const char *where, const QString &sql, const QVariantList &bindings,
+                             const std::function<void(const QSqlQuery &)> &reader)
+{
+    if (!isOpen())
+        return Status::Passing;
+    regainBusyPatience();
+    StatementCache::Lease lease = m_statements.lease(sql);
+    QSqlQuery &query = lease.query();
+    if (!lease.isPrepared())
+        return outcomeOf(where, query.lastError());
+    for (int i = 0; i < bindings.size(); ++i)
+        query.bindValue(i, bindings.at(i));
+    if (query.exec() && reader) {
+        const QScopedValueRollback<int> reading(m_reading, m_reading + 1);
+        while (query.next())
+            reader(query);
+    }
+    return outcomeOf(where, query.lastError());
+}
+
+std::optional<QVariant> Connection::firstValue(const char *where, const QString &sql, const QVariantList &bindings)
+{
+    std::optional<QVariant> result;
+    runCached(where, sql, bindings, [&result](const QSqlQuery &row) {
+        if (!result)
+            result = row.value(0);
+    });
+    return result;
+}
+
+QAny Connection::select(const char *where, const QString &sql)
+{
+    QAny rows(QAny::List);
+    const auto read = [&rows](QSqlQuery &query) { rows = QAny::fromQuery(query); };
+    return runText(where, sql, read) ? rows : QAny(QAny::List);
+}
+
+QString Connection::configValue(const char *where, const QString &key)
+{
+    QString result;
+    runText(where, kConfigValue.arg(key), [&result](QSqlQuery &query) {
+        if (query.next())
+            result = QLatin1String("") + query.value(0).toString();
+    });
+    return result;
+}
+
+/// Asks SQLite itself: a second BEGIN is refused, and an empty transaction costs nothing and takes no lock.
+bool Connection::isInTransaction()
+{
+    if (!isOpen())
+        return false;
+    StatementCache::Lease probe = m_statements.lease(QStringLiteral("BEGIN"));
+    if (!probe.query().exec())
+        return true;
+    StatementCache::Lease undo = m_statements.lease(QStringLiteral("COMMIT"));
+    undo.query().exec();
+    return false;
+}
+
+} // namespace storage

@@ -1,0 +1,61 @@
+#include "storage/logring.h"
+
+#include "storage/values.h"
+
+namespace storage {
+
+namespace {
+
+const auto kInsert = QStringLiteral("INSERT OR REPLACE INTO logs (idx, line, id, ftimestamp, llevel, lgroup, "
+                                    "fmessage, data) VALUES(?,?,?,?,?,?,?,?)");
+const auto kSave = QStringLiteral("INSERT OR REPLACE INTO Config (KEY, VALUE) VALUES(?,?)");
+const auto kKey = QStringLiteral("LastLogIdx");
+
+} // namespace
+
+void LogRing::read()
+{
+    // A file without the table is what a new site starts with: no warning.
+    const QString saved = m_connection.configValue(nullptr, kKey);
+    if (saved.isNull()) {
+        m_next = 0;
+        return;
+    }
+    const qint64 last = saved.toLongLong();
+    m_next = last >= kLimit - 1 ? 0 : last + 1;
+}
+
+Status LogRing::save()
+{
+    if (const Status allowed = m_transactions.writable(); !allowed)
+        return allowed;
+    // A file without the table would warn with every log row.
+    const char *where = m_isSaved ? "DataBase::saveLastLogIdx()" : nullptr;
+    const Status saved = m_connection.runCached(where, kSave, {kKey, QString::number(m_next)});
+    m_isSaved = bool(saved);
+    return saved;
+}
+
+Status LogRing::write(const LogRow &row)
+{
+    if (const Status allowed = m_transactions.writable(); !allowed)
+        return allowed;
+    const QString dataText = QAny({{QStringLiteral("DATA"), row.data}}).toJson();
+    const Status written = m_connection.runCached("DataBase::insertLog()", kInsert,
+                                                  {m_next, row.line, row.id, row.timestampMs, row.level, row.group,
+                                                   textVariant(row.message), textVariant(dataText)});
+    if (written && ++m_next >= kLimit)
+        m_next = 0;
+    // Also after a failed insert, and its own failure does not undo the row.
+    save();
+    return written;
+}
+
+void LogRing::leaveTransaction(bool stored)
+{
+    if (!stored)
+        m_next = m_nextAtBegin.back();
+    m_nextAtBegin.pop_back();
+}
+
+} // namespace storage

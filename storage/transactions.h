@@ -1,0 +1,58 @@
+#pragma once
+
+#include "storage/connection.h"
+
+#include <functional>
+#include <vector>
+
+class QObject;
+
+namespace storage {
+
+/// The transactions of a connection that writes. They nest: inner ones are savepoints.
+///
+/// A transaction that cannot begin, or that SQLite has ended by itself, is lost: up to its outermost end nothing is to
+/// be written, and its commit fails for the reason for which it was lost. A transaction that a text from outside began
+/// and left open is committed, with a warning line, when control returns to the event loop.
+class Transactions final : private Connection::Observer
+{
+public:
+    /// The owner is told of the event loop's turns; it outlives this, as the connection does.
+    Transactions(Connection &connection, QObject *owner);
+    ~Transactions();
+
+    /// A failure when the transaction is lost; it is open either way.
+    Status begin();
+    /// A failure when nothing was stored; the transaction is over either way. A lasting one without any.
+    Status end(bool store);
+    /// Of the open ones, 0 for none.
+    int depth() const { return m_depth; }
+
+    /// A failure when writes must not be tried: nothing is open, or what is around them cannot be stored any more.
+    Status writable() const;
+    /// Commits what a text from outside left open.
+    void commitForeign();
+
+private:
+    struct Savepoint {
+        QString begin;
+        QString release;
+        QString rollback;
+    };
+
+    void statementFailed(Status failure) override;
+    void textRan() override;
+    Status run(const QString &sql) { return m_connection.runCached("DataBase::transaction()", sql); }
+    void undo();
+    const Savepoint &savepoint(int level);
+
+    Connection &m_connection;
+    QObject *m_owner;
+    int m_depth = 0;
+    std::vector<Savepoint> m_savepoints;
+    /// Why the open transaction can no longer be stored; done while it can.
+    Status m_lost;
+    bool m_foreignOpen = false;
+};
+
+} // namespace storage
