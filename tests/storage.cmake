@@ -1,1 +1,2 @@
 zuk_test(tst_database zuk_storage)
+zuk_test(tst_readconnection zuk_storage)

@@ -1,0 +1,28 @@
+#pragma once
+
+#include "storage/connection.h"
+
+namespace storage {
+
+/// Keeps everybody from writing to a file while it lives, so that several readers which begin meanwhile
+/// (ReadConnection::beginRead()) see one and the same state of it.
+///
+/// Lives on any one thread, that of a reader or another; who made it tells the readers to begin and lets go when they
+/// have. Writers wait meanwhile, so it lives for moments. It waits itself for a writer, as long as a statement does:
+/// it must not be made on a thread that has a transaction open. It writes nothing and creates no file.
+class WriteHold
+{
+public:
+    explicit WriteHold(const QString &path);
+    /// Lets the writers go on.
+    ~WriteHold();
+
+    /// A failure when nothing is held, with a warning line: the file cannot be opened, or a writer did not end.
+    Status status() const { return m_status; }
+
+private:
+    Connection m_connection;
+    Status m_status;
+};
+
+} // namespace storage
