@@ -17,10 +17,8 @@ namespace {
 
 const auto kFileName = QStringLiteral("zuknetserver.db");
 
-const auto kLastLogTime = QStringLiteral("SELECT max(ftimestamp) FROM logs WHERE line=?");
-// Of the numbers: a text that a terminal sent for a time is more than any number, and would hide them all.
-const auto kLastEventTime = QStringLiteral("SELECT timestamp FROM events WHERE tid=? AND typeof(timestamp)='integer' "
-                                           "ORDER BY timestamp DESC LIMIT 1");
+const auto kLastLogTime = QString::fromLatin1(storage::kLastLogTime);
+const auto kLastEventTime = QString::fromLatin1(storage::kLastEventTime);
 
 DataBase *theDatabase = nullptr;
 

@@ -8,6 +8,13 @@
 
 namespace storage {
 
+// The newest time of a line's log rows and of a terminal's events. Ordered by the index: with statistics of a small
+// table, SQLite's planner takes max() for worth a walk through all rows of the line.
+constexpr char kLastLogTime[] = "SELECT ftimestamp FROM logs WHERE line=? ORDER BY ftimestamp DESC LIMIT 1";
+// Of the numbers: a text that a terminal sent for a time is more than any number, and would hide them all.
+constexpr char kLastEventTime[] = "SELECT timestamp FROM events WHERE tid=? AND typeof(timestamp)='integer' "
+                                  "ORDER BY timestamp DESC LIMIT 1";
+
 /// Sets how the file is written, and creates the server's own tables and indexes where they are missing. Failures are
 /// warning lines at most.
 void prepareOwnTables(Connection &connection);
