@@ -15,6 +15,10 @@ const auto kConfigValue = QStringLiteral("SELECT VALUE FROM Config WHERE KEY='%1
 
 // SQLite's primary result codes.
 constexpr int kBusy = 5;
+constexpr int kReadOnly = 8;
+constexpr int kInputOutput = 10;
+constexpr int kCannotOpen = 14;
+constexpr int kNoDatabase = 26;
 
 int primaryCode(const QSqlError &error)
 {
@@ -27,17 +31,27 @@ Status::Outcome meaningOf(const QSqlError &error)
 {
     switch (primaryCode(error)) {
     case kBusy:
-    case 6:  // locked
-    case 7:  // out of memory
-    case 8:  // read-only
-    case 10: // input or output
+    case 6: // locked
+    case 7: // out of memory
+    case kReadOnly:
+    case kInputOutput:
     case 13: // full
-    case 14: // cannot open
+    case kCannotOpen:
     case 15: // locking protocol
+    case kNoDatabase:
         return Status::Passing;
+    case 11: // damaged
+        return Status::Damaged;
     default:
         return Status::Lasting;
     }
+}
+
+/// Failures that stay until the file is opened anew, although what caused them may have passed.
+bool isFaultOfConnection(const QSqlError &error)
+{
+    const int code = primaryCode(error);
+    return code == kReadOnly || code == kInputOutput || code == kCannotOpen || code == kNoDatabase;
 }
 
 /// The driver creates a missing file unless the name forbids it.
@@ -77,6 +91,7 @@ bool Connection::open(Access access)
     m_connection.setConnectOptions(options);
     m_connection.setDatabaseName(access == Access::ReadWrite ? uriOf(m_path) : m_path);
     m_impatient.invalidate();
+    m_isAtFault = false;
     return m_connection.open();
 }
 
@@ -94,6 +109,7 @@ Status Connection::outcomeOf(const char *where, const QSqlError &error)
         qWarning().noquote() << where << error.text();
     if (primaryCode(error) == kBusy)
         loseBusyPatience();
+    m_isAtFault = m_isAtFault || isFaultOfConnection(error);
     const Status failure = meaningOf(error);
     if (m_observer)
         m_observer->statementFailed(failure);
@@ -123,9 +139,14 @@ void Connection::regainBusyPatience()
     setBusyTimeout(kBusyTimeoutMs);
 }
 
+bool Connection::isUsable()
+{
+    return isOpen() || (m_observer && m_observer->openForUse());
+}
+
 Status Connection::runText(const char *where, const QString &sql, const std::function<void(QSqlQuery &)> &use)
 {
-    if (!isOpen())
+    if (!isUsable())
         return Status::Passing;
     regainBusyPatience();
     QSqlQuery query(m_connection);
@@ -143,7 +164,7 @@ Status Connection::runText(const char *where, const QString &sql, const std::fun
 Status Connection::runCached(const char *where, const QString &sql, const QVariantList &bindings,
                              const std::function<void(const QSqlQuery &)> &reader)
 {
-    if (!isOpen())
+    if (!isUsable())
         return Status::Passing;
     regainBusyPatience();
     StatementCache::Lease lease = m_statements.lease(sql);

@@ -41,6 +41,8 @@ public:
     class Observer
     {
     public:
+        /// Something is asked of a connection that is not open. True when it was opened now.
+        virtual bool openForUse() = 0;
         virtual void statementFailed(Status failure) = 0;
         /// A text that is no query ran; it may have begun a transaction or ended one.
         virtual void textRan() = 0;
@@ -61,9 +63,14 @@ public:
     /// Ends all statements, and with them what they had open. Not while one of them runs.
     void close();
     bool isOpen() const { return m_connection.isOpen(); }
+    /// Whether a statement failed for what may be a fault of this connection, which one that is opened anew would not
+    /// have: read-only, input or output, cannot open, no database.
+    bool isAtFault() const { return m_isAtFault; }
     QString path() const { return m_path; }
     /// Whether rows of a query are being handed out.
     bool isReading() const { return m_reading > 0; }
+    /// Waits but shortly for others, for a while.
+    void loseBusyPatience();
     void setObserver(Observer *observer) { m_observer = observer; }
 
     /// Runs a text that is not likely to come again. A failure is one warning line that begins with the place; none
@@ -88,9 +95,9 @@ public:
 private:
     Q_DISABLE_COPY(Connection)
 
+    bool isUsable();
     Status outcomeOf(const char *where, const QSqlError &error);
     void setBusyTimeout(int ms);
-    void loseBusyPatience();
     void regainBusyPatience();
 
     QString m_path;
@@ -98,6 +105,7 @@ private:
     StatementCache m_statements;
     Observer *m_observer = nullptr;
     QElapsedTimer m_impatient; // runs while the busy time-out is short
+    bool m_isAtFault = false;
     int m_reading = 0;
 };
 

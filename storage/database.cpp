@@ -1,5 +1,6 @@
 #include "storage/database.h"
 
+#include "storage/guardedfile.h"
 #include "storage/logring.h"
 #include "storage/schema.h"
 #include "storage/transactions.h"
@@ -9,7 +10,6 @@
 #include <QDir>
 #include <QSqlRecord>
 
-using storage::Access;
 using storage::Connection;
 using storage::Status;
 
@@ -29,17 +29,24 @@ class DataBase::Private
 {
 public:
     Private(DataBase *database, const QString &path)
-        : connection(QString::fromLatin1(QSqlDatabase::defaultConnection), path), transactions(connection, database),
-          ring(connection, transactions), columns(connection)
+        : connection(QString::fromLatin1(QSqlDatabase::defaultConnection), path),
+          file(connection, {[this] { storage::prepareOwnTables(connection); }, [this] { transactions.lose(); },
+                            [this] {
+                                columns.forget();
+                                ring.startAnew();
+                            }}),
+          transactions(connection, file, database), ring(connection, transactions), columns(connection)
     {
     }
     ~Private();
 
-    void open();
     Status end(bool store);
+    Status write(const char *where, const QString &sql, const QVariantList &bindings);
+    void noteWritten();
     qint64 newest(const QString &sql, qint64 key);
 
     Connection connection;
+    storage::GuardedFile file;
     storage::Transactions transactions;
     storage::LogRing ring;
     storage::ColumnSets columns;
@@ -47,22 +54,25 @@ public:
 
 DataBase::Private::~Private()
 {
-    if (!connection.isOpen())
-        return;
     while (transactions.depth() > 0)
         end(false);
     transactions.commitForeign();
-    storage::gatherStatistics(connection);
+    if (file.check())
+        storage::gatherStatistics(connection);
 }
 
-void DataBase::Private::open()
+/// Runs a statement that stores something.
+Status DataBase::Private::write(const char *where, const QString &sql, const QVariantList &bindings)
 {
-    if (connection.open(Access::Create)) {
-        storage::prepareOwnTables(connection);
-    } else {
-        // Deliberate: administrators look for this line, although the file has another name.
-        qWarning("DataBase::Database() can't open kservermain.db");
-    }
+    const Status written = connection.runCached(where, sql, bindings);
+    noteWritten();
+    return written;
+}
+
+void DataBase::Private::noteWritten()
+{
+    if (transactions.depth() == 0)
+        file.noteWritten();
 }
 
 Status DataBase::Private::end(bool store)
@@ -84,7 +94,7 @@ DataBase::DataBase(const QString &filePath, QObject *parent)
       d(std::make_unique<Private>(
           this, filePath.isEmpty() ? QCoreApplication::applicationDirPath() + QDir::separator() + kFileName : filePath))
 {
-    d->open();
+    d->file.open();
     qDebug("Before select Logs");
     readLastLogIdx();
     qDebug("After select Logs");
@@ -100,6 +110,21 @@ bool DataBase::isOpen() const
 QString DataBase::filePath() const
 {
     return d->connection.path();
+}
+
+quint64 DataBase::generation() const
+{
+    return d->file.generation();
+}
+
+bool DataBase::look()
+{
+    return d->transactions.depth() == 0 ? d->file.look(true) : d->file.check();
+}
+
+void DataBase::setRetryInterval(int ms)
+{
+    d->file.setRetryInterval(ms);
 }
 
 QString DataBase::configValue(const QString &key)
@@ -187,8 +212,10 @@ Status DataBase::firstRow(const QString &sql, QAny *row)
 
 bool DataBase::exec(const QString &sql)
 {
-    if (d->transactions.writable())
+    if (d->transactions.writable()) {
         d->connection.runText("DataBase::exec()", sql);
+        d->noteWritten();
+    }
     // Deliberate: callers are told whether there is a database, not whether the statement succeeded.
     return d->connection.isOpen();
 }
@@ -217,9 +244,8 @@ Status DataBase::insert(const QString &table, const QAny &values)
         return Status::Lasting;
     columns.chop(1);
     placeholders.chop(1);
-    return d->connection.runCached("DataBase::insert()",
-                                   QStringLiteral("INSERT INTO %1 (%2) VALUES (%3)").arg(table, columns, placeholders),
-                                   bindings);
+    return d->write("DataBase::insert()",
+                    QStringLiteral("INSERT INTO %1 (%2) VALUES (%3)").arg(table, columns, placeholders), bindings);
 }
 
 bool DataBase::update(const QString &table, const QAny &values, const QString &keyColumn)
@@ -250,7 +276,7 @@ Status DataBase::forEachRow(const QString &sql, const QVariantList &bindings,
 Status DataBase::execPrepared(const QString &sql, const QVariantList &bindings)
 {
     const Status allowed = d->transactions.writable();
-    return allowed ? d->connection.runCached("DataBase::execPrepared()", sql, bindings) : allowed;
+    return allowed ? d->write("DataBase::execPrepared()", sql, bindings) : allowed;
 }
 
 DataBase *db()

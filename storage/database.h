@@ -18,8 +18,12 @@
 /// statement, insert and update of every other part of the server.
 ///
 /// One per process, on the application's default connection; owned by ServicesStarter (or by a tool's main), lives on
-/// the main thread, and is called from that thread only. A file that cannot be opened leaves an object whose
-/// operations fail quietly. Nothing throws.
+/// the main thread, and is called from that thread only. Nothing throws.
+///
+/// A file that cannot be opened, is no database, was deleted, or replaced by another leaves an object whose operations
+/// fail quietly, with a passing status, until there is one at the path that can be opened: that is tried every
+/// storage::GuardedFile::kRetryIntervalMs, by itself where an event loop runs. A missing file is created by the
+/// constructor alone. A transaction that is open then is lost.
 class DataBase : public QObject, public storage::Reader
 {
     Q_OBJECT
@@ -37,6 +41,15 @@ public:
 
     bool isOpen() const override;
     QString filePath() const override;
+    /// How often a file was opened: who reads it with connections of their own opens them anew when this has changed.
+    /// May be called from any thread.
+    quint64 generation() const;
+    /// Looks at once whether the path still names the open file, which is otherwise done before anything is stored, and
+    /// opens the one that is there if not. True when the path's file is open. Inside a transaction, which is lost then,
+    /// nothing is opened.
+    bool look();
+    /// In ms, between attempts to open a file.
+    void setRetryInterval(int ms);
 
     QString configValue(const QString &key) override;
     void readLastLogIdx();

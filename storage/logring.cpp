@@ -2,6 +2,8 @@
 
 #include "storage/values.h"
 
+#include <algorithm>
+
 namespace storage {
 
 namespace {
@@ -23,6 +25,12 @@ void LogRing::read()
     }
     const qint64 last = saved.toLongLong();
     m_next = last >= kLimit - 1 ? 0 : last + 1;
+}
+
+void LogRing::startAnew()
+{
+    read();
+    std::fill(m_nextAtBegin.begin(), m_nextAtBegin.end(), m_next);
 }
 
 Status LogRing::save()

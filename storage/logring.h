@@ -31,6 +31,8 @@ public:
     /// Index that the next row gets.
     qint64 next() const { return m_next; }
     void read();
+    /// The same for another file, also for what a rollback would take back.
+    void startAnew();
     Status save();
     /// Writes a row and the next index. A failure of the row; that of the index does not undo it.
     Status write(const LogRow &row);

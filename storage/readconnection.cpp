@@ -1,6 +1,10 @@
 #include "storage/readconnection.h"
 
+#include <QMutex>
+
+#include <algorithm>
 #include <atomic>
+#include <vector>
 
 namespace storage {
 
@@ -13,17 +17,59 @@ QString nextName()
     return QStringLiteral("reader-%1").arg(++count);
 }
 
+/// The files that are open, once for each connection.
+struct OpenFiles {
+    QMutex mutex;
+    std::vector<FileState> files;
+
+    auto find(const FileState &file)
+    {
+        return std::find_if(files.begin(), files.end(),
+                            [&file](const FileState &other) { return other.isSameFile(file); });
+    }
+};
+
+OpenFiles &openFiles()
+{
+    static OpenFiles theFiles;
+    return theFiles;
+}
+
 } // namespace
 
-ReadConnection::ReadConnection(const QString &path) : m_connection(nextName(), path)
+ReadConnection::ReadConnection(const QString &path) : m_connection(nextName(), path), m_file(FileState::of(path))
 {
-    m_connection.open(Access::ReadOnly);
+    if (!m_file.isFile)
+        return;
+    {
+        const QMutexLocker locker(&openFiles().mutex);
+        openFiles().files.push_back(m_file);
+    }
+    // Another file may just have taken the place.
+    if (m_connection.open(Access::ReadOnly) && !FileState::of(path).isSameFile(m_file))
+        m_connection.close();
 }
 
 ReadConnection::~ReadConnection()
 {
     if (m_isReading)
         endRead();
+    m_connection.close();
+    const QMutexLocker locker(&openFiles().mutex);
+    const auto own = openFiles().find(m_file);
+    if (own != openFiles().files.end())
+        openFiles().files.erase(own);
+}
+
+bool ReadConnection::isAnyOpen(const FileState &file)
+{
+    const QMutexLocker locker(&openFiles().mutex);
+    return openFiles().find(file) != openFiles().files.end();
+}
+
+bool ReadConnection::isCurrent() const
+{
+    return m_connection.isOpen() && FileState::of(m_connection.path()).isSameFile(m_file);
 }
 
 Status ReadConnection::beginRead()
@@ -37,9 +83,10 @@ Status ReadConnection::beginRead()
     const Status taken = m_connection.runCached(where, QStringLiteral("SELECT count(*) FROM sqlite_master"), {},
                                                 [](const QSqlQuery &) {});
     m_isReading = true;
-    if (!taken)
-        endRead();
-    return taken;
+    if (taken && isCurrent())
+        return taken;
+    endRead();
+    return taken ? Status(Status::Passing) : taken;
 }
 
 Status ReadConnection::endRead()

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "storage/connection.h"
+#include "storage/filestate.h"
 #include "storage/reader.h"
 
 namespace storage {
@@ -9,18 +10,25 @@ namespace storage {
 ///
 /// Made, used and destroyed on one thread; any number may read one file. It opens the file read-only and creates none:
 /// where none can be read it is not open, and its answers are empty. It ends before the DataBase does, so that the
-/// DataBase is the one that writes the journal back into the file. Nothing throws.
+/// DataBase is the one that writes the journal back into the file. Once the path names another file, this one is of no
+/// more use: let it go soon, and make another. Nothing throws.
 class ReadConnection final : public Reader
 {
 public:
     explicit ReadConnection(const QString &path);
     ~ReadConnection();
 
+    /// Whether any connection of this process, on any thread, has the file open.
+    static bool isAnyOpen(const FileState &file);
+
     bool isOpen() const override { return m_connection.isOpen(); }
     QString filePath() const override { return m_connection.path(); }
 
+    /// Whether the path still names the open file.
+    bool isCurrent() const;
+
     /// Until endRead() all reads see the file as it is now, whatever is written meanwhile. A failure when they would
-    /// not: nothing is open, or a read has begun already.
+    /// not: nothing is open, the path names another file by now, or a read has begun already.
     Status beginRead();
     /// A failure when no read had begun.
     Status endRead();
@@ -32,6 +40,7 @@ public:
 
 private:
     Connection m_connection;
+    FileState m_file; // that is open
     bool m_isReading = false;
 };
 

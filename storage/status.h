@@ -8,10 +8,13 @@ class Status
 public:
     enum Outcome {
         Done,
-        /// Another attempt is worth while: file locked, disk full, input or output error.
+        /// Another attempt is worth while: file locked, disk full, input or output error, file not there or none of
+        /// ours.
         Passing,
-        /// It is not: no such table, a constraint, not open, nothing to do.
-        Lasting
+        /// It is not: no such table, a constraint, nothing to do.
+        Lasting,
+        /// Passing, but maybe for this operation alone: what it needs of the file is damaged. Others may be done.
+        Damaged
     };
 
     // Not explicit: an outcome is returned where a status is.
@@ -20,7 +23,8 @@ public:
     explicit constexpr operator bool() const { return m_outcome == Done; }
     constexpr Outcome outcome() const { return m_outcome; }
     /// Whether it failed and another attempt is worth while.
-    constexpr bool mayPass() const { return m_outcome == Passing; }
+    constexpr bool mayPass() const { return m_outcome == Passing || m_outcome == Damaged; }
+    constexpr bool isDamaged() const { return m_outcome == Damaged; }
 
 private:
     Outcome m_outcome;

@@ -5,7 +5,8 @@
 
 namespace storage {
 
-Transactions::Transactions(Connection &connection, QObject *owner) : m_connection(connection), m_owner(owner)
+Transactions::Transactions(Connection &connection, GuardedFile &file, QObject *owner)
+    : m_connection(connection), m_file(file), m_owner(owner)
 {
     m_connection.setObserver(this);
 }
@@ -24,7 +25,7 @@ Status Transactions::begin()
     if (m_depth == 0) {
         commitForeign();
         // The write lock is taken here, where waiting for another process is safe.
-        begun = run(QStringLiteral("BEGIN IMMEDIATE"));
+        begun = m_file.look() ? run(QStringLiteral("BEGIN IMMEDIATE")) : Status::Passing;
     } else if (begun) {
         begun = run(savepoint(m_depth).begin);
     }
@@ -42,13 +43,17 @@ Status Transactions::end(bool store)
     }
     // The level ends whatever SQLite answers.
     --m_depth;
+    if (m_lost && store && m_depth == 0 && !m_file.check())
+        m_lost = Status::Passing;
     Status ended = m_lost;
     if (ended && store)
         ended = run(m_depth == 0 ? QStringLiteral("COMMIT") : savepoint(m_depth).release);
     if (!ended || !store)
         undo();
-    if (m_depth == 0)
+    if (m_depth == 0) {
         m_lost = Status::Done;
+        m_file.noteWritten();
+    }
     return ended;
 }
 
@@ -79,9 +84,18 @@ const Transactions::Savepoint &Transactions::savepoint(int level)
     return m_savepoints[count - 1];
 }
 
-Status Transactions::writable() const
+Status Transactions::writable()
 {
+    if (m_depth == 0 && !isFileThere())
+        return Status::Passing;
     return m_connection.isOpen() ? m_lost : Status::Passing;
+}
+
+void Transactions::lose()
+{
+    if (m_depth > 0)
+        m_lost = Status::Passing;
+    m_foreignOpen = false;
 }
 
 void Transactions::statementFailed(Status failure)
@@ -111,6 +125,8 @@ void Transactions::commitForeign()
         return;
     m_foreignOpen = false;
     qWarning("DataBase::exec() a transaction was left open and is committed");
+    if (!m_file.check())
+        return;
     if (!run(QStringLiteral("COMMIT")))
         run(QStringLiteral("ROLLBACK"));
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "storage/connection.h"
+#include "storage/guardedfile.h"
 
 #include <functional>
 #include <vector>
@@ -17,8 +18,8 @@ namespace storage {
 class Transactions final : private Connection::Observer
 {
 public:
-    /// The owner is told of the event loop's turns; it outlives this, as the connection does.
-    Transactions(Connection &connection, QObject *owner);
+    /// The owner is told of the event loop's turns; it outlives this, as the others do.
+    Transactions(Connection &connection, GuardedFile &file, QObject *owner);
     ~Transactions();
 
     /// A failure when the transaction is lost; it is open either way.
@@ -29,7 +30,9 @@ public:
     int depth() const { return m_depth; }
 
     /// A failure when writes must not be tried: nothing is open, or what is around them cannot be stored any more.
-    Status writable() const;
+    Status writable();
+    /// The file went, and with it what is open.
+    void lose();
     /// Commits what a text from outside left open.
     void commitForeign();
 
@@ -40,13 +43,16 @@ private:
         QString rollback;
     };
 
+    bool openForUse() override { return m_file.look(); }
     void statementFailed(Status failure) override;
     void textRan() override;
     Status run(const QString &sql) { return m_connection.runCached("DataBase::transaction()", sql); }
+    bool isFileThere() { return m_foreignOpen ? m_file.check() : m_file.look(); }
     void undo();
     const Savepoint &savepoint(int level);
 
     Connection &m_connection;
+    GuardedFile &m_file;
     QObject *m_owner;
     int m_depth = 0;
     std::vector<Savepoint> m_savepoints;

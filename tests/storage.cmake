@@ -1,2 +1,3 @@
 zuk_test(tst_database zuk_storage)
 zuk_test(tst_readconnection zuk_storage)
+zuk_test(tst_guardedfile zuk_storage)

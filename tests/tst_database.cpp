@@ -1,6 +1,7 @@
+#include "peer.h"
 #include "storage/database.h"
-#include "storage/statementcache.h"
 #include "storage/schema.h"
+#include "storage/statementcache.h"
 
 #include <QSqlError>
 #include <QTemporaryDir>
@@ -9,33 +10,6 @@
 using storage::Status;
 
 namespace {
-
-/// Another process at the same file.
-class Peer
-{
-public:
-    explicit Peer(const QString &path)
-    {
-        QSqlDatabase connection = QSqlDatabase::addDatabase("QSQLITE", "peer");
-        connection.setDatabaseName(path);
-        connection.setConnectOptions("QSQLITE_BUSY_TIMEOUT=0");
-        connection.open();
-    }
-    ~Peer() { QSqlDatabase::removeDatabase("peer"); }
-
-    bool run(const QString &sql) const { return QSqlQuery(QSqlDatabase::database("peer")).exec(sql); }
-    /// All cells of all rows, with a blank between them.
-    QString cells(const QString &sql) const
-    {
-        QSqlQuery query(sql, QSqlDatabase::database("peer"));
-        QStringList result;
-        while (query.next()) {
-            for (int i = 0; query.value(i).isValid(); ++i)
-                result += query.isNull(i) ? QString("NULL") : query.value(i).toString();
-        }
-        return result.join(' ');
-    }
-};
 
 void expectWarning(const char *pattern)
 {
@@ -452,7 +426,7 @@ void TestDataBase::unusableFile()
     text.write(content);
     text.close();
     m_database.reset();
-    for (const bool isOpen : {false, true}) {
+    for (const char *name : {"missing/zuknetserver.db", "text.db"}) {
         static QStringList warnings;
         warnings.clear();
         const auto before = qInstallMessageHandler([](QtMsgType type, const QMessageLogContext &, const QString &line) {
@@ -460,24 +434,22 @@ void TestDataBase::unusableFile()
                 warnings += line;
         });
         const auto restore = qScopeGuard([before] { qInstallMessageHandler(before); });
-        DataBase database(m_folder->filePath(isOpen ? "text.db" : "missing/zuknetserver.db"));
-        QCOMPARE(database.isOpen(), isOpen);
+        DataBase database(m_folder->filePath(name));
+        QVERIFY(!database.isOpen());
+        QCOMPARE(database.generation(), quint64(0));
         QCOMPARE(database.select("SELECT 1 FROM events"), QAny::list());
-        QCOMPARE(database.exec("DELETE FROM events"), isOpen);
-        QVERIFY(!database.insert("events", QAny({{"USER", "5"}})));
+        QVERIFY(!database.exec("DELETE FROM events"));
+        QVERIFY(database.insert("events", QAny({{"USER", "5"}})).mayPass());
         QVERIFY(!database.update("events", QAny({{"ID", 1}, {"USER", "5"}}), "ID"));
-        QVERIFY(!database.insertLog(1, 1, 0, 0, 1, "x", QAny()));
-        QVERIFY(!database.execPrepared("DELETE FROM events", {}));
-        QVERIFY(!database.forEachRow("SELECT 1 FROM events", {}, [](const QSqlQuery &) {}));
+        QVERIFY(database.insertLog(1, 1, 0, 0, 1, "x", QAny()).mayPass());
+        QVERIFY(database.execPrepared("DELETE FROM events", {}).mayPass());
+        QVERIFY(database.forEachRow("SELECT 1 FROM events", {}, [](const QSqlQuery &) {}).mayPass());
         QCOMPARE(database.configValue("LastLogIdx"), QString());
         QCOMPARE(database.lastLogTime(1), 0LL);
         QCOMPARE(database.lastEventTime(1), 0LL);
         Transaction transaction(database);
-        QVERIFY(!transaction.commit());
-        if (!isOpen)
-            QCOMPARE(warnings, QStringList("DataBase::Database() can't open kservermain.db"));
-        else
-            QVERIFY(!warnings.isEmpty() && warnings.filter("file is not a database") == warnings);
+        QVERIFY(transaction.commit().mayPass());
+        QCOMPARE(warnings, QStringList("DataBase::Database() can't open kservermain.db"));
     }
     QVERIFY(text.open(QIODevice::ReadOnly));
     QCOMPARE(text.readAll(), content);
