@@ -67,9 +67,9 @@ public:
     /// Transactions nest: inner ones are savepoints. Prefer the Transaction guard. Each must end before control returns
     /// to the event loop.
     ///
-    /// A transaction that cannot begin, or that SQLite has ended by itself, is lost: every write up to its outermost
-    /// end, and its commit, fails at once for the reason for which it was lost. So what belongs together is never
-    /// stored in part.
+    /// A transaction that cannot begin, that SQLite has ended by itself, or that has met with damage, is lost: every
+    /// write up to its outermost end, and its commit, fails at once for the reason for which it was lost. So what
+    /// belongs together is never stored in part.
     storage::Status transaction();
     /// A failure when nothing was stored; the transaction is over either way.
     storage::Status commit();

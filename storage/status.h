@@ -13,7 +13,8 @@ public:
         Passing,
         /// It is not: no such table, a constraint, nothing to do.
         Lasting,
-        /// Passing, but maybe for this operation alone: what it needs of the file is damaged. Others may be done.
+        /// Passing, but maybe for this operation alone: what it needs of the file is damaged. Others may be done. A
+        /// transaction is lost with it, so that only who is tried in one of its own is known to be refused.
         Damaged
     };
 

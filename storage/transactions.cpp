@@ -100,9 +100,15 @@ void Transactions::lose()
 
 void Transactions::statementFailed(Status failure)
 {
-    if (m_depth == 0 || !m_lost || m_connection.isInTransaction())
+    if (m_depth == 0 || !m_lost)
         return;
-    qWarning("DataBase::transaction() SQLite has rolled the transaction back");
+    // SQLite refuses every further write of a transaction that has met with damage, and its commit.
+    if (failure.isDamaged())
+        qWarning("DataBase::transaction() nothing can be stored in it any more, the file is damaged");
+    else if (!m_connection.isInTransaction())
+        qWarning("DataBase::transaction() SQLite has rolled the transaction back");
+    else
+        return;
     m_lost = failure;
 }
 

@@ -12,9 +12,10 @@ namespace storage {
 
 /// The transactions of a connection that writes. They nest: inner ones are savepoints.
 ///
-/// A transaction that cannot begin, or that SQLite has ended by itself, is lost: up to its outermost end nothing is to
-/// be written, and its commit fails for the reason for which it was lost. A transaction that a text from outside began
-/// and left open is committed, with a warning line, when control returns to the event loop.
+/// A transaction that cannot begin, that SQLite has ended by itself, or that has met with damage, is lost: up to its
+/// outermost end nothing is to be written, and its commit fails for the reason for which it was lost. A transaction
+/// that a text from outside began and left open is committed, with a warning line, when control returns to the event
+/// loop.
 class Transactions final : private Connection::Observer
 {
 public:

@@ -46,6 +46,7 @@ private slots:
     void readsLeaveNothingOpen();
     void unusableFile();
     void readOnlyFile();
+    void damagedPage();
 
 private:
     QString path() const { return m_folder->filePath("zuknetserver.db"); }
@@ -466,6 +467,40 @@ void TestDataBase::readOnlyFile()
     expectWarning("DataBase::transaction\\(\\).*readonly");
     QVERIFY(!log("x"));
     QCOMPARE(cell("SELECT count(*) FROM events"), QAny(1));
+}
+
+/// Part of the file cannot be read, the rest serves on.
+void TestDataBase::damagedPage()
+{
+    QVERIFY(run("CREATE TABLE other (V TEXT)"));
+    const int page = cell("SELECT rootpage FROM sqlite_master WHERE name='other'").toInt();
+    const int pageSize = cell("PRAGMA page_size").toInt();
+    m_database.reset();
+    QFile file(path());
+    QVERIFY(file.open(QIODevice::ReadWrite) && file.seek(qint64(page - 1) * pageSize));
+    QCOMPARE(file.write(QByteArray(pageSize, '\x55')), qint64(pageSize));
+    file.close();
+    reopen();
+    expectWarning("DataBase::insert\\(\\).*malformed");
+    const Status refused = m_database->insert("other", QAny({{"V", "x"}}));
+    QVERIFY(refused.isDamaged() && refused.mayPass());
+    QVERIFY(insertEvent("alone"));
+    // A transaction does not survive it, be it met while something is read.
+    for (const char *sql : {"INSERT INTO other VALUES ('x')", "SELECT * FROM other"}) {
+        Transaction turn(*m_database);
+        QVERIFY(insertEvent("5"));
+        {
+            Transaction inner(*m_database);
+            expectWarning("DataBase::execPrepared\\(\\).*malformed");
+            expectWarning("DataBase::transaction\\(\\) nothing can be stored");
+            QVERIFY(run(sql).isDamaged());
+        }
+        QVERIFY(insertEvent("6").isDamaged());
+        QVERIFY(turn.commit().isDamaged());
+    }
+    QVERIFY(insertEvent("later"));
+    QCOMPARE(cells("SELECT USER FROM events ORDER BY ID"), "alone later");
+    QCOMPARE(m_database->generation(), quint64(1));
 }
 
 QTEST_GUILESS_MAIN(TestDataBase)

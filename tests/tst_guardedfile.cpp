@@ -57,6 +57,7 @@ private slots:
     void opensByItself();
     void missingAtTheStart();
     void faultOfTheConnection();
+    void faultThatStays();
 
 private:
     using Act = std::function<void()>;
@@ -87,6 +88,7 @@ void TestGuardedFile::init()
     QVERIFY(m_database->exec(QString("VACUUM INTO '%1'").arg(path("copy.db"))));
     m_database.reset();
     QVERIFY(Peer(path("copy.db")).run("UPDATE events SET USER='copy'"));
+    QVERIFY(Peer(path("copy.db")).run("UPDATE config SET VALUE='99'"));
     m_database = std::make_unique<DataBase>(path());
     QVERIFY(m_database->exec("UPDATE events SET USER='old'"));
     theWarnings.clear();
@@ -166,7 +168,7 @@ void TestGuardedFile::lostAndFound()
     find();
     QVERIFY(m_database->look());
     QCOMPARE(m_database->generation(), quint64(2));
-    QCOMPARE(m_database->lastLogIndex(), 42LL);
+    QCOMPARE(m_database->lastLogIndex(), stored.startsWith("copy") ? 100LL : 42LL);
     QVERIFY(insert("new"));
     QCOMPARE(users(), stored);
     expectOutage();
@@ -201,7 +203,7 @@ void TestGuardedFile::lostInsideATransaction()
         QVERIFY(m_database->commit().mayPass());
         QCOMPARE(insert("new"), *stored != '\0');
         QCOMPARE(users(), QString(stored));
-        QCOMPARE(m_database->lastLogIndex(), 42LL);
+        QCOMPARE(m_database->lastLogIndex(), *stored ? 100LL : 42LL);
     }
 }
 
@@ -328,7 +330,7 @@ void TestGuardedFile::missingAtTheStart()
     move(path("copy.db"), there);
     QVERIFY(m_database->look());
     QVERIFY(m_database->insertLog(7, 0, 0, 0, 1, "x", QAny()));
-    QCOMPARE(Peer(there).cells("SELECT IDX FROM logs"), QString("42"));
+    QCOMPARE(Peer(there).cells("SELECT IDX FROM logs"), QString("100"));
     QCOMPARE(theWarnings, QStringList({"DataBase::Database() can't open kservermain.db",
                                        "DataBase: the file is open again: " + there}));
 }
@@ -345,6 +347,24 @@ void TestGuardedFile::faultOfTheConnection()
     QVERIFY(m_database->exec("ROLLBACK"));
     QVERIFY(insert("new"));
     QCOMPARE(users(), QString("old new"));
+}
+
+/// Nor can it be opened anew: what is written over the file in place stays unseen until then.
+void TestGuardedFile::faultThatStays()
+{
+    m_database->exec("PRAGMA query_only=ON");
+    QVERIFY(!insert("lost"));
+    write(path(), QByteArray("no database\n").repeated(1000));
+    m_database->setRetryInterval(0);
+    QTest::qSleep(2);
+    theWarnings.clear();
+    for (int i = 0; i < 2; ++i)
+        QCOMPARE(m_database->insert("events", {{"USER", "lost"}}).outcome(), Status::Passing);
+    QVERIFY(!m_database->isOpen());
+    QCOMPARE(theWarnings, QStringList("DataBase: the file can't be opened again: " + path()));
+    move(path("copy.db"), path());
+    QVERIFY(insert("new"));
+    QCOMPARE(users(), QString("copy new"));
 }
 
 QTEST_GUILESS_MAIN(TestGuardedFile)
