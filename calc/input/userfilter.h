@@ -22,6 +22,8 @@ public:
     explicit UserFilter(const QAny &user);
 
     bool contains(qint64 user) const;
+    /// How many employees it names; -1 for everybody.
+    int count() const { return m_isOn ? static_cast<int>(m_users.size()) : -1; }
     /// How many statements it takes to read everything that was asked for.
     int parts() const;
     /// The clause of a part, " and (…)" of "column=?" terms joined by " or "; empty for everybody.

@@ -1,0 +1,116 @@
+#include "server/workers/readpool.h"
+
+#include "server/workers/worker.h"
+
+#include <algorithm>
+#include <map>
+#include <thread>
+
+namespace server::workers {
+
+/// The pool's own thread alone uses it, but for the queue and what the workers are given.
+class ReadPool::Private
+{
+public:
+    struct Submitted {
+        QString owner;
+        Ended ended;
+        JobHandle job;
+    };
+
+    Private(ReadPool &pool, std::unique_ptr<ReaderSource> readers, Generation numberOfFile, const Options &options)
+        : source(std::move(readers)), generation(std::move(numberOfFile)),
+          count(std::max({options.threads > 0 ? options.threads : static_cast<int>(std::thread::hardware_concurrency()),
+                          kMinThreads})),
+          queue(count, options.maxWaitingSmall, options.maxWaitingLarge, [&pool] { emit pool.textsAreReady(); })
+    {
+        for (int number = 0; number < count; ++number)
+            threads.emplace_back([this, number] { Worker(queue, *source, number, count).run(); });
+    }
+
+    const std::unique_ptr<ReaderSource> source;
+    const Generation generation;
+    const int count;
+    WorkQueue queue;
+    std::vector<std::thread> threads;
+    std::map<quint64, Submitted> submitted; ///< by id
+    quint64 lastId = 0;
+};
+
+ReadPool::ReadPool(std::unique_ptr<ReaderSource> source, Generation generation, QObject *parent)
+    : ReadPool(std::move(source), std::move(generation), Options(), parent)
+{
+}
+
+ReadPool::ReadPool(std::unique_ptr<ReaderSource> source, Generation generation, Options options, QObject *parent)
+    : QObject(parent)
+{
+    // No value travels with the signal: it only wakes this thread, which then looks into the queue.
+    connect(this, &ReadPool::textsAreReady, this, &ReadPool::handOut, Qt::QueuedConnection);
+    d = std::make_unique<Private>(*this, std::move(source), std::move(generation), options);
+}
+
+ReadPool::~ReadPool()
+{
+    stop();
+}
+
+bool ReadPool::submit(Size size, const QString &owner, Work work, Ended ended)
+{
+    const auto job = std::make_shared<Job>();
+    job->id = ++d->lastId;
+    job->size = size;
+    job->generation = d->generation ? d->generation() : 0;
+    job->work = std::move(work);
+    if (!d->queue.add(job))
+        return false;
+    d->submitted[job->id] = {owner, std::move(ended), job};
+    return true;
+}
+
+QString ReadPool::ownerOf(const void *object)
+{
+    return QStringLiteral("object %1").arg(reinterpret_cast<quintptr>(object));
+}
+
+void ReadPool::cancel(const QString &owner)
+{
+    for (auto one = d->submitted.begin(); one != d->submitted.end();) {
+        if (one->second.owner == owner) {
+            d->queue.cancel(one->second.job);
+            one = d->submitted.erase(one);
+        } else {
+            ++one;
+        }
+    }
+}
+
+void ReadPool::stop()
+{
+    d->queue.stop();
+    for (const auto &[id, one] : d->submitted)
+        d->queue.cancel(one.job);
+    for (std::thread &thread : d->threads)
+        thread.join();
+    d->threads.clear();
+    d->submitted.clear();
+}
+
+int ReadPool::threads() const
+{
+    return d->count;
+}
+
+void ReadPool::handOut()
+{
+    for (FinishedJob &finished : d->queue.takeFinished()) {
+        const auto one = d->submitted.find(finished.id);
+        if (one == d->submitted.end())
+            continue; // cancelled meanwhile
+        const Ended ended = std::move(one->second.ended);
+        d->submitted.erase(one);
+        ended(std::move(finished.text));
+    }
+}
+
+} // namespace server::workers

@@ -1,0 +1,88 @@
+#include "server/workers/worker.h"
+
+namespace server::workers {
+
+namespace {
+
+/// The crew of a small job.
+class WorkerAlone : public calc::CrewOfOne
+{
+public:
+    WorkerAlone(storage::Reader &reader, const Job &job) : CrewOfOne(reader), m_job(job) {}
+
+    bool isCancelled() const override { return m_job.isCancelled; }
+
+private:
+    const Job &m_job;
+};
+
+} // namespace
+
+void Worker::run()
+{
+    for (;;) {
+        const Assignment assignment = m_queue.next(m_number);
+        switch (assignment.kind) {
+        case Assignment::Stop:
+            return;
+        case Assignment::EndState:
+            m_readers.teams()->endState();
+            break;
+        case Assignment::DoJob:
+            doJob(assignment.job);
+            break;
+        case Assignment::JoinTeam:
+            join(assignment.job);
+            break;
+        case Assignment::DoShare:
+            m_queue.doShare(m_number, assignment.share, m_readers.teamsReader());
+            break;
+        }
+    }
+}
+
+void Worker::doJob(const JobHandle &job)
+{
+    if (job->size == ReadPool::Size::Small)
+        doSmall(job);
+    else
+        doLarge(job);
+}
+
+void Worker::doSmall(const JobHandle &job)
+{
+    Text text;
+    if (!job->isCancelled) {
+        const ReadPool::Work work = std::move(job->work); // ends here, with all that it holds
+        ReadingConnection &reading = m_readers.own(job->generation);
+        reading.beginState();
+        WorkerAlone crew(reading.reader(), *job);
+        text = work(crew);
+        reading.endState();
+    }
+    m_queue.finish(job, std::move(text));
+}
+
+void Worker::doLarge(const JobHandle &job)
+{
+    Text text;
+    if (!job->isCancelled) {
+        const ReadPool::Work work = std::move(job->work);
+        const auto doSmallOnes = [this] {
+            while (const JobHandle small = m_queue.takeSmall())
+                doSmall(small);
+        };
+        PoolCrew crew(m_queue, m_source, m_readers.teams(job->generation), job, m_number, m_workers, doSmallOnes);
+        text = work(crew);
+    }
+    m_queue.finish(job, std::move(text));
+}
+
+void Worker::join(const JobHandle &job)
+{
+    ReadingConnection &reading = m_readers.teams(job->generation);
+    if (m_queue.isToBegin(m_number))
+        m_queue.hasBegun(m_number, reading.beginState());
+}
+
+} // namespace server::workers

@@ -1,0 +1,33 @@
+#pragma once
+
+#include "server/workers/poolcrew.h"
+
+namespace server::workers {
+
+/// What one thread of the pool does, from its beginning to its end.
+class Worker
+{
+public:
+    /// Nothing is owned. Numbered from 0.
+    Worker(WorkQueue &queue, ReaderSource &source, int number, int workers)
+        : m_queue(queue), m_source(source), m_readers(source), m_number(number), m_workers(workers)
+    {
+    }
+
+    /// Returns when the queue has stopped.
+    void run();
+
+private:
+    void doJob(const JobHandle &job);
+    void doSmall(const JobHandle &job);
+    void doLarge(const JobHandle &job);
+    void join(const JobHandle &job);
+
+    WorkQueue &m_queue;
+    ReaderSource &m_source;
+    WorkerReaders m_readers;
+    const int m_number;
+    const int m_workers;
+};
+
+} // namespace server::workers
