@@ -276,7 +276,7 @@ CalcRun CalcRows::run(const QString &from, const QString &to, const QString &set
 {
     CalcInputs given = inputs(from, to, settings);
     CalcErrors errors;
-    completeEvents(given);
+    completeEvents(given, {0, given.employees.size()});
     checkEvents(given, errors);
     CalcParse21::prepackPreraz(given);
     return CalcRun(calculate(std::move(given), std::move(errors), isExplained));

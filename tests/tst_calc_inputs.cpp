@@ -1,3 +1,4 @@
+#include "calc/calc21.h"
 #include "calc/input/calcreader.h"
 #include "calc/input/metaevents.h"
 #include "calcsite.h"
@@ -143,9 +144,10 @@ void TestCalcInputs::thePeriodIsReadToTheSecond()
     site.employee(2);
     site.events(2, '+' + edges);
     const QAny request = CalcSite::request(kMonday, kMonday, row[0]);
-    const input::CalcRead read = input::readInputs(site.database(), request, site.today, false);
-    QCOMPARE(read.inputs.employees.size(), size_t(2));
-    for (const rules::Employee &employee : read.inputs.employees) {
+    Calc21 calculation(site.database(), site.today);
+    const rules::CalcInputs &inputs = calculation.calculate(request).inputs;
+    QCOMPARE(inputs.employees.size(), size_t(2));
+    for (const rules::Employee &employee : inputs.employees) {
         QCOMPARE(employee.events.size(), row[2].toUInt());
         QCOMPARE(employee.events.front().stored, instant(row[1].section(" - ", 0, 0)));
         QCOMPARE(employee.events.back().stored, instant(row[1].section(" - ", 1)));

@@ -55,14 +55,88 @@ QString checkSize(const rules::CalcInputs &inputs)
     return kBadPeriod;
 }
 
-QString readEvents(storage::Reader &database, const CalcRequest &request, const ReadRange &range, CalcRead &read)
+} // namespace
+
+CalcReader::CalcReader(const QAny &request, QDate today, bool withRows)
+    : m_request(CalcRequest::of(request)), m_settings(request), m_today(today), m_withRows(withRows)
 {
-    std::vector<rules::Employee> &employees = read.inputs.employees;
-    if (EventReader(database, request, range, employees).read(read.isExplained) == 0) {
+}
+
+bool CalcReader::readCommon(storage::Reader &database)
+{
+    m_read.inputs.settings = settingsOf(database, m_settings);
+    m_read.inputs.doubleTapSeconds = doubleTapSecondsOf(database, m_settings);
+    const QString fault = readPlan(database);
+    if (!fault.isEmpty())
+        fail(fault);
+    return fault.isEmpty();
+}
+
+/// Everything in its order; the text of the fatal fault, empty when there is none.
+QString CalcReader::readPlan(storage::Reader &database)
+{
+    rules::CalcInputs &inputs = m_read.inputs;
+    if (!isPeriod(m_request))
+        return kBadPeriod;
+    inputs.period = ReadRange::periodOf(m_request.firstDate, m_request.lastDate, inputs.settings);
+    inputs.today = inputs.period.clock.dayOf(m_today);
+    m_range = ReadRange::of(inputs.period, inputs.settings);
+
+    AssignmentRows assignments = readAssignments(database, inputs.period.clock, m_range);
+    inputs.plan = rules::ShiftPlan(std::move(assignments.assignments), inputs.period.clock.dayCount());
+    if (m_withRows)
+        m_read.assignments = assignments.records;
+    if (!readCalendar(database, inputs.period, m_range, &inputs.holidays))
+        return kNoCalendar;
+    readEmployees(database, m_request, &inputs.employees, m_withRows ? &m_read.employees : nullptr);
+    const QString fault = checkSize(inputs);
+    if (!fault.isEmpty())
+        return fault;
+    for (size_t i = 0; i < inputs.employees.size(); ++i) {
+        checkSettings(inputs.employees[i], m_read.errors);
+        m_employeeOf.insert(inputs.employees[i].user, static_cast<int>(i));
+    }
+    const qint64 days = static_cast<qint64>(inputs.employees.size()) * inputs.period.dayCount();
+    m_read.isExplained = m_request.wantsExplanation && days <= kMaxExplainedDays;
+    return {};
+}
+
+std::vector<rules::Share> CalcReader::shares() const
+{
+    return rules::Share::of(m_read.inputs.employees.size(), m_read.inputs.period.dayCount());
+}
+
+int CalcReader::readEvents(storage::Reader &database, rules::Share share)
+{
+    rules::CalcInputs &inputs = m_read.inputs;
+    EventReader reader(database, m_range, inputs.employees, m_employeeOf);
+    const int terms =
+        static_cast<int>(std::min(rules::Share::employeesFor(inputs.period.dayCount()), inputs.employees.size()));
+    const int rows = reader.read(share, terms, m_read.isExplained ? &nameColumn(m_request.firstNameFirst) : nullptr);
+    rules::completeEvents(inputs, share);
+    return rows;
+}
+
+void CalcReader::finish(storage::Reader &database, int rows)
+{
+    const QString fault = faultOfEvents(database, rows);
+    if (!fault.isEmpty()) {
+        fail(fault);
+        return;
+    }
+    m_read.isFatal = false;
+    qDebug() << "void Calc21::readAllEvents(errToDb) OUT";
+    rules::checkEvents(m_read.inputs, m_read.errors);
+    CalcParse21::prepackPreraz(m_read.inputs);
+}
+
+QString CalcReader::faultOfEvents(storage::Reader &database, int rows) const
+{
+    if (rows == 0 && !hasEventsOfOthers(database, m_request.users, m_range)) {
         qDebug() << "SZ=0";
         return kNoEvents;
     }
-    rules::completeEvents(read.inputs);
+    const std::vector<rules::Employee> &employees = m_read.inputs.employees;
     const bool any = std::any_of(employees.begin(), employees.end(),
                                  [](const rules::Employee &employee) { return !employee.events.empty(); });
     if (!any)
@@ -70,51 +144,10 @@ QString readEvents(storage::Reader &database, const CalcRequest &request, const 
     return any ? QString() : kNoEventsOfSelected;
 }
 
-/// Everything in its order; the text of the fatal fault, empty when there is none.
-QString readAll(storage::Reader &database, const CalcRequest &request, QDate today, bool withRows, CalcRead &read)
+void CalcReader::fail(const QString &fault)
 {
-    rules::CalcInputs &inputs = read.inputs;
-    if (!isPeriod(request))
-        return kBadPeriod;
-    inputs.period = ReadRange::periodOf(request.firstDate, request.lastDate, inputs.settings);
-    inputs.today = inputs.period.clock.dayOf(today);
-    const ReadRange range = ReadRange::of(inputs.period, inputs.settings);
-
-    AssignmentRows assignments = readAssignments(database, inputs.period.clock, range);
-    inputs.plan = rules::ShiftPlan(std::move(assignments.assignments), inputs.period.clock.dayCount());
-    if (withRows)
-        read.assignments = assignments.records;
-    if (!readCalendar(database, inputs.period, range, &inputs.holidays))
-        return kNoCalendar;
-    readEmployees(database, request, &inputs.employees, withRows ? &read.employees : nullptr);
-    const QString fault = checkSize(inputs);
-    if (!fault.isEmpty())
-        return fault;
-    for (const rules::Employee &employee : inputs.employees)
-        checkSettings(employee, read.errors);
-    const qint64 days = static_cast<qint64>(inputs.employees.size()) * inputs.period.dayCount();
-    read.isExplained = request.wantsExplanation && days <= kMaxExplainedDays;
-    return readEvents(database, request, range, read);
-}
-
-} // namespace
-
-CalcRead readInputs(storage::Reader &database, const QAny &request, QDate today, bool withRows)
-{
-    CalcRead read;
-    read.inputs.settings = settingsOf(database, request);
-    read.inputs.doubleTapSeconds = doubleTapSecondsOf(database, request);
-    const QString fault = readAll(database, CalcRequest::of(request), today, withRows, read);
-    read.isFatal = !fault.isEmpty();
-    if (read.isFatal) {
-        read.errors.add(rules::CalcErrors::Code::Nap, fault);
-        qDebug() << "Calc21::readAllEvents" << fault;
-        return read;
-    }
-    qDebug() << "void Calc21::readAllEvents(errToDb) OUT";
-    rules::checkEvents(read.inputs, read.errors);
-    CalcParse21::prepackPreraz(read.inputs);
-    return read;
+    m_read.errors.add(rules::CalcErrors::Code::Nap, fault);
+    qDebug() << "Calc21::readAllEvents" << fault;
 }
 
 } // namespace calc::input

@@ -1,8 +1,13 @@
 #pragma once
 
+#include "calc/input/calcrequest.h"
+#include "calc/input/readrange.h"
 #include "calc/rules/calcerrors.h"
 #include "calc/rules/calcinputs.h"
+#include "calc/rules/share.h"
 #include "qany.h"
+
+#include <QHash>
 
 namespace storage {
 class Reader;
@@ -29,8 +34,37 @@ struct CalcRead {
     QAny assignments{QAny::List};
 };
 
-/// Reads what the request asks for. Days after `today` (local) are in the future. With rows the rows as read are kept
-/// too.
-CalcRead readInputs(storage::Reader &database, const QAny &request, QDate today, bool withRows);
+/// Reads what a request asks for: first what all employees have in common, then the events of one share of them after
+/// the other, of different shares by different threads at a time if need be.
+class CalcReader
+{
+public:
+    /// Days after `today` (local) are in the future. With rows the rows as read are kept too.
+    CalcReader(const QAny &request, QDate today, bool withRows);
+
+    /// Everything but the events. False when a fault makes the rest needless.
+    bool readCommon(storage::Reader &database);
+    /// The shares in which the events are to be read.
+    std::vector<rules::Share> shares() const;
+    /// Reads and completes the events of a share's employees; how many rows there were.
+    int readEvents(storage::Reader &database, rules::Share share);
+    /// When the events of all are read, so many rows: what is left to be known of them.
+    void finish(storage::Reader &database, int rows);
+
+    CalcRead &result() { return m_read; }
+
+private:
+    QString readPlan(storage::Reader &database);
+    void fail(const QString &fault);
+    QString faultOfEvents(storage::Reader &database, int rows) const;
+
+    const CalcRequest m_request;
+    const QAny m_settings; ///< the request, for what it sets
+    const QDate m_today;
+    const bool m_withRows;
+    ReadRange m_range;
+    QHash<qint64, int> m_employeeOf; ///< position by user
+    CalcRead m_read;
+};
 
 } // namespace calc::input

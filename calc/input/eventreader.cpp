@@ -1,6 +1,5 @@
 #include "calc/input/eventreader.h"
 
-#include "calc/input/employeereader.h"
 #include "calc/input/storedvalues.h"
 #include "storage/reader.h"
 
@@ -10,14 +9,14 @@ namespace calc::input {
 
 namespace {
 
-const QString kSelectEvents = QStringLiteral(
-    "select allevents.ID as ID,USER,TYPE,allevents.REMARK as REMARK,TIMESTAMP,ACCESS_CODE as AC,PTIME,IDX,TAG,PARAM,"
-    "%1 as NAME,TIMEZ from allevents left join employees on user=employees.id"
-    " where timestamp >=? and timestamp<=?");
+// Name and zone of the employee are known already: no look at the employees for each row.
+const QString kSelectEvents = QStringLiteral("select ID,USER,TYPE,REMARK,TIMESTAMP,ACCESS_CODE,PTIME,IDX,TAG,PARAM"
+                                             " from allevents where timestamp >=? and timestamp<=?");
 const QString kSelectTerminals =
     QStringLiteral("select ID,TERMINAL from allevents where timestamp >=? and timestamp<=?");
 const QString kSelectHandEntered = QStringLiteral(
     "select id,USER,TYPE,REMARK,TIMESTAMP,ACCESS_CODE,IDLOG from metalog where timestamp >=? and timestamp<=?");
+const QString kSelectAny = QStringLiteral("select 1 from %1 where timestamp >=? and timestamp<=?%2 limit 1");
 const QString kSelectAuthors = QStringLiteral("select ID,%1 as NAME from employees");
 const QString kUser = QStringLiteral("USER");
 const QString kHandEntered = QStringLiteral("ME");
@@ -32,22 +31,27 @@ rules::StoredValue cell(const QSqlQuery &query, int column)
 
 } // namespace
 
-EventReader::EventReader(storage::Reader &database, const CalcRequest &request, const ReadRange &range,
-                         std::vector<rules::Employee> &employees)
-    : m_database(database), m_request(request), m_range(range), m_employees(employees)
+EventReader::EventReader(storage::Reader &database, const ReadRange &range, std::vector<rules::Employee> &employees,
+                         const QHash<qint64, int> &employeeOf)
+    : m_database(database), m_range(range), m_employees(employees), m_employeeOf(employeeOf)
 {
-    for (size_t i = 0; i < m_employees.size(); ++i)
-        m_employeeOf.insert(m_employees[i].user, static_cast<int>(i));
-    m_lastEmployee = m_employeeOf.value(m_lastUser, -1);
 }
 
-int EventReader::read(bool withSources)
+int EventReader::read(rules::Share share, int terms, const QString *authorNames)
 {
-    m_withSources = withSources;
-    if (withSources) {
-        readTerminals();
-        readAuthors();
+    std::vector<qint64> users;
+    for (size_t i = share.first; i < share.end; ++i) {
+        const qint64 user = m_employees[i].user;
+        if (m_employeeOf.value(user) == static_cast<int>(i))
+            users.push_back(user);
     }
+    m_users = UserFilter(std::move(users), terms);
+    m_withSources = authorNames != nullptr;
+    if (authorNames) {
+        readTerminals();
+        readAuthors(*authorNames);
+    }
+    m_lastEmployee = m_employeeOf.value(m_lastUser, -1);
     const int rows = readJournal();
     return rows + readHandEntered();
 }
@@ -55,22 +59,18 @@ int EventReader::read(bool withSources)
 int EventReader::forEachRow(const QString &sql, const std::function<void(const QSqlQuery &)> &reader)
 {
     int rows = 0;
-    for (int part = 0; part < m_request.users.parts(); ++part) {
-        const QVariantList bindings = m_request.users.bindings(part, {m_range.firstEvent, m_range.lastEvent});
-        m_database.forEachRow(sql, bindings, [&](const QSqlQuery &query) {
-            ++rows;
-            reader(query);
-        });
-    }
+    const QVariantList bindings = m_users.bindings(0, {m_range.firstEvent, m_range.lastEvent});
+    m_database.forEachRow(sql + m_users.clause(kUser), bindings, [&](const QSqlQuery &query) {
+        ++rows;
+        reader(query);
+    });
     return rows;
 }
 
 int EventReader::readJournal()
 {
     enum { Id, User, Type, Remark, Timestamp, AccessCodeText, PTime, Idx, Tag, Param };
-    const QString sql = kSelectEvents.arg(nameColumn(m_request.firstNameFirst)) + m_request.users.clause(kUser) +
-                        QStringLiteral(" order by user,timestamp");
-    return forEachRow(sql, [this](const QSqlQuery &query) {
+    return forEachRow(kSelectEvents, [this](const QSqlQuery &query) {
         rules::Event event;
         event.id = query.value(Id).toLongLong();
         event.stored = query.value(Timestamp).toLongLong();
@@ -90,7 +90,7 @@ int EventReader::readJournal()
 int EventReader::readHandEntered()
 {
     enum { Id, User, Type, Remark, Timestamp, AccessCodeText, Author };
-    return forEachRow(kSelectHandEntered + m_request.users.clause(kUser), [this](const QSqlQuery &query) {
+    return forEachRow(kSelectHandEntered, [this](const QSqlQuery &query) {
         rules::Event event;
         event.isMeta = true;
         event.id = query.value(Id).toLongLong();
@@ -110,14 +110,14 @@ int EventReader::readHandEntered()
 
 void EventReader::readTerminals()
 {
-    forEachRow(kSelectTerminals + m_request.users.clause(kUser), [this](const QSqlQuery &query) {
+    forEachRow(kSelectTerminals, [this](const QSqlQuery &query) {
         m_terminals.insert(query.value(0).toLongLong(), shared(query.value(1).toString()));
     });
 }
 
-void EventReader::readAuthors()
+void EventReader::readAuthors(const QString &names)
 {
-    m_database.forEachRow(kSelectAuthors.arg(nameColumn(m_request.firstNameFirst)), {}, [this](const QSqlQuery &query) {
+    m_database.forEachRow(kSelectAuthors.arg(names), {}, [this](const QSqlQuery &query) {
         m_authors.insert(query.value(0).toString(), query.value(1).toString());
     });
 }
@@ -145,6 +145,19 @@ void EventReader::add(qint64 user, rules::Event event)
     event.code = rules::AccessCode(event.accessCode);
     event.kind = rules::kindOf(event.type);
     m_employees[static_cast<size_t>(m_lastEmployee)].events.push_back(std::move(event));
+}
+
+bool hasEventsOfOthers(storage::Reader &database, const UserFilter &users, const ReadRange &range)
+{
+    bool any = false;
+    for (const QString &table : {QStringLiteral("allevents"), QStringLiteral("metalog")}) {
+        const QString sql = kSelectAny.arg(table, users.clause(kUser));
+        for (int part = 0; part < users.parts() && !any; ++part) {
+            database.forEachRow(sql, users.bindings(part, {range.firstEvent, range.lastEvent}),
+                                [&any](const QSqlQuery &) { any = true; });
+        }
+    }
+    return any;
 }
 
 } // namespace calc::input

@@ -17,6 +17,17 @@ UserFilter::UserFilter(const QAny &user) : m_isOn(user.isValid() && !user.isNull
         if (ok)
             m_users.push_back(id);
     }
+    sortUsers();
+}
+
+UserFilter::UserFilter(std::vector<qint64> users, int terms)
+    : m_isOn(true), m_minTerms(users.empty() ? 0 : terms), m_users(std::move(users))
+{
+    sortUsers();
+}
+
+void UserFilter::sortUsers()
+{
     std::sort(m_users.begin(), m_users.end());
     m_users.erase(std::unique(m_users.begin(), m_users.end()), m_users.end());
 }
@@ -34,7 +45,7 @@ int UserFilter::parts() const
 
 int UserFilter::termsInStatement() const
 {
-    return std::min(static_cast<int>(m_users.size()), kUsersInStatement);
+    return std::min(std::max(static_cast<int>(m_users.size()), m_minTerms), kUsersInStatement);
 }
 
 QString UserFilter::clause(const QString &column) const

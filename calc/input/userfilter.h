@@ -21,6 +21,9 @@ public:
     /// One id or a list of ids, as numbers or numeric texts; Null or Invalid asks for everybody.
     explicit UserFilter(const QAny &user);
 
+    /// These. Their statement has so many terms, or as many as are needed: of whatever number it is one text.
+    UserFilter(std::vector<qint64> users, int terms);
+
     bool contains(qint64 user) const;
     /// How many employees it names; -1 for everybody.
     int count() const { return m_isOn ? static_cast<int>(m_users.size()) : -1; }
@@ -32,9 +35,11 @@ public:
     QVariantList bindings(int part, QVariantList others) const;
 
 private:
+    void sortUsers();
     int termsInStatement() const;
 
     bool m_isOn = false;
+    int m_minTerms = 0;
     std::vector<qint64> m_users; ///< sorted
 };
 

@@ -115,17 +115,26 @@ QAny totalRow(const Employee &employee, const EmployeeResult &result, PackedCell
 
 } // namespace
 
+void addDayRows(const CalcResult &result, size_t employee, PackedCells &cells, QAny &rows)
+{
+    const Employee &person = result.inputs.employees[employee];
+    for (const DayResult &day : result.employees[employee].days)
+        rows.append(dayRow(result.inputs.period.clock, person, day, cells));
+    rows.append(totalRow(person, result.employees[employee], cells));
+}
+
+QAny dayHeader(const QAny &header)
+{
+    return header.isList() ? header : DayColumn::header();
+}
+
 QAny dayTable(const CalcResult &result, const QAny &header, PackedCells &cells)
 {
     QAny table(QAny::List);
     table.reserve(static_cast<int>(result.employees.size()) * (result.inputs.period.dayCount() + 1));
-    for (size_t i = 0; i < result.employees.size(); ++i) {
-        const Employee &employee = result.inputs.employees[i];
-        for (const DayResult &day : result.employees[i].days)
-            table.append(dayRow(result.inputs.period.clock, employee, day, cells));
-        table.append(totalRow(employee, result.employees[i], cells));
-    }
-    return packedTable(header.isList() ? header : DayColumn::header(), table);
+    for (size_t i = 0; i < result.employees.size(); ++i)
+        addDayRows(result, i, cells, table);
+    return packedTable(dayHeader(header), table);
 }
 
 } // namespace calc::output

@@ -122,23 +122,32 @@ private:
 
 } // namespace
 
+void addPairRows(const CalcResult &result, size_t employee, PackedCells &cells, QAny &rows)
+{
+    const rules::EmployeeResult &calculated = result.employees[employee];
+    PairRows maker(result.inputs.period.clock, result.inputs.employees[employee], cells, rows);
+    const Pair *first = calculated.pairing.pairs.data();
+    const Pair *const end = first + calculated.pairing.pairs.size();
+    for (const DayResult &day : calculated.days) {
+        const Pair *last = first;
+        while (last != end && last->day == day.day)
+            ++last;
+        maker.addDay(day, first, last);
+        first = last;
+    }
+}
+
+QAny pairHeader()
+{
+    return PairColumn::header();
+}
+
 QAny pairTable(const CalcResult &result, PackedCells &cells)
 {
     QAny table(QAny::List);
-    for (size_t i = 0; i < result.employees.size(); ++i) {
-        const std::vector<Pair> &pairs = result.employees[i].pairing.pairs;
-        PairRows rows(result.inputs.period.clock, result.inputs.employees[i], cells, table);
-        const Pair *first = pairs.data();
-        const Pair *const end = first + pairs.size();
-        for (const DayResult &day : result.employees[i].days) {
-            const Pair *last = first;
-            while (last != end && last->day == day.day)
-                ++last;
-            rows.addDay(day, first, last);
-            first = last;
-        }
-    }
-    return packedTable(PairColumn::header(), table);
+    for (size_t i = 0; i < result.employees.size(); ++i)
+        addPairRows(result, i, cells, table);
+    return packedTable(pairHeader(), table);
 }
 
 } // namespace calc::output

@@ -11,6 +11,8 @@ QAny recordsOf(const rules::CalcResult &result);
 /// The same, giving up the result employee by employee: of a large company both together would take half as much memory
 /// again.
 QAny recordsOf(rules::CalcResult &&result);
+/// Gives up what an employee has of the result, by position, when it is written.
+void giveUp(rules::CalcResult &result, size_t employee);
 
 /// The fault list: a List of {CODE, NAPAKA, USER, NAME, DATESTAMP}; what does not apply is Null.
 QAny errorRecords(const rules::CalcErrors &errors);

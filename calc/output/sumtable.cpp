@@ -76,19 +76,33 @@ QAny totalRow(const CalcResult &result, PackedCells &cells)
 
 } // namespace
 
+void addSumRow(const CalcResult &result, size_t employee, PackedCells &cells, QAny &rows)
+{
+    QAny row = sumRow(result, result.employees[employee], cells);
+    row.slot(SumColumn::NAME) = result.inputs.employees[employee].name;
+    row.slot(SumColumn::USER) = result.inputs.employees[employee].user;
+    rows.append(std::move(row));
+}
+
+void addSumTotal(const CalcResult &result, PackedCells &cells, QAny &rows)
+{
+    if (result.inputs.settings.isSumSum && !result.employees.empty())
+        rows.append(totalRow(result, cells));
+}
+
+QAny sumHeader()
+{
+    return SumColumn::header();
+}
+
 QAny sumTable(const CalcResult &result, PackedCells &cells)
 {
     QAny table(QAny::List);
     table.reserve(static_cast<int>(result.employees.size()) + 1);
-    for (size_t i = 0; i < result.employees.size(); ++i) {
-        QAny row = sumRow(result, result.employees[i], cells);
-        row.slot(SumColumn::NAME) = result.inputs.employees[i].name;
-        row.slot(SumColumn::USER) = result.inputs.employees[i].user;
-        table.append(std::move(row));
-    }
-    if (result.inputs.settings.isSumSum && !result.employees.empty())
-        table.append(totalRow(result, cells));
-    return packedTable(SumColumn::header(), table);
+    for (size_t i = 0; i < result.employees.size(); ++i)
+        addSumRow(result, i, cells, table);
+    addSumTotal(result, cells, table);
+    return packedTable(sumHeader(), table);
 }
 
 } // namespace calc::output

@@ -20,4 +20,17 @@ QAny dayTable(const rules::CalcResult &result, const QAny &header, PackedCells &
 QAny sumTable(const rules::CalcResult &result, PackedCells &cells);
 QAny errorTable(const rules::CalcErrors &errors);
 
+// The same in parts: the rows of one employee, by position in the result, are appended to a List.
+
+void addPairRows(const rules::CalcResult &result, size_t employee, PackedCells &cells, QAny &rows);
+void addDayRows(const rules::CalcResult &result, size_t employee, PackedCells &cells, QAny &rows);
+void addSumRow(const rules::CalcResult &result, size_t employee, PackedCells &cells, QAny &rows);
+/// What follows the last employee's row where the settings ask for it.
+void addSumTotal(const rules::CalcResult &result, PackedCells &cells, QAny &rows);
+
+QAny pairHeader();
+/// The one that is handed in, if it is a List.
+QAny dayHeader(const QAny &header);
+QAny sumHeader();
+
 } // namespace calc::output

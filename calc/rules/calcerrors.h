@@ -2,6 +2,7 @@
 
 #include <QString>
 
+#include <iterator>
 #include <vector>
 
 namespace calc::rules {
@@ -33,6 +34,13 @@ public:
     void add(Code code, const QString &text, qint64 user, const QString &name, qint64 date)
     {
         m_entries.push_back({code, text, user, name, date});
+    }
+
+    /// The others come behind those that are there.
+    void append(CalcErrors &&others)
+    {
+        m_entries.insert(m_entries.end(), std::make_move_iterator(others.m_entries.begin()),
+                         std::make_move_iterator(others.m_entries.end()));
     }
 
     const std::vector<Entry> &entries() const { return m_entries; }

@@ -1,7 +1,6 @@
 #include "calc/rules/calculation.h"
 
 #include "calc/rules/eventorder.h"
-#include "calc/rules/summaries.h"
 
 #include <QDebug>
 
@@ -35,10 +34,10 @@ void mergeCodes(const CodeNames &from, CodeNames &into)
 
 } // namespace
 
-void completeEvents(CalcInputs &inputs)
+void completeEvents(CalcInputs &inputs, Share share)
 {
-    for (Employee &employee : inputs.employees)
-        orderEvents(employee, inputs);
+    for (size_t i = share.first; i < share.end; ++i)
+        orderEvents(inputs.employees[i], inputs);
 }
 
 void checkEvents(const CalcInputs &inputs, CalcErrors &errors)
@@ -54,26 +53,46 @@ void checkEvents(const CalcInputs &inputs, CalcErrors &errors)
     }
 }
 
+Calculation::Calculation(CalcResult &result, std::vector<Share> shares)
+    : m_result(result), m_shares(std::move(shares)), m_pairing(result.inputs), m_parser(result.inputs),
+      m_faults(m_shares.size())
+{
+    m_result.isFatal = false;
+    m_result.employees.resize(m_result.inputs.employees.size());
+    qDebug() << "Calc21::parsePairs() IN";
+}
+
+void Calculation::calculate(size_t share)
+{
+    CalcErrors &faults = m_faults[share];
+    for (size_t i = m_shares[share].first; i < m_shares[share].end; ++i) {
+        const Employee &employee = m_result.inputs.employees[i];
+        Pairing pairs = m_pairing.pairsOf(employee, faults);
+        m_result.employees[i] = m_parser.parse(employee, std::move(pairs), m_result.isExplained, faults);
+    }
+}
+
+void Calculation::combine()
+{
+    qint64 made = 0;
+    for (EmployeeResult &employee : m_result.employees) {
+        numberThrough(employee.pairing, made);
+        mergeCodes(employee.codes, m_result.codes);
+    }
+    for (CalcErrors &faults : m_faults)
+        m_result.errors.append(std::move(faults));
+    qDebug() << "Calc21::parsePairs() OUT";
+}
+
 CalcResult calculate(CalcInputs inputs, CalcErrors errors, bool isExplained)
 {
     CalcResult result;
     result.inputs = std::move(inputs);
     result.errors = std::move(errors);
-    result.isFatal = false;
     result.isExplained = isExplained;
-    result.employees.reserve(result.inputs.employees.size());
-
-    const EventPairing pairing(result.inputs);
-    const CalcParse21 parser(result.inputs);
-    qint64 made = 0;
-    qDebug() << "Calc21::parsePairs() IN";
-    for (const Employee &employee : result.inputs.employees) {
-        Pairing pairs = pairing.pairsOf(employee, result.errors);
-        numberThrough(pairs, made);
-        result.employees.push_back(parser.parse(employee, std::move(pairs), isExplained, result.errors));
-        mergeCodes(result.employees.back().codes, result.codes);
-    }
-    qDebug() << "Calc21::parsePairs() OUT";
+    Calculation calculation(result, {{0, result.inputs.employees.size()}});
+    calculation.calculate(0);
+    calculation.combine();
     return result;
 }
 
