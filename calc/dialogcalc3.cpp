@@ -4,16 +4,14 @@
 #include "calc/output/explanation.h"
 #include "calc/output/records.h"
 #include "calc/output/tables.h"
+#include "calc/recalctrace.h"
 #include "storage/reader.h"
 
-#include <QDebug>
 #include <QElapsedTimer>
 
 using namespace calc;
 
 namespace {
-
-const QString kHeaderKey = QStringLiteral("CALCDAYHDR");
 
 bool isOn(const QAny &request, const char *key)
 {
@@ -26,7 +24,7 @@ DialogCalc3::DialogCalc3(storage::Reader &database, QDate today) : m_database(da
 
 QAny DialogCalc3::recalc(const QAny &request)
 {
-    qDebug() << "DialogCalc3::recalc() START";
+    traceRecalcStart();
     QElapsedTimer timer;
     timer.start();
     Calc21 calculation(m_database, m_today);
@@ -46,34 +44,30 @@ QAny DialogCalc3::recalc(const QAny &request)
     result.insert(QStringLiteral("CALC"), records);
     result.insert(QStringLiteral("PACK"), tables);
     result.insert(QStringLiteral("TIME"), timer.elapsed());
-    qDebug() << "CheckService::recalc() END"; // deliberate: the line names the service that logs are searched by
+    traceRecalcEnd();
     return result;
 }
 
 QAny DialogCalc3::refPairs(const rules::CalcResult &result, output::PackedCells &cells)
 {
-    qDebug() << "DialogCalc3::refPairs START";
-    for (const char *step : {"1", "2.1", "2.2"})
-        qDebug() << step;
+    tracePairTableStart();
     const QAny table = output::pairTable(result, cells);
-    for (const char *step : {"2.3", "3", "4"})
-        qDebug() << step;
+    tracePairTableEnd();
     return table;
 }
 
 QAny DialogCalc3::showSumDays(const rules::CalcResult &result, output::PackedCells &cells)
 {
-    qDebug() << "DialogCalc3::showSumDays() START";
-    const QAny table = output::dayTable(result, QAny::fromJson(m_database.configValue(kHeaderKey)), cells);
-    qDebug() << "DialogCalc3::showSumDays() END";
+    traceDayTableStart();
+    const QAny table = output::dayTable(result, QAny::fromJson(m_database.configValue(output::kDayHeaderKey)), cells);
+    traceDayTableEnd();
     return table;
 }
 
 QAny DialogCalc3::packSum(const rules::CalcResult &result, output::PackedCells &cells)
 {
-    qDebug() << "packSum() START";
-    qDebug() << "packSum() 3.0";
+    traceSumTableStart();
     const QAny table = output::sumTable(result, cells);
-    qDebug() << "packSum() END7";
+    traceSumTableEnd();
     return table;
 }

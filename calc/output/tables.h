@@ -11,6 +11,9 @@ namespace calc::output {
 // or a Hash with the text under UWVS and its COLOR, TXTCOLOR, TOOLTIP or ICON. Equal coloured cells are one shared
 // handle.
 
+/// Key of the `config` row that holds the header of the day table as JSON text.
+const QString kDayHeaderKey = QStringLiteral("CALCDAYHDR");
+
 /// What the cells of a result's tables are made with.
 PackedCells cellsOf(const rules::CalcResult &result);
 

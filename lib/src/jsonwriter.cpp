@@ -1,4 +1,4 @@
-#include "qany.h"
+#include "jsontext.h"
 
 #include <cfloat>
 #include <charconv>
@@ -67,6 +67,15 @@ public:
             return Text();
         m_text.resize(m_used);
         return std::move(m_text);
+    }
+    int used() const { return m_used; }
+    const Unit *begin() const { return m_begin; }
+    Unit *begin() { return m_begin; }
+    void dropLast() { --m_used; }
+    void putBytes(const Unit *units, int count)
+    {
+        memcpy(room(count), units, sizeof(Unit) * static_cast<size_t>(count));
+        m_used += count;
     }
 
 private:
@@ -233,6 +242,7 @@ public:
     }
 
     Text taken() { return m_out.taken(); }
+    Output<Text, Unit> &out() { return m_out; }
 
 private:
     void writeList(const QAny &list)
@@ -344,4 +354,59 @@ QByteArray QAny::toJsonUtf8() const
     Writer<QByteArray, uchar> writer;
     writer.write(*this);
     return writer.taken();
+}
+
+class JsonText::Private : public Writer<QByteArray, uchar>
+{
+};
+
+JsonText::JsonText() : d(std::make_unique<Private>()) {}
+
+JsonText::JsonText(JsonText &&) noexcept = default;
+
+JsonText &JsonText::operator=(JsonText &&) noexcept = default;
+
+JsonText::~JsonText() = default;
+
+void JsonText::reserve(int bytes)
+{
+    d->out().room(bytes - size());
+}
+
+void JsonText::add(const QAny &value)
+{
+    d->write(value);
+}
+
+void JsonText::add(QLatin1String text)
+{
+    d->out().put(text.data(), text.size());
+}
+
+void JsonText::add(const JsonText &other, int from, int end)
+{
+    Q_ASSERT(&other != this);
+    d->out().putBytes(other.d->out().begin() + from, end - from);
+}
+
+void JsonText::extendHash(const QAny &more)
+{
+    d->out().dropLast();
+    const int seam = size();
+    add(more);
+    if (seam < size())
+        d->out().begin()[seam] = ',';
+}
+
+int JsonText::size() const
+{
+    return d->out().used();
+}
+
+QByteArray JsonText::taken()
+{
+    QByteArray text = d->taken();
+    *d = Private();
+    text.squeeze(); // it was given room for more
+    return text;
 }
