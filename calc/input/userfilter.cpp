@@ -52,6 +52,9 @@ QString UserFilter::clause(const QString &column) const
 {
     if (!m_isOn)
         return {};
+    if (m_minTerms > 0)
+        return QStringLiteral(" and %1 in (?").arg(column) + QStringLiteral(",?").repeated(termsInStatement() - 1) +
+               QLatin1Char(')');
     QStringList terms;
     for (int i = 0; i < termsInStatement(); ++i)
         terms.append(column + QStringLiteral("=?"));

@@ -2,26 +2,32 @@
 
 namespace server::workers {
 
-PoolCrew::PoolCrew(WorkQueue &queue, ReaderSource &source, ReadingConnection &reading, JobHandle job, int leader,
+ReadingConnection *WorkerReaders::Opened::begin(quint64 wanted, ReaderSource &source)
+{
+    hasState = connection && generation == wanted && connection->beginState();
+    if (hasState)
+        return connection.get();
+    connection.reset(); // one less is open while the next opens
+    connection = source.open();
+    generation = wanted;
+    hasState = connection->beginState();
+    return connection.get();
+}
+
+PoolCrew::PoolCrew(WorkQueue &queue, ReaderSource &source, WorkerReaders &readers, JobHandle job, int leader,
                    int workers, std::function<void()> betweenShares)
-    : m_queue(queue), m_reading(reading), m_job(std::move(job)), m_leader(leader), m_workers(workers),
+    : m_queue(queue), m_readers(readers), m_job(std::move(job)), m_leader(leader), m_workers(workers),
       m_betweenShares(std::move(betweenShares))
 {
-    gather(source);
+    // Without a moment in which nobody writes the leader reads alone.
+    const auto still = source.holdStill();
+    if (m_readers.beginTeams(m_job->generation) && still)
+        m_queue.gather();
 }
 
 PoolCrew::~PoolCrew()
 {
     endReading();
-}
-
-/// The file is held still only when everybody is ready, so that nobody who writes notices.
-void PoolCrew::gather(ReaderSource &source)
-{
-    const bool areOthersReady = m_queue.gather() > 0;
-    const auto still = areOthersReady ? source.holdStill() : nullptr;
-    const bool hasState = m_reading.beginState();
-    m_queue.beginTogether(!still || !hasState);
 }
 
 void PoolCrew::run(int shares, const Share &work)
@@ -38,7 +44,7 @@ void PoolCrew::runShares(int shares, bool isReading, const WorkQueue::Share &wor
 {
     m_queue.runShares(shares, isReading, work, [&](int share) {
         if (!isCancelled())
-            work(share, m_leader, &m_reading.reader());
+            work(share, m_leader, m_readers.teamsReader());
         m_betweenShares();
         return !isCancelled();
     });
@@ -49,7 +55,7 @@ void PoolCrew::endReading()
     if (!m_isReading)
         return;
     m_isReading = false;
-    m_reading.endState();
+    m_readers.teams()->endState();
     m_queue.endReading();
 }
 

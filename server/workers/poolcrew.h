@@ -11,11 +11,12 @@ class WorkerReaders
 public:
     explicit WorkerReaders(ReaderSource &source) : m_source(source) {}
 
-    /// Opened anew where the file is another one than before.
-    ReadingConnection &own(quint64 generation) { return m_own.of(generation, m_source); }
-    /// The same, for the calculation that all workers share: it may see an older state than the other.
-    ReadingConnection &teams(quint64 generation) { return m_teams.of(generation, m_source); }
-    /// As it was opened last; null before.
+    /// Its reader sees the state that is there now, until its end. Opened anew where the file is another one.
+    ReadingConnection &beginOwn(quint64 generation) { return *m_own.begin(generation, m_source); }
+    /// The same, for the calculation that all workers share, which goes on while the worker reads for another work.
+    /// False when each statement would see a state of its own.
+    bool beginTeams(quint64 generation) { return m_teams.begin(generation, m_source), m_teams.hasState; }
+    /// As it was begun last.
     ReadingConnection *teams() { return m_teams.connection.get(); }
     storage::Reader *teamsReader() { return teams() ? &teams()->reader() : nullptr; }
 
@@ -23,16 +24,9 @@ private:
     struct Opened {
         std::unique_ptr<ReadingConnection> connection;
         quint64 generation = 0;
+        bool hasState = false;
 
-        ReadingConnection &of(quint64 wanted, ReaderSource &source)
-        {
-            if (!connection || generation != wanted) {
-                connection.reset(); // one less is open while the next opens
-                connection = source.open();
-                generation = wanted;
-            }
-            return *connection;
-        }
+        ReadingConnection *begin(quint64 wanted, ReaderSource &source);
     };
 
     ReaderSource &m_source;
@@ -45,24 +39,23 @@ class PoolCrew : public calc::Crew
 {
 public:
     /// Nothing is owned. The leader calls back between two shares.
-    PoolCrew(WorkQueue &queue, ReaderSource &source, ReadingConnection &reading, JobHandle job, int leader, int workers,
+    PoolCrew(WorkQueue &queue, ReaderSource &source, WorkerReaders &readers, JobHandle job, int leader, int workers,
              std::function<void()> betweenShares);
     /// Ends the reading.
     ~PoolCrew() override;
 
     int size() const override { return m_workers; }
-    storage::Reader &reader() override { return m_reading.reader(); }
+    storage::Reader &reader() override { return *m_readers.teamsReader(); }
     void run(int shares, const Share &work) override;
     void read(int shares, const ReadingShare &work) override;
     void endReading() override;
     bool isCancelled() const override { return m_job->isCancelled; }
 
 private:
-    void gather(ReaderSource &source);
     void runShares(int shares, bool isReading, const WorkQueue::Share &work);
 
     WorkQueue &m_queue;
-    ReadingConnection &m_reading; ///< of the leader
+    WorkerReaders &m_readers; ///< of the leader
     const JobHandle m_job;
     const int m_leader;
     const int m_workers;

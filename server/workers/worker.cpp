@@ -54,8 +54,7 @@ void Worker::doSmall(const JobHandle &job)
     Text text;
     if (!job->isCancelled) {
         const ReadPool::Work work = std::move(job->work); // ends here, with all that it holds
-        ReadingConnection &reading = m_readers.own(job->generation);
-        reading.beginState();
+        ReadingConnection &reading = m_readers.beginOwn(job->generation);
         WorkerAlone crew(reading.reader(), *job);
         text = work(crew);
         reading.endState();
@@ -72,7 +71,7 @@ void Worker::doLarge(const JobHandle &job)
             while (const JobHandle small = m_queue.takeSmall())
                 doSmall(small);
         };
-        PoolCrew crew(m_queue, m_source, m_readers.teams(job->generation), job, m_number, m_workers, doSmallOnes);
+        PoolCrew crew(m_queue, m_source, m_readers, job, m_number, m_workers, doSmallOnes);
         text = work(crew);
     }
     m_queue.finish(job, std::move(text));
@@ -80,9 +79,7 @@ void Worker::doLarge(const JobHandle &job)
 
 void Worker::join(const JobHandle &job)
 {
-    ReadingConnection &reading = m_readers.teams(job->generation);
-    if (m_queue.isToBegin(m_number))
-        m_queue.hasBegun(m_number, reading.beginState());
+    m_queue.hasJoined(m_number, m_readers.beginTeams(job->generation));
 }
 
 } // namespace server::workers

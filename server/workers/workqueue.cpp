@@ -7,8 +7,8 @@ namespace server::workers {
 
 namespace {
 
-/// The leader waits so long for workers that are busy: then they take part without reading.
-constexpr std::chrono::milliseconds kGatherPatience(50);
+/// Who writes has to wait so long at most; an idle worker joins in a fraction of it.
+constexpr std::chrono::milliseconds kGatherPatience(20);
 
 JobHandle takeFirst(std::deque<JobHandle> &jobs)
 {
@@ -86,7 +86,7 @@ Assignment WorkQueue::shareOrJob(int worker)
         return {Assignment::DoJob, takeFirst(m_small), 0};
     Member &member = m_members[static_cast<size_t>(worker)];
     if (m_isGathering && member == Member::Absent) {
-        member = Member::Opening;
+        member = Member::Joining;
         return {Assignment::JoinTeam, m_team, 0};
     }
     if (hasShareFor(worker)) {
@@ -123,22 +123,10 @@ void WorkQueue::finish(const JobHandle &job, Text text)
         m_wakeReceiver();
 }
 
-bool WorkQueue::isToBegin(int worker)
-{
-    std::unique_lock<std::mutex> lock(m_mutex);
-    Member &member = m_members[static_cast<size_t>(worker)];
-    if (member != Member::Opening)
-        return false; // too late
-    member = Member::Ready;
-    m_changed.notify_all();
-    m_changed.wait(lock, [&member] { return member != Member::Ready; });
-    return member == Member::Beginning;
-}
-
-void WorkQueue::hasBegun(int worker, bool isGood)
+void WorkQueue::hasJoined(int worker, bool isReading)
 {
     const std::lock_guard<std::mutex> lock(m_mutex);
-    m_members[static_cast<size_t>(worker)] = isGood ? Member::Reading : Member::Absent;
+    m_members[static_cast<size_t>(worker)] = isReading ? Member::Reading : Member::Absent;
     m_changed.notify_all();
 }
 
@@ -150,26 +138,15 @@ void WorkQueue::doShare(int worker, int share, storage::Reader *reader)
         m_changed.notify_all();
 }
 
-int WorkQueue::gather()
+void WorkQueue::gather()
 {
     std::unique_lock<std::mutex> lock(m_mutex);
     m_isGathering = true;
     m_changed.notify_all();
     const int others = static_cast<int>(m_members.size()) - 1;
-    m_changed.wait_for(lock, kGatherPatience, [&] { return m_isStopping || countOf(Member::Ready) == others; });
+    m_changed.wait_for(lock, kGatherPatience, [&] { return m_isStopping || countOf(Member::Reading) == others; });
     m_isGathering = false;
-    return countOf(Member::Ready);
-}
-
-void WorkQueue::beginTogether(bool isAlone)
-{
-    std::unique_lock<std::mutex> lock(m_mutex);
-    for (Member &member : m_members) {
-        if (member == Member::Ready || member == Member::Opening)
-            member = member == Member::Ready && !isAlone ? Member::Beginning : Member::Absent;
-    }
-    m_changed.notify_all();
-    m_changed.wait(lock, [this] { return countOf(Member::Beginning) == 0; });
+    m_changed.wait(lock, [this] { return countOf(Member::Joining) == 0; });
 }
 
 void WorkQueue::runShares(int shares, bool isReading, const Share &work, const std::function<bool(int share)> &doOwn)

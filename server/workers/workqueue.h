@@ -31,7 +31,7 @@ struct Assignment {
         Stop,
         EndState, ///< end the state that the team's reader sees
         DoJob,
-        JoinTeam, ///< of the job, whose reader is to be made ready
+        JoinTeam, ///< of the job: begin the state that its reader is to see, at once
         DoShare
     };
 
@@ -73,27 +73,23 @@ public:
     /// Unless it was cancelled the text goes to the receiver. Ends the team of a large job.
     void finish(const JobHandle &job, Text text);
 
-    // A worker that joins a team. Its reader is ready; true when it is to begin its state now, and then to tell whether
-    // that worked.
-
-    bool isToBegin(int worker);
-    void hasBegun(int worker, bool isGood);
+    /// What became of a worker that was to join a team: whether its reader sees the team's state.
+    void hasJoined(int worker, bool isReading);
     /// Runs a share that it was assigned. The reader is the one that it joined with.
     void doShare(int worker, int share, storage::Reader *reader);
 
     // The leader.
 
-    /// Lets the others join and waits for them, for a while. How many are ready.
-    int gather();
-    /// Has those that are ready begin their states and waits for them; none when the leader is to read alone.
-    void beginTogether(bool isAlone);
+    /// Has the others join, while nobody writes. Those that are busy for longer than a moment do not read with the
+    /// team.
+    void gather();
     /// Has all members do shares and waits for the last one. The leader does its own through the call back, which
     /// returns false when the rest is to be left out.
     void runShares(int shares, bool isReading, const Share &work, const std::function<bool(int share)> &doOwn);
     void endReading();
 
 private:
-    enum class Member { Absent, Opening, Ready, Beginning, Reading };
+    enum class Member { Absent, Joining, Reading };
     /// The shares of one step.
     struct Step {
         const Share *work = nullptr;
