@@ -1,11 +1,11 @@
 #include "qanykeyset.h"
 
 #include <QHashFunctions>
-#include <QMutex>
 #include <QRandomGenerator>
 
 #include <algorithm>
 #include <cstring>
+#include <mutex>
 
 /// The tree of shared key sets: finds the set that grew from a given one by a given key. Finding takes no lock.
 class SharedKeySets
@@ -51,7 +51,7 @@ public:
             return found;
         if (m_count.load(std::memory_order_relaxed) >= most)
             return nullptr;
-        const QMutexLocker lock(&m_mutex);
+        const std::lock_guard<std::mutex> lock(m_mutex);
         if (Data *found = find(parent, hash, equals))
             return found; // added by another thread meanwhile
         if (m_count.load(std::memory_order_relaxed) >= most)
@@ -83,7 +83,7 @@ private:
         return static_cast<size_t>(mixed >> 32) % kSlots;
     }
 
-    QMutex m_mutex;
+    std::mutex m_mutex;
     std::atomic<int> m_count{0};
     const quint64 m_seed = QRandomGenerator::global()->generate64(); // peers shall not be able to foresee collisions
     std::atomic<Data *> m_slots[kSlots] = {};

@@ -2,16 +2,23 @@
 
 namespace server::workers {
 
-ReadingConnection *WorkerReaders::Opened::begin(quint64 wanted, ReaderSource &source)
+storage::Reader &WorkerReaders::Opened::begin(quint64 wanted, ReaderSource &source)
 {
     hasState = connection && generation == wanted && connection->beginState();
+    if (!hasState) {
+        connection.reset(); // one less is open while the next opens
+        connection = source.open();
+        generation = wanted;
+        hasState = connection->beginState();
+    }
+    return connection->reader();
+}
+
+void WorkerReaders::Opened::end()
+{
     if (hasState)
-        return connection.get();
-    connection.reset(); // one less is open while the next opens
-    connection = source.open();
-    generation = wanted;
-    hasState = connection->beginState();
-    return connection.get();
+        connection->endState();
+    hasState = false;
 }
 
 PoolCrew::PoolCrew(WorkQueue &queue, ReaderSource &source, WorkerReaders &readers, JobHandle job, int leader,
@@ -44,7 +51,7 @@ void PoolCrew::runShares(int shares, bool isReading, const WorkQueue::Share &wor
 {
     m_queue.runShares(shares, isReading, work, [&](int share) {
         if (!isCancelled())
-            work(share, m_leader, m_readers.teamsReader());
+            work(share, m_leader, m_readers.teams());
         m_betweenShares();
         return !isCancelled();
     });
@@ -55,7 +62,7 @@ void PoolCrew::endReading()
     if (!m_isReading)
         return;
     m_isReading = false;
-    m_readers.teams()->endState();
+    m_readers.endTeams();
     m_queue.endReading();
 }
 

@@ -11,14 +11,19 @@ class WorkerReaders
 public:
     explicit WorkerReaders(ReaderSource &source) : m_source(source) {}
 
-    /// Its reader sees the state that is there now, until its end. Opened anew where the file is another one.
-    ReadingConnection &beginOwn(quint64 generation) { return *m_own.begin(generation, m_source); }
+    /// Its reader sees the state that is there now, until the end. Opened anew where the file is another one.
+    storage::Reader &beginOwn(quint64 generation) { return m_own.begin(generation, m_source); }
+    void endOwn() { m_own.end(); }
     /// The same, for the calculation that all workers share, which goes on while the worker reads for another work.
-    /// False when each statement would see a state of its own.
-    bool beginTeams(quint64 generation) { return m_teams.begin(generation, m_source), m_teams.hasState; }
-    /// As it was begun last.
-    ReadingConnection *teams() { return m_teams.connection.get(); }
-    storage::Reader *teamsReader() { return teams() ? &teams()->reader() : nullptr; }
+    /// False when each statement sees a state of its own.
+    bool beginTeams(quint64 generation)
+    {
+        m_teams.begin(generation, m_source);
+        return m_teams.hasState;
+    }
+    void endTeams() { m_teams.end(); }
+    /// As it was begun last; null before.
+    storage::Reader *teams() { return m_teams.connection ? &m_teams.connection->reader() : nullptr; }
 
 private:
     struct Opened {
@@ -26,7 +31,8 @@ private:
         quint64 generation = 0;
         bool hasState = false;
 
-        ReadingConnection *begin(quint64 wanted, ReaderSource &source);
+        storage::Reader &begin(quint64 wanted, ReaderSource &source);
+        void end();
     };
 
     ReaderSource &m_source;
@@ -45,7 +51,7 @@ public:
     ~PoolCrew() override;
 
     int size() const override { return m_workers; }
-    storage::Reader &reader() override { return *m_readers.teamsReader(); }
+    storage::Reader &reader() override { return *m_readers.teams(); }
     void run(int shares, const Share &work) override;
     void read(int shares, const ReadingShare &work) override;
     void endReading() override;

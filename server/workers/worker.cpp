@@ -26,7 +26,7 @@ void Worker::run()
         case Assignment::Stop:
             return;
         case Assignment::EndState:
-            m_readers.teams()->endState();
+            m_readers.endTeams();
             break;
         case Assignment::DoJob:
             doJob(assignment.job);
@@ -35,7 +35,7 @@ void Worker::run()
             join(assignment.job);
             break;
         case Assignment::DoShare:
-            m_queue.doShare(m_number, assignment.share, m_readers.teamsReader());
+            m_queue.doShare(m_number, assignment.share, m_readers.teams());
             break;
         }
     }
@@ -54,10 +54,9 @@ void Worker::doSmall(const JobHandle &job)
     Text text;
     if (!job->isCancelled) {
         const ReadPool::Work work = std::move(job->work); // ends here, with all that it holds
-        ReadingConnection &reading = m_readers.beginOwn(job->generation);
-        WorkerAlone crew(reading.reader(), *job);
+        WorkerAlone crew(m_readers.beginOwn(job->generation), *job);
         text = work(crew);
-        reading.endState();
+        m_readers.endOwn();
     }
     m_queue.finish(job, std::move(text));
 }
