@@ -2,21 +2,28 @@
 // of very different size.
 
 #include "alternating.h"
+#include "calc/crew.h"
 #include "calc/dialogcalc3.h"
+#include "calc/recalctext.h"
 #include "qany.h"
 #include "server/web/webmetods.h"
+#include "server/workers/filereaders.h"
+#include "server/workers/readpool.h"
 #include "storage/database.h"
+#include "storage/readconnection.h"
 #include "tools/demodata/democompany.h"
 
 #include <benchmark/benchmark.h>
 
 #include <QCoreApplication>
+#include <QEventLoop>
 #include <QFile>
 #include <QSqlQuery>
 #include <QSqlRecord>
 #include <QTemporaryDir>
 
 #include <cstdio>
+#include <cstring>
 #include <memory>
 
 namespace {
@@ -24,9 +31,11 @@ namespace {
 constexpr double kCalculationLimit = 1.9; ///< times the bare reading of the same rows
 constexpr double kExplanationLimit = 2.0; ///< times the same without
 constexpr double kWebLimit = 1.3;         ///< large company against small one
+constexpr double kThreadsLimit = 0.75;    ///< two threads against one
 constexpr double kMemoryLimitMiB = 135.0;
 constexpr double kMinPunches = 4.0; ///< per workday of an employee
 constexpr size_t kRounds = 7;
+constexpr size_t kYearRounds = 3;
 constexpr size_t kManyRounds = 201; ///< for what takes a millisecond or two
 
 const QDate kMonthStart(2026, 1, 1);
@@ -51,6 +60,7 @@ public:
     }
 
     std::unique_ptr<DataBase> open() const { return std::make_unique<DataBase>(m_file); }
+    const QString &file() const { return m_file; }
 
 private:
     QString m_file;
@@ -226,6 +236,84 @@ bool compareWebMonth(const QTemporaryDir &folder)
     return large / small <= kWebLimit;
 }
 
+using server::workers::ReadPool;
+using server::workers::Text;
+
+/// The text of the year by one thread.
+Text textOfOne(const QString &file, const QAny &request)
+{
+    storage::ReadConnection reader(file);
+    reader.beginRead();
+    calc::CrewOfOne crew(reader);
+    return calc::recalcText(crew, request, kToday);
+}
+
+/// The same by the workers of a pool.
+Text textOfPool(ReadPool &pool, const QAny &request)
+{
+    Text text;
+    QEventLoop loop;
+    const bool taken = pool.submit(
+        ReadPool::Size::Large, QString(),
+        [request = request.deepCopy()](calc::Crew &crew) { return calc::recalcText(crew, request, kToday); },
+        [&](Text pieces) {
+            text = std::move(pieces);
+            loop.quit();
+        });
+    if (!taken)
+        qFatal("not taken");
+    loop.exec();
+    return text;
+}
+
+/// Whether both are one text, however it is cut, but for the time that the last piece tells.
+bool isSameText(Text left, Text right)
+{
+    left.pop_back();
+    right.pop_back();
+    size_t i = 0;
+    size_t k = 0;
+    int atLeft = 0;
+    int atRight = 0;
+    while (i < left.size() && k < right.size()) {
+        const int length = std::min(left[i].size() - atLeft, right[k].size() - atRight);
+        if (memcmp(left[i].constData() + atLeft, right[k].constData() + atRight, static_cast<size_t>(length)) != 0)
+            return false;
+        atLeft += length;
+        atRight += length;
+        if (atLeft == left[i].size())
+            atLeft = (++i, 0);
+        if (atRight == right[k].size())
+            atRight = (++k, 0);
+    }
+    return i == left.size() && k == right.size();
+}
+
+/// A company's year on two threads and on one.
+bool compareThreads(const QTemporaryDir &folder)
+{
+    const Company company(folder, 1000, 12);
+    const auto database = company.open(); // as in the server, it holds the journal open
+    const QAny request = requestSince(kMonthEnd.addDays(1).addMonths(-12));
+    ReadPool::Options options;
+    options.threads = 2;
+    ReadPool pool(std::make_unique<server::workers::FileReaders>(company.file()), {}, options);
+    qint64 bytes = 0;
+    {
+        const Text text = textOfOne(company.file(), request);
+        for (const QByteArray &piece : text)
+            bytes += piece.size();
+        if (!isSameText(text, textOfPool(pool, request)))
+            qFatal("the text of two threads is another one");
+    }
+    const std::vector<double> seconds = alternatingMedians(
+        {[&] { textOfOne(company.file(), request); }, [&] { textOfPool(pool, request); }}, kYearRounds);
+    const double ratio = seconds[1] / seconds[0];
+    std::printf("1,000 employees x 12 months, text of %lld MB: one thread %.2f s, two %.2f s: %.2fx (limit %.2fx)\n",
+                static_cast<long long>(bytes / 1000000), seconds[0], seconds[1], ratio, kThreadsLimit);
+    return ratio <= kThreadsLimit;
+}
+
 void benchCalculation(benchmark::State &state)
 {
     const QTemporaryDir folder;
@@ -251,6 +339,7 @@ int main(int argc, char **argv)
     showGrowth(folder);
     met = compareExplanation(folder) && met;
     met = compareWebMonth(folder) && met;
+    met = compareThreads(folder) && met;
     benchmark::Initialize(&argc, argv);
     benchmark::RunSpecifiedBenchmarks();
     return met ? 0 : 1;

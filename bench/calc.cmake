@@ -1,1 +1,1 @@
-zuk_bench(bench_calc zuk_web zuk_demodata)
+zuk_bench(bench_calc zuk_web zuk_workers zuk_demodata)

@@ -5,6 +5,6 @@ target_include_directories(zuk_calcsite PUBLIC ${CMAKE_CURRENT_SOURCE_DIR})
 target_link_libraries(zuk_calcsite PUBLIC zuk_calc Qt5::Test)
 target_compile_definitions(zuk_calcsite PRIVATE ZUK_SCHEMA_FILE="${CMAKE_SOURCE_DIR}/packaging/attendance-schema.sql")
 
-foreach(name inputs users settings pairing summaries dayrules periods packing explanation dayaccounts)
+foreach(name inputs users settings pairing summaries dayrules periods packing explanation dayaccounts shares)
     zuk_test(tst_calc_${name} zuk_calcsite)
 endforeach()

@@ -1,4 +1,5 @@
 #include "jsonparser.h"
+#include "jsontext.h"
 
 #include <QDebug>
 #include <QRandomGenerator>
@@ -113,6 +114,7 @@ private slots:
     void stringsWrittenAsRequired();
     void doublesWrittenAsRequired();
     void roundTrip();
+    void textsGrowInParts();
 };
 
 void tst_Json::grammar()
@@ -477,6 +479,31 @@ void tst_Json::roundTrip()
     for (const int piece : {1, 3, 64, 1000})
         QVERIFY(identical(readInPieces(text, piece, piece).value, value));
     QVERIFY(identical(QAny::fromJson(QString::fromUtf8(text)), value));
+}
+
+void tst_Json::textsGrowInParts()
+{
+    JsonText rows;
+    QAny list(QAny::List);
+    for (int i = 0; i < 1000; ++i) { // beyond what is kept free at first
+        const QAny row{{"N", i}, {"T", QString("č\"") + QString(i, 'x')}};
+        list.append(row);
+        rows.add(QLatin1String(i == 0 ? "[" : ","));
+        rows.add(row);
+    }
+    rows.add(QLatin1String("]"));
+    QCOMPARE(rows.size(), list.toJsonUtf8().size());
+    JsonText twice;
+    twice.add(rows, 0, rows.size());
+    twice.add(rows, 1, 13);
+    QCOMPARE(rows.taken(), list.toJsonUtf8());
+    QCOMPARE(twice.taken(), list.toJsonUtf8() + list.toJsonUtf8().mid(1, 12));
+    QCOMPARE(rows.size(), 0);
+    rows.reserve(10000);
+    rows.add(QAny{{"A", 1}, {"B", QAny::list()}});
+    rows.extendHash({{"C", QAny{{"D", QAny()}}}, {"E", true}});
+    QCOMPARE(rows.taken(), QByteArray(R"({"A":1,"B":[],"C":{"D":null},"E":true})"));
+    QCOMPARE(rows.taken(), QByteArray());
 }
 
 QTEST_GUILESS_MAIN(tst_Json)
