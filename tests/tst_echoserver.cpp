@@ -6,6 +6,7 @@
 #include <QLoggingCategory>
 #include <QMetaMethod>
 #include <QRegularExpression>
+#include <QTcpSocket>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -32,6 +33,8 @@ private Q_SLOTS:
     void serverDeletedInSignal_data();
     void serverDeletedInSignal();
     void destructionClosesClients();
+    void smallMessagesGoOutAtOnce();
+    void silentConnectionIsDropped();
 
 private:
     QTemporaryDir m_folder;
@@ -277,6 +280,37 @@ void TestEchoServer::destructionClosesClients()
     server.reset();
     QVERIFY(ended.wait());
     QCOMPARE(client.socket.closeCode(), QWebSocketProtocol::CloseCodeGoingAway);
+}
+
+void TestEchoServer::smallMessagesGoOutAtOnce()
+{
+    EchoServer server(0);
+    QSignalSpy events(&server, &EchoServer::newEvent);
+    QTcpSocket client;
+    client.connectToHost(QHostAddress::LocalHost, server.serverPort());
+    const auto *acceptor = server.findChild<server::web::ClientAcceptor *>();
+    QTRY_VERIFY(acceptor->findChild<QTcpSocket *>());
+    auto *accepted = acceptor->findChild<QTcpSocket *>();
+    client.write("GET / HTTP/1.1\r\nHost: x\r\nUpgrade: websocket\r\nConnection: Upgrade\r\n"
+                 "Sec-WebSocket-Version: 13\r\nSec-WebSocket-Key: dGhlIHNhbXBsZSBub25jZQ==\r\n\r\n");
+    QTRY_COMPARE(events.count(), 1);
+    QCOMPARE(accepted->socketOption(QAbstractSocket::LowDelayOption).toInt(), 1);
+}
+
+void TestEchoServer::silentConnectionIsDropped()
+{
+    class ImpatientServer : public EchoServer
+    {
+    public:
+        ImpatientServer() : EchoServer(0) { server().setHandshakeTimeout(200); }
+    };
+    ImpatientServer server;
+    WebClient client(server.serverPort());
+    QTcpSocket silent;
+    QSignalSpy ended(&silent, &QTcpSocket::disconnected);
+    silent.connectToHost(QHostAddress::LocalHost, server.serverPort());
+    QVERIFY(ended.wait());
+    QVERIFY(client.logIn()); // who was there in time stays
 }
 
 QTEST_GUILESS_MAIN(TestEchoServer)

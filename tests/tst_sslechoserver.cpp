@@ -6,9 +6,13 @@
 #include <QRegularExpression>
 #include <QSignalSpy>
 #include <QSslConfiguration>
+#include <QTcpSocket>
 #include <QTemporaryDir>
 #include <QTest>
 #include <QWebSocket>
+
+#include <memory>
+#include <vector>
 
 /// A client that trusts everybody and speaks the given versions.
 class TlsClient
@@ -38,6 +42,7 @@ private Q_SLOTS:
     void newerVersionsOnlyAreRefused();
     void handshakesFailWithoutFiles_data();
     void handshakesFailWithoutFiles();
+    void failedHandshakesLeaveNothing();
     void portInUse();
 
 private:
@@ -153,7 +158,7 @@ void TestSslEchoServer::handshakesFailWithoutFiles()
     SslEchoServer server(0, QString(QTest::currentDataTag()));
     QVERIFY(server.isListening());
     QSignalSpy events(&server, &SslEchoServer::newEvent);
-    QSignalSpy failed(server.findChild<server::web::HandshakeWatch *>(), &server::web::HandshakeWatch::failed);
+    QSignalSpy failed(server.findChild<server::web::ClientAcceptor *>(), &server::web::ClientAcceptor::handshakeFailed);
     QTest::ignoreMessage(QtDebugMsg, "Ssl errors occurred");
     TlsClient client(server.serverPort(), QSsl::TlsV1_0);
     QSignalSpy connected(&client.socket, &QWebSocket::connected);
@@ -161,6 +166,35 @@ void TestSslEchoServer::handshakesFailWithoutFiles()
     client.socket.abort();
     QCOMPARE(connected.count() + events.count(), 0);
     QCOMPARE(failed.count(), 1);
+}
+
+void TestSslEchoServer::failedHandshakesLeaveNothing()
+{
+    class ImpatientServer : public SslEchoServer
+    {
+    public:
+        ImpatientServer() : SslEchoServer(0, QStringLiteral("site")) { server().setHandshakeTimeout(500); }
+    };
+    constexpr int many = 40; // more than a listening socket of Qt keeps for later
+    ImpatientServer server;
+    const auto *acceptor = server.findChild<server::web::ClientAcceptor *>();
+    QSignalSpy failed(acceptor, &server::web::ClientAcceptor::handshakeFailed);
+    std::vector<std::unique_ptr<QTcpSocket>> strangers;
+    for (int i = 0; i < many; ++i) {
+        strangers.push_back(std::make_unique<QTcpSocket>());
+        strangers.back()->connectToHost(QHostAddress::LocalHost, server.serverPort());
+        if (i % 2 == 0) // the others are silent
+            strangers.back()->write("GET / HTTP/1.1\r\n\r\n");
+    }
+    QTRY_COMPARE(failed.count(), many);
+    QTRY_VERIFY(acceptor->findChildren<QSslSocket *>().isEmpty());
+
+    QSignalSpy events(&server, &SslEchoServer::newEvent);
+    TlsClient client(server.serverPort(), QSsl::TlsV1_0);
+    QTRY_VERIFY(!acceptor->findChildren<QSslSocket *>().isEmpty());
+    auto *accepted = acceptor->findChild<QSslSocket *>();
+    QTRY_COMPARE(events.count(), 1);
+    QCOMPARE(accepted->socketOption(QAbstractSocket::LowDelayOption).toInt(), 1);
 }
 
 void TestSslEchoServer::portInUse()

@@ -5,6 +5,7 @@
 #include <QSslCertificate>
 #include <QSslConfiguration>
 #include <QSslKey>
+#include <QSslSocket>
 #include <QWebSocket>
 
 #include <utility>
@@ -30,8 +31,7 @@ template <typename Read> auto readPem(const QString &path, const Read &read)
 } // namespace
 
 SslEchoServer::SslEchoServer(quint16 port, const QString &fileBaseName, QObject *parent)
-    : server::web::WebSocketServer(announcedName(), QWebSocketServer::SecureMode, "", parent),
-      m_handshakes(&server(), this)
+    : server::web::WebSocketServer(announcedName(), QWebSocketServer::SecureMode, "", parent)
 {
     qDebug("WebSocket 2");
     useTls(fileBaseName);
@@ -63,7 +63,7 @@ void SslEchoServer::useTls(const QString &fileBaseName)
     // Deliberate: this old version and no other; the clients of this server expect it.
     configuration.setProtocol(QSsl::TlsV1_0);
     server().setSslConfiguration(configuration);
-    connect(&m_handshakes, &server::web::HandshakeWatch::failed, this, &SslEchoServer::handshakeFailed);
+    connect(&acceptor(), &server::web::ClientAcceptor::handshakeFailed, this, &SslEchoServer::handshakeFailed);
 }
 
 /// Whether it was for the version cannot be known for sure: the reasons of TLS libraries differ.

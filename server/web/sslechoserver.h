@@ -1,6 +1,5 @@
 #pragma once
 
-#include "server/web/handshakewatch.h"
 #include "server/web/websocketserver.h"
 
 #include <QList>
@@ -42,6 +41,5 @@ private:
     void useTls(const QString &fileBaseName);
     void handshakeFailed(QAbstractSocket::SocketError error, const QString &reason);
 
-    server::web::HandshakeWatch m_handshakes;
     bool m_toldPolicy = false;
 };

@@ -11,15 +11,15 @@ namespace server::web {
 
 WebSocketServer::WebSocketServer(const QString &name, QWebSocketServer::SslMode mode, const char *linePrefix,
                                  QObject *parent)
-    : QObject(parent), m_server(name, mode), m_linePrefix(linePrefix)
+    : QObject(parent), m_server(name, mode), m_acceptor(m_server, this), m_linePrefix(linePrefix)
 {
     m_turn.setSingleShot(true);
     m_turn.setInterval(0);
     connect(&m_turn, &QTimer::timeout, this, [this] { takeTurn(); });
-    connect(&m_server, &QWebSocketServer::acceptError, this, [this](QAbstractSocket::SocketError error) {
+    connect(&m_acceptor, &QTcpServer::acceptError, this, [this](QAbstractSocket::SocketError error) {
         // The server stops accepting for good after such an error.
         qWarning() << "WebSocketServer::WebSocketServer can't accept:" << error;
-        QTimer::singleShot(kAcceptPauseMs, this, [this] { m_server.resumeAccepting(); });
+        QTimer::singleShot(kAcceptPauseMs, this, [this] { m_acceptor.resumeAccepting(); });
     });
 }
 
@@ -30,12 +30,12 @@ WebSocketServer::~WebSocketServer()
 
 bool WebSocketServer::isListening() const
 {
-    return m_server.isListening();
+    return m_acceptor.isListening();
 }
 
 quint16 WebSocketServer::serverPort() const
 {
-    return m_server.serverPort();
+    return m_acceptor.serverPort();
 }
 
 QByteArray WebSocketServer::named(const char *text) const
@@ -45,11 +45,12 @@ QByteArray WebSocketServer::named(const char *text) const
 
 bool WebSocketServer::listen(quint16 port)
 {
-    return m_server.listen(QHostAddress::Any, port);
+    return m_acceptor.listen(QHostAddress::Any, port);
 }
 
 void WebSocketServer::shutDown()
 {
+    m_acceptor.close();
     m_server.close();
     const QList<QWebSocket *> clients = std::exchange(m_clients, {}).keys();
     for (QWebSocket *socket : clients) {
@@ -64,6 +65,7 @@ void WebSocketServer::acceptPending()
     QWebSocket *socket = m_server.nextPendingConnection();
     if (!socket)
         return;
+    m_acceptor.upgraded(*socket);
     const Peer peer{socket->peerAddress().toString(), socket->peerPort()};
     m_clients.insert(socket, {peer, {}});
     qDebug() << named("New Connection").constData();

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "qany.h"
+#include "server/web/clientacceptor.h"
 #include "server/web/webmetods.h"
 
 #include <QByteArray>
@@ -47,7 +48,9 @@ protected:
     /// The prefix stands before the debug lines that differ between the servers.
     WebSocketServer(const QString &name, QWebSocketServer::SslMode mode, const char *linePrefix, QObject *parent);
 
+    /// Does not listen itself: takes the connections that the acceptor accepts.
     QWebSocketServer &server() { return m_server; }
+    ClientAcceptor &acceptor() { return m_acceptor; }
     bool listen(quint16 port);
     /// Closes the server and deletes the client sockets. The concrete destructor calls it.
     void shutDown();
@@ -92,6 +95,7 @@ private:
     bool hasRoomFor(QWebSocket *socket) const;
 
     QWebSocketServer m_server;
+    ClientAcceptor m_acceptor;
     QHash<QWebSocket *, Client> m_clients; // sockets are owned
     QTimer m_turn;                         // single shot: messages are waiting
     webMetods m_methods;
