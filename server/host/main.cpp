@@ -2,6 +2,7 @@
 #include "server/host/consolerun.h"
 #include "server/host/servicerun.h"
 #include "server/process/descriptorlimit.h"
+#include "server/process/localtime.h"
 
 #include <QCoreApplication>
 
@@ -9,6 +10,7 @@
 
 int main(int argc, char *argv[])
 {
+    server::process::keepTimeZone();
     const QCoreApplication application(argc, argv);
     QCoreApplication::setOrganizationName(QStringLiteral("ZUK"));
     QCoreApplication::setOrganizationDomain(QStringLiteral("zuk.local"));

@@ -1,0 +1,7 @@
+#include "server/process/localtime.h"
+
+namespace server::process {
+
+void keepTimeZone() {}
+
+} // namespace server::process
