@@ -1,6 +1,7 @@
 #include "server/web/echoserver.h"
 
 #include <QDebug>
+#include <QMetaMethod>
 #include <QWebSocket>
 
 EchoServer::EchoServer(quint16 port, QObject *parent)
@@ -23,6 +24,11 @@ void EchoServer::connectClient(QWebSocket *socket)
     connect(socket, &QWebSocket::textMessageReceived, this, &EchoServer::processTextMessage);
     connect(socket, &QWebSocket::binaryMessageReceived, this, &EchoServer::processBinaryMessage);
     connect(socket, &QWebSocket::disconnected, this, &EchoServer::socketDisconnected);
+}
+
+bool EchoServer::isAnswerHeard() const
+{
+    return isSignalConnected(QMetaMethod::fromSignal(&EchoServer::newAnswer));
 }
 
 void EchoServer::onNewConnection()

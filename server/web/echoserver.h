@@ -29,4 +29,5 @@ private:
     void tellRequest(const QAny &request) override { Q_EMIT newRequest(request); }
     void tellEvent(const QString &event) override { Q_EMIT newEvent(event); }
     void tellAnswer(const QAny &answer) override { Q_EMIT newAnswer(answer); }
+    bool isAnswerHeard() const override;
 };

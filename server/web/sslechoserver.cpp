@@ -2,6 +2,7 @@
 
 #include <QDebug>
 #include <QFile>
+#include <QMetaMethod>
 #include <QSslCertificate>
 #include <QSslConfiguration>
 #include <QSslKey>
@@ -81,6 +82,11 @@ void SslEchoServer::connectClient(QWebSocket *socket)
     connect(socket, &QWebSocket::textMessageReceived, this, &SslEchoServer::processTextMessage);
     connect(socket, &QWebSocket::binaryMessageReceived, this, &SslEchoServer::processBinaryMessage);
     connect(socket, &QWebSocket::disconnected, this, &SslEchoServer::socketDisconnected);
+}
+
+bool SslEchoServer::isAnswerHeard() const
+{
+    return isSignalConnected(QMetaMethod::fromSignal(&SslEchoServer::newAnswer));
 }
 
 void SslEchoServer::onNewConnection()

@@ -37,6 +37,7 @@ private:
     void tellRequest(const QAny &request) override { Q_EMIT newRequest(request); }
     void tellEvent(const QString &event) override { Q_EMIT newEvent(event); }
     void tellAnswer(const QAny &answer) override { Q_EMIT newAnswer(answer); }
+    bool isAnswerHeard() const override;
 
     void useTls(const QString &fileBaseName);
     void handshakeFailed(QAbstractSocket::SocketError error, const QString &reason);

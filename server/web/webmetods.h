@@ -6,19 +6,37 @@
 #include <QSet>
 #include <QString>
 
+#include <functional>
+
 class QObject;
 
+namespace storage {
+class Reader;
+}
+
 /// Answers the requests of the employees' web page and remembers who is logged in. Knows no sockets beyond their
-/// identity. Called on the main thread; a work-time request blocks it for the length of one calculation.
+/// identity. Called on the main thread.
 class webMetods
 {
 public:
+    /// Works out an answer from what a file holds. May be called and released on any thread: it shares nothing with
+    /// this object.
+    using Reading = std::function<QAny(storage::Reader &reader)>;
+
+    /// The answer, or what gives it.
+    struct Outcome {
+        QAny answer;     ///< beside a reading the one to be given where too much else is read
+        Reading reading; ///< empty where the answer is there
+    };
+
     /// The clock tells which day today is, and when a hand-entered event was made.
-    explicit webMetods(server::process::Clock clock = server::process::machineTime) : m_clock(std::move(clock)) {}
+    explicit webMetods(server::process::Clock clock = server::process::machineTime);
 
     /// Answers one request. Always a Hash with "data" / "result"; a request of any shape gets an answer.
     /// The peer is only an identity, kept until logOut or removePeer.
     QAny request(const QAny &req, const QObject *peer);
+    /// The same, but a work time, presence list or balance is still to be read.
+    Outcome begin(const QAny &req, const QObject *peer);
 
     /// The peer's socket is gone. Its tag stays known.
     void removePeer(const QObject *peer);
@@ -28,11 +46,10 @@ private:
 
     QAny getUser(const QAny &req, const QObject *peer, const QString &tag);
     QAny logOut(const QObject *peer, const QString &tag);
-    QAny getWTime(const QAny &req);
-    QAny recalc(const QAny &data, bool withPairs, bool withSums);
-    QAny getPresence();
-    QAny getSaldo(const QAny &req);
-    QAny addMeta(const QAny &req);
+    Outcome workTime(const QAny &req) const;
+    Outcome presence() const;
+    static Outcome saldo(const QAny &req);
+    QAny addMeta(const QAny &req) const;
 
     QDate today() const { return QDateTime::fromMSecsSinceEpoch(m_clock()).date(); }
 

@@ -1,11 +1,16 @@
 #include "server/web/websocketserver.h"
 
+#include "calc/crew.h"
+#include "server/workers/readpool.h"
+
 #include <QDebug>
 #include <QPointer>
 #include <QTimer>
 #include <QWebSocket>
 
 #include <utility>
+
+using server::workers::ReadPool;
 
 namespace server::web {
 
@@ -33,6 +38,11 @@ bool WebSocketServer::isListening() const
     return m_acceptor.isListening();
 }
 
+void WebSocketServer::setReadPool(ReadPool *pool)
+{
+    m_pool = pool;
+}
+
 quint16 WebSocketServer::serverPort() const
 {
     return m_acceptor.serverPort();
@@ -52,6 +62,9 @@ void WebSocketServer::shutDown()
 {
     m_acceptor.close();
     m_server.close();
+    const QList<QWebSocket *> readers = m_clients.keys();
+    for (QWebSocket *socket : readers)
+        giveReadingUp(socket);
     const QList<QWebSocket *> clients = std::exchange(m_clients, {}).keys();
     for (QWebSocket *socket : clients) {
         socket->disconnect(this);
@@ -112,6 +125,10 @@ void WebSocketServer::receive(QWebSocket *socket, const Message &message)
     if (client == m_clients.end())
         return;
     client->waiting.enqueue(message);
+    if (message.kind == Message::End) {
+        client->isEnding = true;
+        giveReadingUp(socket);
+    }
     m_turn.start();
 }
 
@@ -120,7 +137,7 @@ void WebSocketServer::takeTurn()
     const QPointer<WebSocketServer> self(this);
     QList<QPointer<QWebSocket>> sockets;
     for (auto client = m_clients.cbegin(); client != m_clients.cend(); ++client) {
-        if (!client->waiting.isEmpty())
+        if (!client->waiting.isEmpty() && !client->isReading)
             sockets.append(client.key());
     }
     if (sockets.isEmpty())
@@ -129,7 +146,7 @@ void WebSocketServer::takeTurn()
     for (const QPointer<QWebSocket> &socket : qAsConst(sockets)) {
         for (int handled = 0; handled < kMaxMessagesPerTurn; ++handled) {
             const auto client = m_clients.find(socket);
-            if (!socket || client == m_clients.end() || client->waiting.isEmpty())
+            if (!socket || client == m_clients.end() || client->waiting.isEmpty() || client->isReading)
                 break;
             const Message message = client->waiting.dequeue();
             handle(socket, message);
@@ -184,11 +201,61 @@ void WebSocketServer::answerText(QWebSocket *socket, const QString &message)
     tellRequest(request);
     if (!isInProgress())
         return;
-    const QAny answer = m_methods.request(request, socket);
+    if (!m_pool)
+        return giveAnswer(socket, m_methods.request(request, socket));
+    webMetods::Outcome outcome = m_methods.begin(request, socket);
+    if (!outcome.reading || !readLater(socket, std::move(outcome.reading)))
+        giveAnswer(socket, outcome.answer);
+}
+
+/// False when the pool has no room for it.
+bool WebSocketServer::readLater(QWebSocket *socket, webMetods::Reading reading)
+{
+    Client &client = m_clients[socket];
+    if (client.isEnding)
+        return true; // there is nobody left to read for
+    client.isReading = m_pool->submit(
+        ReadPool::Size::Small, ReadPool::ownerOf(socket),
+        [read = std::move(reading)](calc::Crew &crew) { return workers::Text{read(crew.reader()).toJsonUtf8()}; },
+        [this, socket](const workers::Text &text) { giveReading(socket, text); });
+    return client.isReading;
+}
+
+/// The socket is there: its end would have given the reading up.
+void WebSocketServer::giveReading(QWebSocket *socket, const std::vector<QByteArray> &pieces)
+{
+    m_clients[socket].isReading = false;
+    m_turn.start();
+    QByteArray text;
+    for (const QByteArray &piece : pieces)
+        text += piece;
+    const QPointer<WebSocketServer> self(this);
+    const QPointer<QWebSocket> client(socket);
+    if (isAnswerHeard())
+        tellAnswer(QAny::fromJson(text));
+    if (self && client && m_clients.contains(client))
+        giveText(client, QString::fromUtf8(text));
+}
+
+void WebSocketServer::giveReadingUp(QWebSocket *socket)
+{
+    Client &client = m_clients[socket];
+    if (client.isReading && m_pool)
+        m_pool->cancel(ReadPool::ownerOf(socket));
+    client.isReading = false;
+}
+
+void WebSocketServer::giveAnswer(QWebSocket *socket, const QAny &answer)
+{
+    const QPointer<WebSocketServer> self(this);
+    const QPointer<QWebSocket> client(socket);
     tellAnswer(answer);
-    if (!isInProgress())
-        return;
-    const QString text = answer.toJson();
+    if (self && client && m_clients.contains(client))
+        giveText(socket, answer.toJson());
+}
+
+void WebSocketServer::giveText(QWebSocket *socket, const QString &text)
+{
     if (hasRoomFor(socket))
         socket->sendTextMessage(text);
     const QByteArray sent = named("Answer sent:");

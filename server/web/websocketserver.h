@@ -7,11 +7,18 @@
 #include <QByteArray>
 #include <QHash>
 #include <QObject>
+#include <QPointer>
 #include <QQueue>
 #include <QTimer>
 #include <QWebSocketServer>
 
+#include <vector>
+
 class QWebSocket;
+
+namespace server::workers {
+class ReadPool;
+}
 
 namespace server::web {
 
@@ -23,6 +30,12 @@ namespace server::web {
 /// server; what was in progress then ends without an answer. To allow this, messages and ends of connections wait in
 /// a queue of their client, in their order, for a turn of the event loop: no socket's own code is below a handler on
 /// the stack, and no client keeps the others waiting for more than kMaxMessagesPerTurn of its messages.
+///
+/// With a pool, answers that are only read are worked out by it, down to their text. What such a client sends
+/// meanwhile waits, so that its answers come in the order of its requests. When the client goes, its reading is given
+/// up and what waits behind is handled as if it had been answered, but for further readings. A request that the pool
+/// has no room for is answered "Busy!". The signal of an answer from the pool carries what its text says, and is made
+/// only where something is connected to it.
 class WebSocketServer : public QObject
 {
 public:
@@ -41,6 +54,9 @@ public:
     ~WebSocketServer() override;
 
     bool isListening() const;
+    /// For requests from here on; without one (null) everything is answered on the main thread. Not owned; may go, or
+    /// be stopped, before this object: clients that it reads for then get no answer any more.
+    void setReadPool(server::workers::ReadPool *pool);
     /// Port on which the server really listens; 0 when it does not.
     quint16 serverPort() const;
 
@@ -66,6 +82,8 @@ protected:
     virtual void tellRequest(const QAny &request) = 0;
     virtual void tellEvent(const QString &event) = 0;
     virtual void tellAnswer(const QAny &answer) = 0;
+    /// Whether anything is connected to the signal of tellAnswer().
+    virtual bool isAnswerHeard() const = 0;
 
 private:
     /// Noted at the connection: a socket that has gone no longer knows its peer.
@@ -82,6 +100,8 @@ private:
     struct Client {
         Peer peer;
         QQueue<Message> waiting;
+        bool isReading = false; ///< the pool works for it; what waits has to
+        bool isEnding = false;  ///< its end waits behind the rest
     };
 
     QByteArray named(const char *text) const;
@@ -89,6 +109,11 @@ private:
     void takeTurn();
     void handle(QWebSocket *socket, const Message &message);
     void answerText(QWebSocket *socket, const QString &message);
+    bool readLater(QWebSocket *socket, webMetods::Reading reading);
+    void giveReadingUp(QWebSocket *socket);
+    void giveReading(QWebSocket *socket, const std::vector<QByteArray> &pieces);
+    void giveAnswer(QWebSocket *socket, const QAny &answer);
+    void giveText(QWebSocket *socket, const QString &text);
     void echoBinary(QWebSocket *socket, const QByteArray &message);
     void forget(QWebSocket *socket);
     void boundClient(QWebSocket *socket, const Peer &peer);
@@ -99,6 +124,7 @@ private:
     QHash<QWebSocket *, Client> m_clients; // sockets are owned
     QTimer m_turn;                         // single shot: messages are waiting
     webMetods m_methods;
+    QPointer<server::workers::ReadPool> m_pool;
     QByteArray m_linePrefix;
 };
 
