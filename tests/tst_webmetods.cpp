@@ -2,11 +2,13 @@
 #include "rows.h"
 #include "server/logger/logger.h"
 #include "server/web/webmetods.h"
+#include "storage/readconnection.h"
 
 #include <QTemporaryDir>
 #include <QTest>
 
 #include <memory>
+#include <thread>
 
 namespace {
 
@@ -53,6 +55,7 @@ private Q_SLOTS:
     void addMetaStoresEvent();
     void workTimeOfOneDay();
     void workTimeWithoutParts();
+    void readingsOnAnotherThread();
 
 private:
     QAny ask(const QString &json, const QObject *peer = nullptr);
@@ -335,6 +338,30 @@ void TestWebMetods::workTimeWithoutParts()
         if (result.contains("SUM"))
             QCOMPARE(shown(result.lookup("SUM").lookup("TABLE").value(0), "DELO"), QStringLiteral("'08:01'"));
     }
+}
+
+void TestWebMetods::readingsOnAnotherThread()
+{
+    QVERIFY(run(*m_database, twoDays()) && logIn());
+    const qint64 now = QDateTime::currentSecsSinceEpoch();
+    for (const int user : {5, 6})
+        QVERIFY(m_database->insert("allevents",
+                                   {{"USER", user}, {"TIMESTAMP", now}, {"ACCESS_CODE", "102:Odhod"}, {"TYPE", "EV"}}));
+    QVERIFY(run(*m_database, {"insert into freehour (ID,IDU,STATUS,LUPDATE) values (31,5,2,1741129200)"}));
+    for (const QString &text : {kPresence, request("getSaldo", R"({"ID":5})"), workTime(), workTime(R"(,"CALC":false)"),
+                                request("getWTime", "{}")}) {
+        const QAny direct = ask(text);
+        webMetods::Outcome outcome = m_web->begin(QAny::fromJson(text), &m_peer);
+        QVERIFY(outcome.reading);
+        QString later;
+        std::thread([&, reading = std::move(outcome.reading)] {
+            storage::ReadConnection connection(m_database->filePath());
+            later = reading(connection).toJson();
+        }).join();
+        QCOMPARE(later, direct.toJson());
+        QCOMPARE(outcome.answer.lookup("data").lookup("reason"), QAny("Busy!"));
+    }
+    QVERIFY(!m_web->begin(QAny::fromJson(request("addMeta", "{}")), &m_peer).reading);
 }
 
 QTEST_GUILESS_MAIN(TestWebMetods)
