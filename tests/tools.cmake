@@ -11,3 +11,6 @@ target_compile_definitions(tst_zukadmin PRIVATE ZUK_ADMIN="$<TARGET_FILE:zukadmi
     ZUK_SCHEMA_FILE="${CMAKE_SOURCE_DIR}/packaging/attendance-schema.sql")
 add_dependencies(tst_zukadmin zukadmin)
 zuk_test(tst_explanationtext zuk_administration)
+zuk_test(tst_zukbackup zuk_storage zuk_backup)
+target_compile_definitions(tst_zukbackup PRIVATE ZUK_BACKUP="$<TARGET_FILE:zukbackup>")
+add_dependencies(tst_zukbackup zukbackup)
