@@ -150,12 +150,22 @@ qint64 DataBase::lastLogIndex() const
 Status DataBase::insertLog(int line, int id, int level, int group, qint64 timestampMs, const QString &message,
                            const QAny &data)
 {
+    return insertLog({line, id, level, group, timestampMs, message, data});
+}
+
+Status DataBase::insertLog(const storage::LogRow &row)
+{
     Transaction transaction(*this);
-    const Status written = d->ring.write({line, id, level, group, timestampMs, message, data});
+    const Status written = d->ring.write(row);
     if (const Status allowed = d->transactions.writable(); !allowed)
         return allowed;
     const Status committed = transaction.commit();
     return committed ? written : committed;
+}
+
+Status DataBase::hasLog(const storage::LogRow &row, bool *found)
+{
+    return d->ring.contains(row, found);
 }
 
 qint64 DataBase::lastLogTime(qint64 line)

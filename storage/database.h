@@ -60,6 +60,9 @@ public:
     /// Writes one row of `logs` and the next index as one unit. The timestamp is in milliseconds since 1970 UTC.
     storage::Status insertLog(int line, int id, int level, int group, qint64 timestampMs, const QString &message,
                               const QAny &data);
+    storage::Status insertLog(const storage::LogRow &row);
+    /// Whether there is a row that equals this one in everything but its place in the ring.
+    storage::Status hasLog(const storage::LogRow &row, bool *found);
     /// Newest time of a line's log rows in ms, or of a terminal's events in the unit of `events`; 0 without rows.
     qint64 lastLogTime(qint64 line);
     qint64 lastEventTime(qint64 tid);

@@ -11,7 +11,16 @@ namespace {
 const auto kInsert = QStringLiteral("INSERT OR REPLACE INTO logs (idx, line, id, ftimestamp, llevel, lgroup, "
                                     "fmessage, data) VALUES(?,?,?,?,?,?,?,?)");
 const auto kSave = QStringLiteral("INSERT OR REPLACE INTO Config (KEY, VALUE) VALUES(?,?)");
+const auto kFind = QStringLiteral("SELECT 1 FROM logs WHERE line=? AND id=? AND ftimestamp=? AND llevel=? AND "
+                                  "lgroup=? AND fmessage=? AND data=? LIMIT 1");
 const auto kKey = QStringLiteral("LastLogIdx");
+
+/// What a row holds but for its index, in the order of the columns.
+QVariantList columnsOf(const LogRow &row)
+{
+    const QString data = QAny({{QStringLiteral("DATA"), row.data}}).toJson();
+    return {row.line, row.id, row.timestampMs, row.level, row.group, textVariant(row.message), textVariant(data)};
+}
 
 } // namespace
 
@@ -48,15 +57,20 @@ Status LogRing::write(const LogRow &row)
 {
     if (const Status allowed = m_transactions.writable(); !allowed)
         return allowed;
-    const QString dataText = QAny({{QStringLiteral("DATA"), row.data}}).toJson();
-    const Status written = m_connection.runCached("DataBase::insertLog()", kInsert,
-                                                  {m_next, row.line, row.id, row.timestampMs, row.level, row.group,
-                                                   textVariant(row.message), textVariant(dataText)});
+    const Status written =
+        m_connection.runCached("DataBase::insertLog()", kInsert, QVariantList{m_next} + columnsOf(row));
     if (written && ++m_next >= kLimit)
         m_next = 0;
     // Also after a failed insert, and its own failure does not undo the row.
     save();
     return written;
+}
+
+Status LogRing::contains(const LogRow &row, bool *found)
+{
+    *found = false;
+    return m_connection.runCached("DataBase::hasLog()", kFind, columnsOf(row),
+                                  [found](const QSqlQuery &) { *found = true; });
 }
 
 void LogRing::leaveTransaction(bool stored)

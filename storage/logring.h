@@ -37,6 +37,9 @@ public:
     /// Writes a row and the next index. A failure of the row; that of the index does not undo it.
     Status write(const LogRow &row);
 
+    /// Whether there is a row like it, whatever its index.
+    Status contains(const LogRow &row, bool *found);
+
     /// A rollback takes the index back too: told of each level's begin and end.
     void enterTransaction() { m_nextAtBegin.push_back(m_next); }
     void leaveTransaction(bool stored);

@@ -42,6 +42,7 @@ TerminalSite::TerminalSite() : database(std::make_unique<DataBase>(folder.filePa
 {
     fillAttendance(*database, {});
     setDb(database.get());
+    setRpcController(&server);
     journal = std::make_unique<Logger>(server::sessions::sessionPeers());
     main = std::make_unique<MainTerminalService>(&server);
     admin = std::make_unique<AdminTerminalService>(&server);
@@ -62,6 +63,7 @@ TerminalSite::~TerminalSite()
     main.reset();
     admin.reset();
     journal.reset();
+    setRpcController(nullptr);
     setDb(nullptr);
 }
 

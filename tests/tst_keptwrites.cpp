@@ -1,5 +1,8 @@
 #include "storage/keptwrites.h"
+#include "storage/readconnection.h"
+#include "storage/rescue.h"
 
+#include <QRegularExpression>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -12,9 +15,15 @@ class TestKeptWrites : public QObject
 private Q_SLOTS:
     void init();
     void cleanup();
+    void gatheredWritesShareATransaction();
     void waitingWritesAreNotAttempted();
+    void whoDoesNotWaitIsRefused();
     void manyInFewTurns();
+    void whatMeetsDamageIsPutAside();
+    void replacedFileGetsWhatWentToTheFormer();
     void whatIsLostIsTold();
+    void whatIsRescuedComesBack_data();
+    void whatIsRescuedComesBack();
 
 private:
     KeptWrites::Write row(int user);
@@ -29,7 +38,8 @@ private:
 
 void TestKeptWrites::init()
 {
-    m_database = std::make_unique<DataBase>(m_folder.filePath(QTest::currentTestFunction()));
+    m_database =
+        std::make_unique<DataBase>(m_folder.filePath(QString(QTest::currentTestFunction()) + QTest::currentDataTag()));
     setDb(m_database.get());
     m_fails.clear();
     m_log.clear();
@@ -44,13 +54,18 @@ void TestKeptWrites::cleanup()
 /// A write that leaves something behind also where it fails.
 KeptWrites::Write TestKeptWrites::row(int user)
 {
-    return {[this, user](DataBase &database) {
-                m_log += QStringLiteral("try %1").arg(user);
-                database.insert("events", {{"USER", user}});
-                return m_fails.value(user);
-            },
-            [this, user](Status status) { m_log += QStringLiteral("%1 %2").arg(status ? "stored" : "lost").arg(user); },
-            QString::number(user)};
+    KeptWrites::Write write;
+    write.store = [this, user](DataBase &database, KeptWrites::Delivery) {
+        m_log += QStringLiteral("try %1").arg(user);
+        database.insert("events", {{"USER", user}});
+        return m_fails.value(user);
+    };
+    write.told = [this, user](KeptWrites::Fate fate) {
+        const char *const fates[] = {"stored", "kept", "refused", "failed"};
+        m_log += QStringLiteral("%1 %2").arg(fates[int(fate)]).arg(user);
+    };
+    write.name = QString::number(user);
+    return write;
 }
 
 QList<int> TestKeptWrites::stored()
@@ -61,6 +76,57 @@ QList<int> TestKeptWrites::stored()
     return users;
 }
 
+/// One flush of the file serves them all.
+void TestKeptWrites::gatheredWritesShareATransaction()
+{
+    KeptWrites writes("Owner::do", 10);
+    QList<int> seenInside;
+    for (int user : {1, 2, 3}) {
+        KeptWrites::Write write = row(user);
+        write.store = [this, user, &seenInside](DataBase &database, KeptWrites::Delivery) {
+            storage::ReadConnection other(database.filePath());
+            seenInside += other.select("select 1 from events").count();
+            database.insert("events", {{"USER", user}});
+            return m_fails.value(user);
+        };
+        m_fails[2] = Status::Lasting;
+        QVERIFY(writes.gather(write));
+    }
+    QCOMPARE(m_log, QStringList());
+    expect("Owner::do not stored: 2");
+    QCoreApplication::processEvents();
+    QCOMPARE(m_log, (QStringList{"stored 1", "failed 2", "stored 3"}));
+    QCOMPARE(seenInside, (QList<int>{0, 0, 0}));
+    QCOMPARE(stored(), (QList<int>{1, 3}));
+    // Before the server closes its connections it does not wait for the event loop.
+    writes.gather(row(4));
+    writes.finishTurn();
+    QCOMPARE(stored(), (QList<int>{1, 3, 4}));
+    QCoreApplication::processEvents();
+    QCOMPARE(m_log.mid(3), (QStringList{"try 4", "stored 4"}));
+}
+
+void TestKeptWrites::whoDoesNotWaitIsRefused()
+{
+    KeptWrites writes("Owner::do", 10);
+    m_fails[1] = Status::Passing;
+    writes.submit(row(1));
+    m_log.clear();
+    KeptWrites::Write line = row(2);
+    line.isKept = false;
+    writes.gather(line);
+    writes.gather(row(3));
+    QCoreApplication::processEvents();
+    // It is attempted all the same, behind the older ones: its sender wants to know.
+    QCOMPARE(m_log, (QStringList{"try 1", "refused 2", "kept 3"}));
+    m_fails.clear();
+    m_log.clear();
+    writes.gather(line);
+    QCoreApplication::processEvents();
+    QCOMPARE(m_log, (QStringList{"try 1", "try 3", "try 2", "stored 1", "stored 3", "stored 2"}));
+    QCOMPARE(stored(), (QList<int>{1, 3, 2}));
+}
+
 /// Each attempt may block for seconds.
 void TestKeptWrites::waitingWritesAreNotAttempted()
 {
@@ -68,22 +134,22 @@ void TestKeptWrites::waitingWritesAreNotAttempted()
     writes.setRetryInterval(1);
     m_fails = {{1, Status::Passing}, {2, Status::Lasting}};
     expect("Owner::do not stored, kept for another attempt: 1");
-    QCOMPARE(writes.submit(row(1)), KeptWrites::Outcome::Kept);
-    QCOMPARE(writes.submit(row(2)), KeptWrites::Outcome::Kept);
+    QVERIFY(writes.submit(row(1)));
+    QVERIFY(writes.submit(row(2)));
     expect("Owner::do not stored, kept for another attempt: 1");
-    while (m_log.size() < 2)
+    while (m_log.size() < 4)
         QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
-    QCOMPARE(m_log, (QStringList{"try 1", "try 1"}));
+    QCOMPARE(m_log, (QStringList{"try 1", "kept 1", "try 1", "kept 2"}));
     QCOMPARE(stored(), QList<int>());
     m_fails.remove(1);
-    QCOMPARE(writes.enqueue(row(3)), KeptWrites::Outcome::Kept);
+    QVERIFY(writes.enqueue(row(3)));
     expect("Owner::do not stored: 2");
     while (writes.count() > 0)
         QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
-    QCOMPARE(m_log.mid(2), (QStringList{"try 1", "try 2", "try 3", "stored 1", "lost 2", "stored 3"}));
+    QCOMPARE(m_log.mid(4), (QStringList{"try 1", "try 2", "try 3", "stored 1", "failed 2", "stored 3"}));
     expect("Owner::do not stored: 2");
-    QCOMPARE(writes.submit(row(2)), KeptWrites::Outcome::Ended);
-    QCOMPARE(writes.submit(row(4)), KeptWrites::Outcome::Ended);
+    QVERIFY(writes.submit(row(2)));
+    QVERIFY(writes.submit(row(4)));
     QCOMPARE(stored(), (QList<int>{1, 3, 4}));
 }
 
@@ -114,6 +180,70 @@ void TestKeptWrites::manyInFewTurns()
     QVERIFY(turns < kWrites / 10);
 }
 
+/// One part of the file that cannot be read must not stop what goes elsewhere.
+void TestKeptWrites::whatMeetsDamageIsPutAside()
+{
+    KeptWrites writes("Owner::do", 10);
+    writes.setRetryInterval(1);
+    m_fails[2] = Status::Damaged;
+    expect("Owner::do met damage, put aside: 2");
+    for (int user : {1, 2, 3})
+        writes.gather(row(user));
+    QCoreApplication::processEvents();
+    QCOMPARE(m_log.filter("stored") + m_log.filter("kept"), (QStringList{"stored 1", "stored 3", "kept 2"}));
+    QCOMPARE(stored(), (QList<int>{1, 3}));
+    writes.gather(row(4));
+    QCoreApplication::processEvents();
+    QCOMPARE(stored(), (QList<int>{1, 3, 4}));
+    m_fails.clear();
+    while (writes.count() > 0)
+        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
+    QCOMPARE(stored(), (QList<int>{1, 3, 4, 2}));
+    QCOMPARE(m_log.last(), QString("stored 2"));
+}
+
+/// Between the last look at the path and the next, somebody moves another file over it.
+void TestKeptWrites::replacedFileGetsWhatWentToTheFormer()
+{
+    QStringList deliveries;
+    const auto write = [this, &deliveries](int user) {
+        KeptWrites::Write one = row(user);
+        one.store = [this, user, &deliveries](DataBase &database, KeptWrites::Delivery delivery) {
+            deliveries += QString::number(user) + (delivery == KeptWrites::Delivery::Again ? " again" : "");
+            database.insert("events", {{"USER", user}});
+            return m_fails.value(user);
+        };
+        return one;
+    };
+    const QString path = m_database->filePath();
+    KeptWrites writes("Owner::do", 10);
+    writes.setRetryInterval(1);
+    writes.submit(write(1));
+    m_database->select("PRAGMA wal_checkpoint");
+    QVERIFY(QFile::copy(path, path + ".copy"));
+    writes.submit(write(2));
+    writes.submit(write(3));
+    const auto moveOver = [&](const QString &other) {
+        QFile::remove(path);
+        return other.isEmpty() || QFile::rename(other, path);
+    };
+    QVERIFY(moveOver(path + ".copy"));
+    QTest::ignoreMessage(QtWarningMsg, QRegularExpression("^DataBase: the file"));
+    QTest::ignoreMessage(QtWarningMsg, QRegularExpression("^DataBase: the file"));
+    writes.submit(write(4));
+    // What was stored before the path was last seen to name the file went with it.
+    QCOMPARE(deliveries, (QStringList{"1", "2", "3", "3 again", "4"}));
+    QCOMPARE(stored(), (QList<int>{1, 3, 4}));
+    // Without anything further to store it is noticed as well.
+    deliveries.clear();
+    writes.submit(write(5));
+    QVERIFY(QFile::copy(path, path + ".copy"));
+    QVERIFY(moveOver(path + ".copy"));
+    while (deliveries.size() < 2)
+        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
+    QCOMPARE(deliveries, (QStringList{"5", "5 again"}));
+}
+
 void TestKeptWrites::whatIsLostIsTold()
 {
     KeptWrites writes("Owner::do", 2);
@@ -123,10 +253,62 @@ void TestKeptWrites::whatIsLostIsTold()
     expect("Owner::do lost at the end: 2");
     for (int user : {1, 2, 3})
         writes.enqueue(row(user));
-    QCOMPARE(m_log, QStringList("lost 3"));
+    QCOMPARE(m_log, QStringList("failed 3"));
     writes.flush();
     QCOMPARE(writes.count(), 0);
     QCOMPARE(stored(), QList<int>{1});
+}
+
+void TestKeptWrites::whatIsRescuedComesBack_data()
+{
+    QTest::addColumn<bool>("isStopped");
+    QTest::newRow("killed") << false;
+    QTest::newRow("stopped") << true;
+}
+
+/// Neither a stop nor a crash loses what was accepted.
+void TestKeptWrites::whatIsRescuedComesBack()
+{
+    const auto make = [this](const QAny &rescued) {
+        KeptWrites::Write write = row(rescued.toInt());
+        write.rescued = rescued;
+        return write;
+    };
+    {
+        storage::Rescue rescue(m_database->filePath());
+        storage::setRescue(&rescue);
+        KeptWrites writes("Owner::do", 10);
+        KeptWrites others("Other::do", 10);
+        m_fails = {{1, Status::Passing}, {9, Status::Passing}};
+        for (int user : {1, 2})
+            writes.gather(make(user));
+        others.gather(make(9));
+        QCoreApplication::processEvents();
+        QCOMPARE(m_log.filter("kept"), (QStringList{"kept 1", "kept 2", "kept 9"}));
+        QFETCH(const bool, isStopped);
+        if (isStopped) {
+            expect("Owner::do left in the rescue file: 1");
+            expect("Owner::do left in the rescue file: 2");
+            writes.flush();
+        }
+    }
+    QTest::ignoreMessage(QtWarningMsg, "Rescue::Rescue 3 writes of the former run are stored now");
+    storage::Rescue rescue(m_database->filePath());
+    storage::setRescue(&rescue);
+    KeptWrites writes("Owner::do", 10);
+    m_fails.clear();
+    writes.restore(make);
+    writes.submit(row(3));
+    while (writes.count() > 0)
+        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
+    QCOMPARE(stored(), (QList<int>{1, 2, 3}));
+    // The other owner's still waits for it.
+    KeptWrites others("Other::do", 10);
+    others.restore(make);
+    others.flush();
+    QCOMPARE(stored(), (QList<int>{1, 2, 3, 9}));
+    storage::setRescue(nullptr);
+    QVERIFY(storage::Rescue(m_database->filePath()).take("Owner::do").empty());
 }
 
 QTEST_GUILESS_MAIN(TestKeptWrites)

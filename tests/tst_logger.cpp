@@ -13,6 +13,8 @@ private Q_SLOTS:
 
     void eventAndJournalRow();
     void eventSurvivesMissingJournal();
+    void deliveredTwiceIsStoredOnce();
+    void manyShareOneTransaction();
     void whoIsServed();
     void bothRowsOrNone();
     void keptEventsStayInOrder();
@@ -99,6 +101,77 @@ void TestLogger::eventSurvivesMissingJournal()
     QCOMPARE(site.ask(id, "logger.event", "[1]"), QString("true"));
     QCOMPARE(site.rows("select USER from events"), QStringList("7"));
     QCOMPARE(site.journal->keptEvents().count(), 0);
+}
+
+/// A terminal sends again what it got no answer for.
+void TestLogger::deliveredTwiceIsStoredOnce()
+{
+    const QByteArray first = R"("USER":"7","TIMESTAMP":60,"ACCESS_CODE":"101:Prihod","TID":5)";
+    const struct {
+        QByteArray former;
+        QByteArray latter;
+        int stored;
+    } rows[] = {
+        {first, first, 1},
+        {first, R"("TID":"5","USER":7,"ACCESS_CODE":"101:Prihod","TIMESTAMP":"60","NONE":1,"ALLEVREMARK":"x")", 1},
+        {first + R"(,"FINGER":2,"NAME":"Ana")", first, 1}, // what it does not bring cannot differ
+        {first, first + R"(,"NAME":"Ana")", 2},
+        {first, R"("USER":"7","TIMESTAMP":60,"ACCESS_CODE":"102:Odhod","TID":5)", 2},
+        {first, R"("USER":"7","TIMESTAMP":60,"ACCESS_CODE":"101:Prihod","TID":6)", 2},
+        {first, R"("USER":"7","TIMESTAMP":60,"TID":5)", 2}, // says too little
+        {first + R"(,"ID":3)", first + R"(,"ID":3)", 1},
+        {first + R"(,"ID":3)", first + R"(,"ID":4)", 2},
+        {first + R"(,"ID":1)", first + R"(,"ID":1)", 1}, // taken by another before
+    };
+    TerminalSite site;
+    const QString id = site.terminal(5);
+    for (const auto &[former, latter, stored] : rows) {
+        site.database->exec("delete from events");
+        site.database->exec("delete from allevents");
+        site.database->exec("insert into events (ID,USER,TIMESTAMP) values (1,'9',1)");
+        QCOMPARE(site.ask(id, "logger.event", '{' + former + '}'), QString("true"));
+        QCOMPARE(site.ask(id, "logger.event", '{' + latter + '}'), QString("true"));
+        const QString expected = latter + ' ' + QString::number(stored);
+        QCOMPARE(latter + ' ' + site.rows("select count(*) from events where USER='7'").first(), expected);
+        QCOMPARE(latter + ' ' + site.rows("select count(*) from allevents").first(), expected);
+    }
+}
+
+/// Each as if it stood alone, in the order in which they came.
+void TestLogger::manyShareOneTransaction()
+{
+    TerminalSite site;
+    std::vector<std::unique_ptr<RpcPeer>> peers;
+    for (int number : {5, 6}) {
+        peers.push_back(std::make_unique<RpcPeer>(site.server.serverPort()));
+        peers.back()->onCall = [](const QAny &) {};
+        const QByteArray params = "{\"id\":" + QByteArray::number(number) + '}';
+        QCOMPARE(peers.back()->ask(callText("mainterminal.login", params)), resultText("true"));
+    }
+    site.database->exec("create trigger refuse before insert on logs when new.LGROUP=9 "
+                        "begin select raise(abort,'refused'); end");
+    const auto event = [](int time, const QByteArray &id) {
+        const QByteArray rest = R"("USER":"7","TID":5,"ACCESS_CODE":"101"})";
+        return callText("logger.event", R"({"TIMESTAMP":)" + QByteArray::number(time) + ',' + rest, id);
+    };
+    const auto line = [](int group, const QByteArray &id) {
+        return callText("logger.log", R"({"ID":1,"FTIMESTAMP":5,"LGROUP":)" + QByteArray::number(group) + '}', id);
+    };
+    expectWarning("refused");
+    expectWarning("^Logger::event not stored: log line of 5 time 5");
+    const QByteArray calls[] = {event(60, R"("1")"), line(1, R"("2")"),
+                                line(9, R"("3")"),   event(61, R"("4")"),
+                                event(60, R"("5")"), callText("mainterminal.status", "1", R"("6")"),
+                                event(62, R"("7")")};
+    const char *const results[] = {"true", "true", "false", "true", "true", R"({"loggedin":true})", "true"};
+    for (const QByteArray &call : calls)
+        peers[0]->socket->write(call);
+    peers[1]->socket->write(event(63, R"("8")"));
+    for (int i = 0; i < 7; ++i)
+        QCOMPARE(peers[0]->next(), resultText(results[i], '"' + QByteArray::number(i + 1) + '"'));
+    QCOMPARE(peers[1]->next(), resultText("true", R"("8")"));
+    QCOMPARE(site.rows("select TIMESTAMP from events order by TIMESTAMP"), (QStringList{"60", "61", "62", "63"}));
+    QCOMPARE(site.rows("select LGROUP from logs"), QStringList("1"));
 }
 
 void TestLogger::whoIsServed()

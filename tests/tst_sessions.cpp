@@ -26,6 +26,7 @@ private Q_SLOTS:
     void liveEventHidesNoOfflineOne();
     void unfinishedCatchUpIsMadeUpFor();
     void offlineEventWithTakenRowNumber();
+    void replyDeliveredAgainIsStoredOnce();
     void noListEndsTheCatchUp();
     void terminalLeavesDuringCatchUp();
     void silentTerminalsHoldUpNobody();
@@ -191,6 +192,31 @@ void TestSessions::offlineEventWithTakenRowNumber()
     QCOMPARE(m_site->rows("select ID,USER,TIMESTAMP from events order by ID"),
              (QStringList{"3|9|1", "4|7|600", "8|7|601"}));
     QCOMPARE(m_site->rows("select IDX from allevents order by ID"), (QStringList{"4", "8"}));
+}
+
+/// A terminal answers with what it also sent live, with what it brought before, and more than it was asked for.
+void TestSessions::replyDeliveredAgainIsStoredOnce()
+{
+    const char *const logs = R"([{"FTIMESTAMP":1001,"FMESSAGE":"a"},{"FTIMESTAMP":1001,"FMESSAGE":"a"},
+                                 {"FTIMESTAMP":1001,"FMESSAGE":"a","DATA":1}])";
+    const char *const events = R"([{"USER":"7","TIMESTAMP":600,"TID":5,"ACCESS_CODE":"101"},
+                                   {"USER":7,"TIMESTAMP":"601","TID":"5","ACCESS_CODE":"101","NAME":"of the terminal"},
+                                   {"USER":"7","TIMESTAMP":602,"TID":5,"ACCESS_CODE":"101"},
+                                   {"USER":"7","TIMESTAMP":602,"TID":5,"ACCESS_CODE":"101"},
+                                   {"USER":"7","TIMESTAMP":602,"TID":5,"ACCESS_CODE":"102"}])";
+    for (const char *reply : {"null", logs, logs}) {
+        answerLogsWith(reply, events);
+        const QString id = m_site->terminal(5);
+        QVERIFY(m_site->waitForCatchUps());
+        for (int time : {600, 601})
+            m_site->call(id, "logger.event", {{"USER", "7"}, {"TIMESTAMP", time}, {"TID", 5}, {"ACCESS_CODE", "101"}});
+        m_site->leave(id);
+    }
+    QCOMPARE(m_site->rows("select FTIMESTAMP,DATA from logs order by IDX"),
+             (QStringList{R"(1001|{"DATA":null})", R"(1001|{"DATA":null})", R"(1001|{"DATA":1})"}));
+    const QStringList once{"600|101", "601|101", "602|101", "602|101", "602|102"};
+    QCOMPARE(m_site->rows("select TIMESTAMP,ACCESS_CODE from events order by ID"), once);
+    QCOMPARE(m_site->rows("select TIMESTAMP from allevents order by ID").count(), once.count());
 }
 
 void TestSessions::noListEndsTheCatchUp()

@@ -4,18 +4,26 @@
 #include "storage/database.h"
 
 #include <functional>
+#include <vector>
 
-/// The journal `allevents`, in which each attendance event of `events` has a row. What is done here is part of the
-/// caller's transaction.
+/// The attendance events in `events`, each of which has a row in the journal `allevents`. What is done here is part of
+/// the caller's transaction.
 namespace server::logger::EventStore {
 
 /// How the user stands in the statement that reads a stored event back. Deliberate: the live events of the logger have
 /// it quoted, the offline ones of the catch-up bare, so that of the latter only users with plain numbers are found.
 enum class UserText { Quoted, Bare };
 
+/// Whether a live event was delivered before: a row equals it in every column that it brings, and it brings at least
+/// TID, USER, TIMESTAMP and ACCESS_CODE. A row number that it brings counts only while nothing else has taken it.
+storage::Status wasDelivered(DataBase &database, const QAny &event, bool *delivered);
+/// Which events of a terminal's reply are there already, by TID, USER, TIMESTAMP and ACCESS_CODE; one without a TID is
+/// not. To be asked before any of them is inserted: equal events of one reply are all stored.
+storage::Status alreadyStored(DataBase &database, const QAny &events, std::vector<bool> *stored);
+
 /// Inserts the event into `events`; keys that are no columns are left out. An event that brings an ID which is taken
-/// gets a new one, unless it is there already.
-storage::Status insert(DataBase &database, const QAny &event, UserText form);
+/// gets a new one.
+storage::Status insert(DataBase &database, const QAny &event);
 
 /// Fills in the columns of a journal row in which live and offline events differ.
 using Complete = std::function<void(QAny &row, const QAny &stored)>;

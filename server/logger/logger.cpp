@@ -1,11 +1,15 @@
 #include "server/logger/logger.h"
 
+#include "knetrpc/rpccontroller.h"
 #include "server/logger/eventstore.h"
 
 #include <QNetworkInterface>
 
+#include <memory>
+
 using server::logger::LoggedInPeers;
 namespace EventStore = server::logger::EventStore;
+using storage::KeptWrites;
 using storage::Status;
 
 namespace {
@@ -28,6 +32,14 @@ const QString kTimestamp = QStringLiteral("TIMESTAMP");
 int numberOn(const std::function<int(const QString &)> &peers, const QString &connectionId)
 {
     return peers ? peers(connectionId) : -1;
+}
+
+Status addRow(DataBase &database, const QAny &event)
+{
+    return EventStore::addRow(database, event, EventStore::UserText::Quoted, [&event](QAny &row, const QAny &) {
+        row.insert(QStringLiteral("REMARK"), event.lookup(QStringLiteral("ALLEVREMARK")).toString());
+        row.insert(QStringLiteral("TAG"), 0);
+    });
 }
 
 /// Unlike QNetworkInterface::allAddresses() also those of interfaces that are down, so that a server which starts
@@ -53,13 +65,14 @@ Logger::Logger(LoggedInPeers peers, QObject *parent)
 
 Logger::Logger(LoggedInPeers peers, AddressLister addresses, server::process::Clock clock, QObject *parent)
     : QObject(parent), m_peers(std::move(peers)), m_addresses(std::move(addresses)), m_clock(std::move(clock)),
-      m_keptEvents("Logger::event", kMaxKeptEvents)
+      m_keptWrites("Logger::event", kMaxKeptEvents)
 {
+    m_keptWrites.restore(eventWrite);
 }
 
 Logger::~Logger()
 {
-    m_keptEvents.flush();
+    m_keptWrites.flush();
 }
 
 QAny Logger::log(const QString &connectionId, const QAny &params)
@@ -69,12 +82,24 @@ QAny Logger::log(const QString &connectionId, const QAny &params)
     const int terminal = numberOn(peers, connectionId);
     if (terminal < 0 || !params.isHash() || !db())
         return false;
-    const Status written =
-        db()->insertLog(terminal, static_cast<int>(id), params.lookup(QStringLiteral("LLEVEL")).toInt(),
-                        params.lookup(QStringLiteral("LGROUP")).toInt(),
-                        params.lookup(QStringLiteral("FTIMESTAMP")).toString().toLongLong(),
-                        params.lookup(QStringLiteral("FMESSAGE")).toString(), params.lookup(QStringLiteral("DATA")));
-    return bool(written);
+    const storage::LogRow row{terminal,
+                              static_cast<int>(id),
+                              params.lookup(QStringLiteral("LLEVEL")).toInt(),
+                              params.lookup(QStringLiteral("LGROUP")).toInt(),
+                              params.lookup(QStringLiteral("FTIMESTAMP")).toString().toLongLong(),
+                              params.lookup(QStringLiteral("FMESSAGE")).toString(),
+                              params.lookup(QStringLiteral("DATA"))};
+    Write write;
+    write.store = [row](DataBase &database, KeptWrites::Delivery delivery) {
+        bool isThere = false;
+        if (delivery == KeptWrites::Delivery::Again && database.hasLog(row, &isThere).mayPass())
+            return Status(Status::Passing);
+        return isThere ? Status() : database.insertLog(row);
+    };
+    write.name = QStringLiteral("log line of %1 time %2").arg(terminal).arg(row.timestampMs);
+    write.isKept = false; // its sender learns of the failure
+    return answer(connectionId, std::move(write),
+                  [](KeptWrites::Fate fate) { return fate == KeptWrites::Fate::Stored; });
 }
 
 QAny Logger::event(const QString &connectionId, const QAny &params)
@@ -82,32 +107,59 @@ QAny Logger::event(const QString &connectionId, const QAny &params)
     const int terminal = numberOn(m_peers.terminal, connectionId);
     if (terminal < 0)
         return false;
-    const QString time = params.lookup(kTimestamp).toString();
     const bool isOwn = params.lookup(QStringLiteral("TID")).toInteger() == terminal;
-    const auto known = m_peers.noteEvent ? m_peers.noteEvent(terminal, isOwn ? time.toLongLong() : 0) : nullptr;
-    m_keptEvents.submit({[this, params, known](DataBase &database) { return storeEvent(database, params); },
-                         {},
-                         QStringLiteral("user %1 time %2").arg(params.lookup(kUser).toString(), time)});
-    return true;
+    const qint64 time = isOwn ? params.lookup(kTimestamp).toString().toLongLong() : 0;
+    Write write = eventWrite(params);
+    write.told = [known = m_peers.noteEvent ? m_peers.noteEvent(terminal, time) : nullptr](KeptWrites::Fate) {};
+    // Also where it can never be stored: the terminal would only send it again.
+    return answer(connectionId, std::move(write), [](KeptWrites::Fate) { return true; });
 }
 
-Status Logger::storeEvent(DataBase &database, const QAny &params)
+/// What the caller is answered, now or when the fate of the write is known.
+QAny Logger::answer(const QString &connectionId, Write write, bool (*resultOf)(KeptWrites::Fate fate))
 {
-    // Deliberate: where the event can never be stored, the journal step still runs.
-    const Status inserted = EventStore::insert(database, params, EventStore::UserText::Quoted);
-    if (inserted.mayPass() || addAllEvent(params).mayPass())
-        return Status::Passing;
-    return Status::Done;
+    KNet::RpcAnswer later;
+    if (rpcController())
+        later = rpcController()->takeAnswer(this, connectionId, KNet::RpcController::Behind::Together);
+    const bool isLater = bool(later);
+    const auto result = std::make_shared<std::pair<KNet::RpcAnswer, bool>>(std::move(later), false);
+    write.told = [result, resultOf, known = std::move(write.told)](KeptWrites::Fate fate) {
+        result->second = resultOf(fate);
+        result->first.give(result->second);
+    };
+    if (isLater)
+        m_keptWrites.gather(std::move(write));
+    else
+        m_keptWrites.submit(std::move(write));
+    return result->second;
+}
+
+Logger::Write Logger::eventWrite(const QAny &params)
+{
+    Write write;
+    write.store = [params](DataBase &database, KeptWrites::Delivery) -> Status {
+        bool delivered = false;
+        const Status asked = EventStore::wasDelivered(database, params, &delivered);
+        if (asked.mayPass() || delivered)
+            return asked;
+        // Deliberate: where the event can never be stored, the journal step still runs.
+        const Status inserted = EventStore::insert(database, params);
+        if (inserted.mayPass())
+            return inserted;
+        const Status journaled = addRow(database, params);
+        return journaled.mayPass() ? journaled : Status();
+    };
+    write.name =
+        QStringLiteral("user %1 time %2").arg(params.lookup(kUser).toString(), params.lookup(kTimestamp).toString());
+    write.rescued = params;
+    return write;
 }
 
 Status Logger::addAllEvent(const QAny &params)
 {
     if (!db())
         return Status::Passing;
-    return EventStore::addRow(*db(), params, EventStore::UserText::Quoted, [&params](QAny &row, const QAny &) {
-        row.insert(QStringLiteral("REMARK"), params.lookup(QStringLiteral("ALLEVREMARK")).toString());
-        row.insert(QStringLiteral("TAG"), 0);
-    });
+    return addRow(*db(), params);
 }
 
 Status Logger::log(int level, int group, const QString &message, const QAny &data)

@@ -15,7 +15,11 @@
 /// The service "logger": stores the attendance events and log lines that logged-in peers push, and writes the server's
 /// own rows of `logs`. Owned by ServicesStarter, ends before the database; called on the main thread.
 ///
-/// An event that cannot be stored for a passing reason is kept and stored later, at the latest when the logger ends.
+/// Events and log lines of all peers that are there when the event loop comes round share one transaction, and are
+/// answered behind it. A call that did not come through the process's RPC controller is stored at once.
+///
+/// An event that cannot be stored for a passing reason is kept and stored later; what cannot be stored even when the
+/// logger ends is left in the rescue file. An event that is delivered twice is stored once.
 class Logger : public QObject
 {
     Q_OBJECT
@@ -42,8 +46,8 @@ public:
     /// another attempt is worth while.
     storage::Status addAllEvent(const QAny &params);
 
-    /// Events that wait to be stored.
-    storage::KeptWrites &keptEvents() { return m_keptEvents; }
+    /// Events and log lines that wait to be stored.
+    storage::KeptWrites &keptEvents() { return m_keptWrites; }
 
     /// Last octet of the first address in 192.168.0.0/16; 0 when there is none.
     static int lineNumber(const QList<QHostAddress> &addresses);
@@ -56,13 +60,16 @@ public Q_SLOTS:
     QAny event(const QString &connectionId, const QAny &params);
 
 private:
+    using Write = storage::KeptWrites::Write;
+
     int ownLine();
-    storage::Status storeEvent(DataBase &database, const QAny &params);
+    QAny answer(const QString &connectionId, Write write, bool (*resultOf)(storage::KeptWrites::Fate fate));
+    static Write eventWrite(const QAny &params);
 
     server::logger::LoggedInPeers m_peers;
     AddressLister m_addresses;
     server::process::Clock m_clock;
-    storage::KeptWrites m_keptEvents;
+    storage::KeptWrites m_keptWrites;
 };
 
 /// The process's logger; null before start and after stop. Only ServicesStarter (or a test) sets it.

@@ -8,10 +8,11 @@
 
 #include <QDebug>
 
-#include <memory>
+#include <algorithm>
 
 namespace server::reader {
 
+using storage::KeptWrites;
 using storage::Status;
 
 namespace {
@@ -38,6 +39,10 @@ const auto kNobody = QStringLiteral("n.n.");
 
 /// Of a message, in a warning line.
 constexpr int kShownLength = 200;
+
+// In the rescue file.
+const QString kMessages = QStringLiteral("MESSAGES");
+const QString kEvent = QStringLiteral("EVENT");
 
 const QString kUser = QStringLiteral("USER");
 const QString kTimestamp = QStringLiteral("TIMESTAMP");
@@ -71,7 +76,7 @@ QString report(const EkeyTime &times, const EkeyTime::Verdict &verdict, const Ek
 /// The event and its journal row.
 Status storeEvent(DataBase &database, const QAny &event)
 {
-    const Status inserted = logger::EventStore::insert(database, event, logger::EventStore::UserText::Bare);
+    const Status inserted = logger::EventStore::insert(database, event);
     qCDebug(ekeyLog) << "db()->insert(events,event) :" << bool(inserted);
     if (inserted.mayPass())
         return inserted;
@@ -95,6 +100,7 @@ EkeyLineProcessor::EkeyLineProcessor(const EkeySettings &settings, std::function
     : m_settings(settings), m_roomAgain(std::move(roomAgain)), m_today(std::move(clock)), m_time(settings.dateFormat),
       m_kept("EkeyLineProcessor::take", kMaxWaiting + 1)
 {
+    m_kept.restore(restored);
     makeTable();
 }
 
@@ -201,30 +207,68 @@ void EkeyLineProcessor::offer(int terminal, const QAny &employee, const QString 
 void EkeyLineProcessor::submit(std::vector<Outcome> outcomes, qint64 bytes)
 {
     const int count = static_cast<int>(outcomes.size());
-    const auto shown = [](const Outcome &outcome) { return outcome.messages.last().left(kShownLength); };
-    const QString name = QStringLiteral("%1 rows, from %2 to %3")
-                             .arg(QString::number(count), shown(outcomes.front()), shown(outcomes.back()));
     m_waiting += count;
     m_waitingBytes += bytes;
-    // std::function wants to be copied.
-    const auto stored = std::make_shared<const std::vector<Outcome>>(std::move(outcomes));
-    const auto store = [stored](DataBase &database) -> Status {
-        for (const Outcome &outcome : *stored) {
-            for (const QString &message : outcome.messages) {
-                if (::logger() && ::logger()->log(message).mayPass())
-                    return Status::Passing;
-            }
-            if (outcome.event.isHash() && storeEvent(database, outcome.event).mayPass())
-                return Status::Passing;
-        }
-        return Status::Done; // what can never be stored does not undo the rest
-    };
-    const auto ended = [this, count, bytes](Status) {
+    KeptWrites::Write write = writeOf(outcomes);
+    write.told = [this, count, bytes](KeptWrites::Fate fate) {
+        if (fate == KeptWrites::Fate::Kept)
+            return;
         m_waiting -= count;
         m_waitingBytes -= bytes;
         m_roomAgain();
     };
-    m_kept.submit({store, ended, name});
+    m_kept.submit(std::move(write));
+}
+
+KeptWrites::Write EkeyLineProcessor::writeOf(const std::vector<Outcome> &outcomes)
+{
+    const auto shown = [](const Outcome &outcome) {
+        return outcome.messages.isEmpty() ? QString() : outcome.messages.last().left(kShownLength);
+    };
+    KeptWrites::Write write;
+    write.name = QStringLiteral("%1 rows, from %2 to %3")
+                     .arg(QString::number(outcomes.size()), shown(outcomes.front()), shown(outcomes.back()));
+    write.rescued = QAny(QAny::List);
+    for (const Outcome &outcome : outcomes)
+        write.rescued.append({{kMessages, outcome.messages}, {kEvent, outcome.event}});
+    write.store = [outcomes](DataBase &database, KeptWrites::Delivery delivery) -> Status {
+        for (const Outcome &outcome : outcomes) {
+            if (const Status stored = store(database, outcome, delivery); stored.mayPass())
+                return stored;
+        }
+        return Status::Done; // what can never be stored does not undo the rest
+    };
+    return write;
+}
+
+KeptWrites::Write EkeyLineProcessor::restored(const QAny &rescued)
+{
+    std::vector<Outcome> outcomes(static_cast<size_t>(std::max(rescued.count(), 1)));
+    for (int i = 0; i < rescued.count(); ++i) {
+        const QAny &row = rescued.at(i);
+        Outcome &outcome = outcomes[static_cast<size_t>(i)];
+        const QAny &messages = row.lookup(kMessages);
+        for (int line = 0; line < messages.count(); ++line)
+            outcome.messages += messages.at(line).toString();
+        outcome.event = row.lookup(kEvent);
+    }
+    return writeOf(outcomes);
+}
+
+Status EkeyLineProcessor::store(DataBase &database, const Outcome &outcome, KeptWrites::Delivery delivery)
+{
+    bool isThere = false;
+    if (delivery == KeptWrites::Delivery::Again && outcome.event.isHash()) {
+        const Status asked = logger::EventStore::wasDelivered(database, outcome.event, &isThere);
+        if (asked.mayPass() || isThere)
+            return asked;
+    }
+    for (const QString &message : outcome.messages) {
+        const Status logged = ::logger() ? ::logger()->log(message) : Status();
+        if (logged.mayPass())
+            return logged;
+    }
+    return outcome.event.isHash() ? storeEvent(database, outcome.event) : Status();
 }
 
 } // namespace server::reader

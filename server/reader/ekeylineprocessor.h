@@ -48,7 +48,7 @@ public:
     void skip(const QByteArray &line);
     /// Takes entries, the first ones first, and removes them. With `atOnce` it takes all, whatever becomes of them.
     Taken take(Entries *entries, bool atOnce);
-    /// Stores what still waits now, or loses it with a warning line.
+    /// Stores what still waits now, or leaves it in the rescue file.
     void flush() { m_kept.flush(); }
     /// Entries that wait to be stored.
     int waiting() const { return m_waiting; }
@@ -65,6 +65,9 @@ private:
     void makeTable();
     void offer(int terminal, const QAny &employee, const QString &finger) const;
     void submit(std::vector<Outcome> outcomes, qint64 bytes);
+    static storage::KeptWrites::Write writeOf(const std::vector<Outcome> &outcomes);
+    static storage::KeptWrites::Write restored(const QAny &rescued);
+    static storage::Status store(DataBase &database, const Outcome &outcome, storage::KeptWrites::Delivery delivery);
 
     EkeySettings m_settings;
     bool m_hasTable = false;

@@ -2,7 +2,6 @@
 
 #include "qany.h"
 #include "server/sessions/terminalrole.h"
-#include "storage/database.h"
 
 #include <QObject>
 #include <QString>
@@ -33,18 +32,13 @@ private Q_SLOTS:
 private:
     void ask(const QString &method, const QAny &params, const char *member);
     void askEvents();
-    QAny usableRows(const QAny &reply, const char *what) const;
-    storage::Status storeLogs(DataBase &database, const QAny &rows);
-    storage::Status storeEvents(DataBase &database, const QAny &rows) const;
-    void endLogs();
-    QString nameOf(const char *what, const QAny &rows) const;
+    void endLogs(int stored);
 
     TerminalService &m_service;
     const TerminalRole &m_role;
     int m_terminal;
     QString m_connectionId;
     NewestTimes m_timesAtLogin;
-    int m_storedLogs = 0;
 };
 
 } // namespace server::sessions

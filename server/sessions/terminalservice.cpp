@@ -3,6 +3,7 @@
 #include "knetrpc/rpccall.h"
 #include "knetrpc/rpccontroller.h"
 #include "server/sessions/abridged.h"
+#include "server/sessions/catchupreply.h"
 #include "server/sessions/queuedanswer.h"
 #include "server/sessions/terminalcatchup.h"
 #include "server/sessions/updateterminallogsevent.h"
@@ -56,6 +57,7 @@ TerminalService::TerminalService(const TerminalRole &role, KNet::RpcController *
       m_updateTerminalLogs(static_cast<QEvent::Type>(QEvent::registerEventType())),
       m_keptReplies(line("catchUp"), kMaxKeptReplies)
 {
+    m_keptReplies.restore([this](const QAny &rescued) { return writeOf(CatchUpReply(m_role, rescued), {}); });
 }
 
 TerminalService::~TerminalService()
@@ -176,6 +178,28 @@ std::shared_ptr<const NewestTimes> TerminalService::noteAccepted(int terminal, c
     accepted->log = std::max(accepted->log, times.log);
     accepted->event = std::max(accepted->event, times.event);
     return accepted;
+}
+
+storage::KeptWrites::Write TerminalService::writeOf(const CatchUpReply &reply,
+                                                    const std::function<void(int stored)> &ended)
+{
+    using storage::KeptWrites;
+    const auto stored = std::make_shared<int>(0);
+    KeptWrites::Write write;
+    write.store = [reply, stored, known = noteAccepted(reply.terminal(), reply.newest())](
+                      DataBase &database, KeptWrites::Delivery) { return reply.store(database, stored.get()); };
+    write.told = [ended, stored](KeptWrites::Fate fate) {
+        if (ended && fate != KeptWrites::Fate::Kept)
+            ended(*stored);
+    };
+    write.name = reply.name();
+    write.rescued = reply.rescued();
+    return write;
+}
+
+bool TerminalService::keep(const CatchUpReply &reply, const std::function<void(int stored)> &ended)
+{
+    return m_keptReplies.enqueue(writeOf(reply, ended));
 }
 
 QAny TerminalService::callTerminal(int terminal, const QString &method, const QAny &params, int timeoutMs)

@@ -11,6 +11,7 @@
 #include <QSet>
 #include <QString>
 
+#include <functional>
 #include <memory>
 
 namespace KNet {
@@ -18,6 +19,8 @@ class RpcController;
 }
 
 namespace server::sessions {
+
+class CatchUpReply;
 
 /// What the sessions of attendance terminals and of administration clients have in common: the tables that tie a
 /// terminal number to its connection, the login, the catch-up behind it, and the road by which the server calls a
@@ -78,6 +81,10 @@ protected:
 
 private:
     friend class TerminalCatchUp;
+
+    storage::KeptWrites::Write writeOf(const CatchUpReply &reply, const std::function<void(int stored)> &ended);
+    /// Has a reply stored, and tells how many of its rows were, once it has come to that. False when too many wait.
+    bool keep(const CatchUpReply &reply, const std::function<void(int stored)> &ended);
 
     QByteArray line(const char *what) const;
     NewestTimes newestTimes(int terminal) const;
