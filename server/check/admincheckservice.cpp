@@ -89,7 +89,7 @@ QAny AdminCheckService::recalc(const QString &connectionId, const QAny &params)
 {
     // Deliberate: the line names the restart; logs are searched by it.
     begin("AdminCheckService::restartService", connectionId, params);
-    return recalculate(params);
+    return recalculate(connectionId, params);
 }
 
 QAny AdminCheckService::version(const QString &connectionId, const QAny &params)

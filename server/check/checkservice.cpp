@@ -1,14 +1,19 @@
 #include "server/check/checkservice.h"
 
 #include "calc/dialogcalc3.h"
+#include "calc/recalctext.h"
+#include "knetrpc/rpccontroller.h"
 #include "server/check/filetransfer.h"
 #include "server/logger/logger.h"
 #include "server/sessions/abridged.h"
+#include "server/workers/readpool.h"
 #include "storage/database.h"
 
 #include <QCoreApplication>
 #include <QDebug>
 #include <QDir>
+
+#include <memory>
 
 namespace server::check {
 
@@ -20,6 +25,9 @@ const QString kTable = QStringLiteral("TABLE");
 const QString kDir = QStringLiteral("DIR");
 const QString kFileName = QStringLiteral("FNAME");
 const QString kFile = QStringLiteral("FILE");
+
+/// The error of a calculation that would have to wait behind too many others.
+const QString kBusy = QStringLiteral("Too many calculations wait");
 
 } // namespace
 
@@ -62,9 +70,24 @@ QAny CheckService::insertRow(const QAny &params)
     return {{kResult, flag(false)}, {QStringLiteral("TBL"), rows}};
 }
 
-QAny CheckService::recalculate(const QAny &params)
+QAny CheckService::recalculate(const QString &connectionId, const QAny &params)
 {
-    return db() ? DialogCalc3(*db()).recalc(params.deepCopy()) : QAny();
+    if (!db())
+        return {};
+    workers::ReadPool *pool = workers::readPool();
+    KNet::RpcAnswer taken;
+    if (pool && rpcController())
+        taken = rpcController()->takeAnswer(this, connectionId);
+    if (!taken)
+        return DialogCalc3(*db()).recalc(params.deepCopy());
+    const auto answer = std::make_shared<KNet::RpcAnswer>(std::move(taken));
+    const auto size = calc::isSmallRecalc(params) ? workers::ReadPool::Size::Small : workers::ReadPool::Size::Large;
+    const bool isTaken = pool->submit(
+        size, connectionId, [request = params.deepCopy()](calc::Crew &crew) { return calc::recalcText(crew, request); },
+        [answer](workers::Text text) { answer->giveText(std::move(text)); });
+    if (!isTaken)
+        answer->giveError(KNet::InvokeError, kBusy);
+    return {};
 }
 
 QAny CheckService::storeFile(const QAny &params, qint64 *size)

@@ -39,7 +39,8 @@ protected:
     static QAny query(const QAny &params);
     static bool execute(const QAny &params);
     static QAny insertRow(const QAny &params);
-    static QAny recalculate(const QAny &params);
+    /// Leaves the answer to a worker thread where there are some and the call came through the RPC controller.
+    QAny recalculate(const QString &connectionId, const QAny &params);
 
     /// Decodes "FILE" into the folder "DIR" below the program's own. Tells the decoded size.
     static QAny storeFile(const QAny &params, qint64 *size = nullptr);

@@ -103,7 +103,7 @@ QAny TerminalCheckService::timeSync(const QString &connectionId, const QAny &par
 QAny TerminalCheckService::recalc(const QString &connectionId, const QAny &params)
 {
     begin("TerminalCheckService::recalc", connectionId, params);
-    return recalculate(params);
+    return recalculate(connectionId, params);
 }
 
 QAny TerminalCheckService::krneki(const QString &connectionId, const QAny &params)

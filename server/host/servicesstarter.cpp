@@ -10,13 +10,21 @@
 #include "server/sessions/mainterminalservice.h"
 #include "server/sessions/sessionpeers.h"
 #include "server/web/echoserver.h"
+#include "server/workers/filereaders.h"
+#include "server/workers/readpool.h"
 #include "storage/database.h"
+#include "storage/rescue.h"
 
 #include <QCoreApplication>
 #include <QDebug>
 #include <QTimer>
 
+#include <memory>
 #include <utility>
+
+using server::workers::ReadPool;
+using server::workers::readPool;
+using server::workers::setReadPool;
 
 namespace {
 
@@ -48,6 +56,18 @@ KNet::RpcController *createController()
         qWarning() << "ServicesStarter::start can't listen on TCP port" << ServicesStarter::kRpcPort
                    << controller->errorString();
     return controller;
+}
+
+/// Its workers open the file anew when the main thread has.
+ReadPool *createReadPool()
+{
+    const auto generation = [] {
+        db()->look();
+        return db()->generation();
+    };
+    auto *pool = new ReadPool(std::make_unique<server::workers::FileReaders>(db()->filePath()), generation);
+    QObject::connect(rpcController(), &KNet::RpcController::disconnected, pool, &ReadPool::cancel);
+    return pool;
 }
 
 EkeyEventHandler *createEkeyEventHandler()
@@ -101,13 +121,16 @@ void ServicesStarter::start()
         return;
     setRpcController(createController());
     setDb(new DataBase);
+    storage::setRescue(new storage::Rescue(db()->filePath()));
     setLogger(new Logger(server::sessions::sessionPeers()));
     setMainTerminalService(new MainTerminalService(rpcController()));
     setAdminTerminalService(new AdminTerminalService(rpcController()));
     setTerminalCheckService(new TerminalCheckService);
     setAdminCheckService(new AdminCheckService);
     theEkeyEventHandler = createEkeyEventHandler();
+    setReadPool(createReadPool());
     theWebServer = new EchoServer(server::host::Configuration::webPort());
+    theWebServer->setReadPool(readPool());
     registerServices(*rpcController());
     logger()->log(QStringLiteral("Started"));
 }
@@ -142,8 +165,10 @@ void ServicesStarter::resume()
 
 void ServicesStarter::tearDown()
 {
+    readPool()->stop();
     // Its last lines need the database, the logger and the sessions.
     const bool isTrackerEnded = theEkeyEventHandler->finish();
+    logger()->keptEvents().finishTurn(); // while who sent them can be answered
     logger()->log(QStringLiteral("Finished"));
     rpcController()->close();
     mainTerminalService()->disconnectAll();
@@ -152,7 +177,9 @@ void ServicesStarter::tearDown()
     destroy(adminTerminalService, setAdminTerminalService);
     destroy(adminCheckService, setAdminCheckService);
     destroy(terminalCheckService, setTerminalCheckService);
+    destroy(readPool, setReadPool);
     destroy(logger, setLogger);
+    destroy(storage::rescue, storage::setRescue);
     destroy(db, setDb);
     destroy(rpcController, setRpcController);
     if (isTrackerEnded)

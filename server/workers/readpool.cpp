@@ -8,6 +8,12 @@
 
 namespace server::workers {
 
+namespace {
+
+ReadPool *thePool = nullptr;
+
+} // namespace
+
 /// The pool's own thread alone uses it, but for the queue and what the workers are given.
 class ReadPool::Private
 {
@@ -111,6 +117,16 @@ void ReadPool::handOut()
         d->submitted.erase(one);
         ended(std::move(finished.text));
     }
+}
+
+ReadPool *readPool()
+{
+    return thePool;
+}
+
+void setReadPool(ReadPool *pool)
+{
+    thePool = pool;
 }
 
 } // namespace server::workers

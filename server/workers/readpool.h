@@ -84,4 +84,8 @@ private:
     std::unique_ptr<Private> d;
 };
 
+/// The process's pool; null before start and after stop. Only ServicesStarter (or a test) sets it.
+ReadPool *readPool();
+void setReadPool(ReadPool *pool);
+
 } // namespace server::workers
