@@ -263,6 +263,15 @@ void TestRpcAnswers::thousand()
         site.later->give(key);
     }
     QTRY_COMPARE(peer->messages.size(), kCalls);
+    // Those that waited keep nobody else waiting.
+    const auto other = site.peer();
+    peer->write(call("wait a") + burst.replace("wait", "now"));
+    QTRY_COMPARE(site.later->kept.size(), 1U);
+    site.calls.clear();
+    site.later->give("a");
+    QCOMPARE(other->ask(kPing), canonical(kPong));
+    QVERIFY2(site.calls.size() <= 8 * RpcLimits().maxMessagesPerTurn, QByteArray::number(site.calls.size()));
+    QTRY_COMPARE(site.calls.size(), kCalls);
 }
 
 /// Beyond the bound of what waits nothing more is read, and no time runs.

@@ -71,6 +71,7 @@ private Q_SLOTS:
     void unread_data();
     void unread();
     void closeBehindAnswers();
+    void goneWhileUnderWay();
 };
 
 void TestRpcOutput::inPieces()
@@ -198,6 +199,25 @@ void TestRpcOutput::closeBehindAnswers()
     QVERIFY2(elapsed.elapsed() > 2 * limits.closeGraceMs, "not slow enough to tell");
     QVERIFY(peer->waitClosed());
     QTRY_COMPARE(site.gone, QStringList(peer->connectionId));
+}
+
+void TestRpcOutput::goneWhileUnderWay()
+{
+    const Deed deeds[] = {[](LargeSite &, RpcPeer &peer) { peer.socket->abort(); },
+                          [](LargeSite &site, RpcPeer &peer) { site.controller->abortConnection(peer.connectionId); },
+                          [](LargeSite &site, RpcPeer &) { site.controller.reset(); }};
+    for (const Deed &deed : deeds) {
+        LargeSite site({}, 150);
+        const auto peer = site.peer();
+        peer->stopReading();
+        peer->write(kRun);
+        QTRY_VERIFY(site.controller->bytesToWrite(peer->connectionId) > 0);
+        deed(site, *peer);
+        if (!site.controller)
+            continue;
+        QTRY_COMPARE(site.gone, QStringList(peer->connectionId));
+        QVERIFY(site.isServing());
+    }
 }
 
 QTEST_GUILESS_MAIN(TestRpcOutput)

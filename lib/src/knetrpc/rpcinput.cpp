@@ -63,6 +63,8 @@ bool RpcInput::hasMore() const
 
 void RpcInput::keep()
 {
+    if (m_socket->bytesAvailable() == 0)
+        return;
     m_bytes = m_bytes.mid(m_fed) + m_socket->readAll();
     m_fed = 0;
 }
