@@ -64,8 +64,8 @@ public:
 
     using Behind = RpcBehind;
     /// Takes away the answer of the call that the service's slot is being called for, to be given later: what the slot
-    /// returns then is not used. Once at most, and only before the slot runs an event loop in which others take
-    /// theirs. Invalid when this object did not call the slot: a direct invocation returns its value. So
+    /// returns then is not used. Once at most. Invalid when this object did not call the slot: a direct invocation
+    /// returns its value. So
     ///
     ///     if (RpcAnswer answer = controller->takeAnswer(this, connectionId)) {
     ///         …keep the answer…
@@ -74,9 +74,13 @@ public:
     ///     return …
     ///
     /// The answers of a connection leave in the order of its calls. Meanwhile its further calls wait (Behind says
-    /// which); answers of the peer, pings and pongs are handled at once, and so are all other connections. When the
-    /// peer goes, its waiting calls are still dispatched, before disconnected(): at once behind answers taken to Wait,
-    /// and behind those taken Together as soon as they have been given, or after RpcLimits::closeGraceMs.
+    /// which); answers of the peer, pings and pongs are handled at once, and so are all other connections. A slot that
+    /// runs an event loop first lets later calls overtake this one. A slot that calls another one of its own service
+    /// for the same connection hands its answer on.
+    ///
+    /// When the peer goes, its waiting calls are still dispatched, before disconnected(): at once behind answers taken
+    /// to Wait, behind those taken Together when they have been given, or after RpcLimits::closeGraceMs. When we close
+    /// the connection they are dropped.
     RpcAnswer takeAnswer(const QObject *service, const QString &connectionId, Behind behind = Behind::Wait);
 
     /// Of an unknown connection: nothing happens, or the empty value.

@@ -121,13 +121,9 @@ bool RpcOutput::noteTaken()
     if (!m_isLarge)
         return false;
     m_lastTaken.start();
+    m_isTail = queuedBytes() == 0;
+    m_isLarge = !m_isTail;
     return true;
-}
-
-void RpcOutput::noteHeard()
-{
-    if (m_isLarge)
-        m_isLarge = queuedBytes() > 0;
 }
 
 } // namespace KNet

@@ -42,11 +42,11 @@ public:
     /// Whether answers are under way that the socket does not take at once, and the peer has taken some of it within
     /// that time, in ms. The system may still have the last of it when everything has left, until the peer is heard
     /// again.
-    bool isTaken(int withinMs) const { return m_isLarge && m_lastTaken.elapsed() < withinMs; }
+    bool isTaken(int withinMs) const { return (m_isLarge || m_isTail) && m_lastTaken.elapsed() < withinMs; }
     /// To be called when the system has taken something; whether it was of so much.
     bool noteTaken();
     /// To be called when a message of the peer has come.
-    void noteHeard();
+    void noteHeard() { m_isTail = false; }
 
 private:
     struct Run {
@@ -65,7 +65,8 @@ private:
     qint64 m_pieceBytes = 0;                   // in all of them, not yet with the socket
     std::deque<Run> m_runs;                    // of what has not been seen to be taken
     std::array<qint64, Ping + 1> m_runBytes{}; // in them
-    bool m_isLarge = false;
+    bool m_isLarge = false;                    // answers are under way that the socket did not take at once
+    bool m_isTail = false;                     // they have left, and the peer has not been heard since
     QElapsedTimer m_lastTaken;
 };
 

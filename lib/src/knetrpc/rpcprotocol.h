@@ -31,8 +31,8 @@ struct RpcLimits {
     qint64 maxMessageBytes = 256 * 1024 * 1024;
     /// So is one that sends a message of more values: a small value costs thirty times its text.
     qint64 maxMessageValues = 8 * 1024 * 1024;
-    /// A peer that has left more than this unread when another message is due is disconnected; a single message may be
-    /// larger.
+    /// A peer that has left more than this unread of answers, pongs included, when another one is due is disconnected,
+    /// and so is one that has left so much unread of our calls when another one is due. One of them may be larger.
     qint64 maxUnreadBytes = 256 * 1024 * 1024;
     /// While calls of more than this wait behind answers that are given later, nothing more is read from the
     /// connection; a value counts 32 bytes at least.
@@ -41,9 +41,11 @@ struct RpcLimits {
     int maxMessagesPerTurn = 64;
     /// And how long, before no further message is begun.
     int maxTurnMs = 50;
-    /// A closing connection that has not gone by then is aborted.
+    /// A closing connection that has not gone by then is aborted, unless the peer still takes what was answered before.
+    /// How long the last calls of a peer that has gone wait at most.
     int closeGraceMs = 5000;
-    /// A connection without a complete message for that long is closed; 0 means never. For new connections.
+    /// A connection without a complete message for that long, whose peer takes no large answer either, is closed; 0
+    /// means never. For new connections.
     int activityTimeoutMs = 300000;
 };
 
