@@ -281,13 +281,13 @@ void TestRpcAnswers::resting()
     const QByteArray filler(10000, 'x');
     RpcLimits limits;
     limits.maxWaitingBytes = 500'000;
-    limits.activityTimeoutMs = 900;
+    limits.activityTimeoutMs = 2000;
     LaterSite site(limits);
     const auto peer = site.peer();
     QByteArray ours;
     peer->onCall = [&](const QAny &message) { ours = message.lookup("id").toJsonUtf8(); };
     AnswerList heard;
-    for (const int timeout : {700, 700})
+    for (const int timeout : {1500, 1500})
         KNet::RpcCall(site.controller.get())
             .call(peer->connectionId, "far.ask", 1, &heard, SLOT(onAnswer(QString, QAny)), timeout);
     QTRY_VERIFY(!ours.isEmpty());
@@ -297,7 +297,7 @@ void TestRpcAnswers::resting()
     peer->socket->write(burst + resultText("5", ours) + kPing);
     QTest::qWait(500);
     const qint64 left = peer->socket->bytesToWrite();
-    QTest::qWait(700);
+    QTest::qWait(1800);
     QVERIFY(left > 0 && peer->socket->bytesToWrite() == left);
     QVERIFY(site.other->counted == 0 && heard.answers.isEmpty() && site.gone.isEmpty());
     site.later->give("a");

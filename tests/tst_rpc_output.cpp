@@ -10,7 +10,6 @@
 #include <memory>
 #include <vector>
 
-using KNet::RpcAnswer;
 using KNet::RpcController;
 using KNet::RpcLimits;
 
@@ -23,7 +22,7 @@ std::vector<QByteArray> largeText(int pieces)
 {
     std::vector<QByteArray> text(static_cast<size_t>(pieces), QByteArray(kPieceBytes, 'x'));
     text.front() = "\"";
-    text.push_back("\"");
+    text.emplace_back("\"");
     return text;
 }
 
