@@ -2,29 +2,20 @@
 // of very different size.
 
 #include "alternating.h"
-#include "calc/crew.h"
 #include "calc/dialogcalc3.h"
-#include "calc/recalctext.h"
-#include "qany.h"
+#include "calcyear.h"
+#include "company.h"
 #include "server/web/webmetods.h"
-#include "server/workers/filereaders.h"
-#include "server/workers/readpool.h"
-#include "storage/database.h"
-#include "storage/readconnection.h"
-#include "tools/demodata/democompany.h"
 
 #include <benchmark/benchmark.h>
 
 #include <QCoreApplication>
-#include <QEventLoop>
 #include <QFile>
 #include <QSqlQuery>
 #include <QSqlRecord>
 #include <QTemporaryDir>
 
 #include <cstdio>
-#include <cstring>
-#include <memory>
 
 namespace {
 
@@ -37,41 +28,6 @@ constexpr double kMinPunches = 4.0; ///< per workday of an employee
 constexpr size_t kRounds = 7;
 constexpr size_t kYearRounds = 3;
 constexpr size_t kManyRounds = 201; ///< for what takes a millisecond or two
-
-const QDate kMonthStart(2026, 1, 1);
-const QDate kMonthEnd(2026, 1, 31);
-const QDate kToday(2026, 3, 1);
-
-/// A generated company in a file of its own. One at a time is open, on the default connection.
-class Company
-{
-public:
-    Company(const QTemporaryDir &folder, int employees, int months)
-        : m_file(folder.filePath(QStringLiteral("%1x%2.db").arg(employees).arg(months)))
-    {
-        DataBase database(m_file);
-        DemoOptions options;
-        options.employees = employees;
-        options.start = kMonthEnd.addDays(1).addMonths(-months);
-        options.end = kMonthEnd;
-        const QString fault = generateDemoCompany(database, options);
-        if (!fault.isEmpty())
-            qFatal("%s", qPrintable(fault));
-    }
-
-    std::unique_ptr<DataBase> open() const { return std::make_unique<DataBase>(m_file); }
-    const QString &file() const { return m_file; }
-
-private:
-    QString m_file;
-};
-
-QAny requestSince(const QDate &start)
-{
-    const QString form = QStringLiteral("d.M.yyyy");
-    return QAny{{QStringLiteral("STARTDATE"), start.toString(form)},
-                {QStringLiteral("ENDDATE"), kMonthEnd.toString(form)}};
-}
 
 /// Calculates and packs the period up to the month's end; the release of the result is part of it.
 void calculateMonth(DataBase &database, const QDate &start = kMonthStart)
@@ -234,59 +190,6 @@ bool compareWebMonth(const QTemporaryDir &folder)
     std::printf("getWTime of one employee and month: %.2f ms in 10 x 1, %.2f ms in 1,000 x 24: %.2fx (limit %.1fx)\n",
                 small * 1e3, large * 1e3, large / small, kWebLimit);
     return large / small <= kWebLimit;
-}
-
-using server::workers::ReadPool;
-using server::workers::Text;
-
-/// The text of the year by one thread.
-Text textOfOne(const QString &file, const QAny &request)
-{
-    storage::ReadConnection reader(file);
-    reader.beginRead();
-    calc::CrewOfOne crew(reader);
-    return calc::recalcText(crew, request, kToday);
-}
-
-/// The same by the workers of a pool.
-Text textOfPool(ReadPool &pool, const QAny &request)
-{
-    Text text;
-    QEventLoop loop;
-    const bool taken = pool.submit(
-        ReadPool::Size::Large, QString(),
-        [request = request.deepCopy()](calc::Crew &crew) { return calc::recalcText(crew, request, kToday); },
-        [&](Text pieces) {
-            text = std::move(pieces);
-            loop.quit();
-        });
-    if (!taken)
-        qFatal("not taken");
-    loop.exec();
-    return text;
-}
-
-/// Whether both are one text, however it is cut, but for the time that the last piece tells.
-bool isSameText(Text left, Text right)
-{
-    left.pop_back();
-    right.pop_back();
-    size_t i = 0;
-    size_t k = 0;
-    int atLeft = 0;
-    int atRight = 0;
-    while (i < left.size() && k < right.size()) {
-        const int length = std::min(left[i].size() - atLeft, right[k].size() - atRight);
-        if (memcmp(left[i].constData() + atLeft, right[k].constData() + atRight, static_cast<size_t>(length)) != 0)
-            return false;
-        atLeft += length;
-        atRight += length;
-        if (atLeft == left[i].size())
-            atLeft = (++i, 0);
-        if (atRight == right[k].size())
-            atRight = (++k, 0);
-    }
-    return i == left.size() && k == right.size();
 }
 
 /// A company's year on two threads and on one.

@@ -50,6 +50,8 @@ void Calc21::read(input::CalcReader &reader)
         const auto share = static_cast<size_t>(number);
         rows[share] = reader.readEvents(database, shares[share]);
     });
+    if (m_crew.isCancelled())
+        return; // what was not read is no fault
     reader.finish(m_crew.reader(), std::accumulate(rows.begin(), rows.end(), 0));
     m_crew.endReading();
 }
