@@ -32,6 +32,7 @@ inline std::vector<double> alternatingMediansOf(const std::vector<std::function<
 inline std::vector<double> alternatingMedians(const std::vector<std::function<void()>> &sides, size_t rounds)
 {
     std::vector<std::function<double()>> timed;
+    timed.reserve(sides.size());
     for (const std::function<void()> &side : sides) {
         timed.emplace_back([side] {
             const auto start = std::chrono::steady_clock::now();

@@ -1,7 +1,6 @@
 #include "calc/calc21.h"
 
 #include "calc/input/calcreader.h"
-#include "calc/output/records.h"
 #include "calc/rules/calculation.h"
 
 #include <QDebug>
@@ -28,8 +27,7 @@ const rules::CalcResult &Calc21::calculate(const QAny &request)
     read(reader);
     qDebug() << "Calc21::calcAll readAllEvents OUT";
     input::CalcRead &read = reader.result();
-    m_employees = read.isFatal ? QAny(QAny::List) : read.employees;
-    m_assignments = read.isFatal ? QAny(QAny::List) : read.assignments;
+    m_rows = read.isFatal ? output::ReadRows() : output::ReadRows{read.employees, read.assignments};
     m_result.errors = std::move(read.errors);
     if (read.isFatal)
         m_result.inputs.settings = read.inputs.settings;
@@ -76,5 +74,5 @@ QAny Calc21::calcAll(const QAny &request)
 
 QAny Calc21::packed(const QAny &records) const
 {
-    return QAny{{QStringLiteral("CALC21"), output::clientForm(m_result, records, m_employees, m_assignments)}};
+    return QAny{{QStringLiteral("CALC21"), output::clientForm(m_result, records, m_rows)}};
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "calc/crew.h"
+#include "calc/output/records.h"
 #include "calc/rules/calcresult.h"
 #include "calc/rules/share.h"
 #include "qany.h"
@@ -43,6 +44,9 @@ public:
     /// schedules and shift assignments. The pairs are those of the records, which are handed in.
     QAny packed(const QAny &records) const;
 
+    /// What packed() takes along as it was read.
+    const calc::output::ReadRows &rows() const { return m_rows; }
+
 private:
     void read(calc::input::CalcReader &reader);
     void applyRules(calc::input::CalcReader &reader);
@@ -52,6 +56,5 @@ private:
     QDate m_today;
     calc::rules::CalcResult m_result;
     std::vector<calc::rules::Share> m_shares;
-    QAny m_employees{QAny::List};
-    QAny m_assignments{QAny::List};
+    calc::output::ReadRows m_rows;
 };

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <QtGlobal>
+
 #include <functional>
 
 namespace storage {
@@ -37,8 +39,9 @@ public:
 
 protected:
     Crew() = default;
-    Crew(const Crew &) = delete;
-    Crew &operator=(const Crew &) = delete;
+
+private:
+    Q_DISABLE_COPY(Crew)
 };
 
 /// A crew of the calling thread alone. The reader is not owned and must outlive it.

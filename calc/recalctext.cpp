@@ -64,20 +64,15 @@ private:
     std::vector<QByteArray> m_pieces;
 };
 
-/// What is asked for beside records and tables; made by the leader alone.
-QByteArray extraMembers(const Calc21 &calculation, const rules::CalcResult &result, const QAny &request)
+void addClientForm(Pieces &pieces, const output::ReadRows &rows)
 {
-    QByteArray members;
-    if (isOn(request, "EXPLAIN"))
-        members += "\"EXPLAIN\":" + output::explanationOf(result).toJsonUtf8() + ',';
-    if (isOn(request, "CALC21")) {
-        QAny entries(QAny::List);
-        for (size_t i = 0; i < result.employees.size(); ++i)
-            entries.append(QAny{{QStringLiteral("PAIRS"), output::pairRecords(result, i)}});
-        const QAny form = calculation.packed(QAny{{QStringLiteral("CALC"), entries}});
-        members += "\"CALC21\":" + form.lookup(QStringLiteral("CALC21")).toJsonUtf8() + ',';
-    }
-    return members;
+    pieces.add("\"CALC21\":{\"PAIRS\":");
+    pieces.addList(ListName::ClientPairs);
+    pieces.add(",\"EMPLO\":");
+    pieces.addList(ListName::ClientEmployees);
+    pieces.add(",\"DATA\":");
+    pieces.addList(ListName::ClientEvents);
+    pieces.add(",\"PRERAZ\":" + rows.assignments.toJsonUtf8() + "},");
 }
 
 /// The last row of the sum table, where there is one, with a comma in front.
@@ -90,14 +85,15 @@ QByteArray sumTotal(const rules::CalcResult &result)
 }
 
 /// Every share on the member that comes to it; of a cancelled calculation the rest is missing.
-std::vector<ShareTexts> shareTexts(Crew &crew, const std::vector<rules::Share> &shares, rules::CalcResult &result)
+std::vector<ShareTexts> shareTexts(Crew &crew, const std::vector<rules::Share> &shares, rules::CalcResult &result,
+                                   const output::ReadRows *rows)
 {
     std::vector<ShareTexts> texts(shares.size());
     std::vector<std::unique_ptr<output::ShareWriter>> writers(static_cast<size_t>(crew.size()));
     crew.run(static_cast<int>(shares.size()), [&](int number, int member) {
         auto &writer = writers[static_cast<size_t>(member)];
         if (!writer)
-            writer = std::make_unique<output::ShareWriter>(result);
+            writer = std::make_unique<output::ShareWriter>(result, rows);
         texts[static_cast<size_t>(number)] = writer->take(shares[static_cast<size_t>(number)]);
     });
     return texts;
@@ -160,15 +156,19 @@ std::vector<QByteArray> recalcText(Crew &crew, const QAny &request, QDate today)
     const rules::CalcResult &calculated = calculation.calculate(request);
     if (crew.isCancelled())
         return {};
-    const QByteArray extra = extraMembers(calculation, calculated, request);
+    QByteArray begin = "{";
+    if (isOn(request, "EXPLAIN"))
+        begin += "\"EXPLAIN\":" + output::explanationOf(calculated).toJsonUtf8() + ',';
     const QByteArray total = sumTotal(calculated);
-    const std::vector<rules::Share> shares = calculation.shares();
+    const bool wantsClientForm = isOn(request, "CALC21");
     rules::CalcResult result = calculation.takeResult();
     traceTables();
-    Pieces pieces(shareTexts(crew, shares, result));
+    Pieces pieces(shareTexts(crew, calculation.shares(), result, wantsClientForm ? &calculation.rows() : nullptr));
     if (crew.isCancelled())
         return {};
-    pieces.add('{' + extra);
+    pieces.add(begin);
+    if (wantsClientForm)
+        addClientForm(pieces, calculation.rows());
     addRecords(pieces, result);
     addTables(pieces, result, dayHeader, total);
     pieces.add("\"TIME\":" + QByteArray::number(timer.elapsed()) + '}');

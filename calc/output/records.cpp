@@ -130,30 +130,33 @@ QAny pairRecords(const CalcResult &result, size_t employee)
     return EmployeeRecords(result, employee).pairs();
 }
 
-QAny clientForm(const CalcResult &result, const QAny &records, const QAny &employees, const QAny &assignments)
+void addClientRows(const CalcResult &result, size_t employee, const QAny &pairs, const ReadRows &rows,
+                   ClientLists &lists)
 {
-    QAny pairs(QAny::List);
-    QAny events(QAny::List);
-    QAny rows(QAny::List);
-    const QAny &calc = records.lookup(QStringLiteral("CALC"));
-    for (size_t i = 0; i < result.employees.size(); ++i) {
-        const QAny &own = calc.at(static_cast<int>(i)).lookup(QStringLiteral("PAIRS"));
-        for (int k = 0; k < own.count(); ++k)
-            pairs.append(own.at(k));
-        const EmployeeRecords maker(result, i);
-        for (const Event &event : result.inputs.employees[i].events) {
-            if (!event.isDoubled)
-                events.append(maker.eventRecord(event));
-        }
-        QAny assigned(QAny::List);
-        for (const int row : result.inputs.employees[i].assignments)
-            assigned.append(assignments.at(row));
-        rows.append(withAssignments(employees.at(static_cast<int>(i)), assigned));
+    for (int i = 0; i < pairs.count(); ++i)
+        lists.pairs.append(pairs.at(i));
+    const rules::Employee &person = result.inputs.employees[employee];
+    const EmployeeRecords maker(result, employee);
+    for (const Event &event : person.events) {
+        if (!event.isDoubled)
+            lists.events.append(maker.eventRecord(event));
     }
-    return {{QStringLiteral("PAIRS"), pairs},
-            {QStringLiteral("EMPLO"), rows},
-            {QStringLiteral("DATA"), events},
-            {QStringLiteral("PRERAZ"), assignments}};
+    QAny assigned(QAny::List);
+    for (const int row : person.assignments)
+        assigned.append(rows.assignments.at(row));
+    lists.employees.append(withAssignments(rows.employees.at(static_cast<int>(employee)), assigned));
+}
+
+QAny clientForm(const CalcResult &result, const QAny &records, const ReadRows &rows)
+{
+    ClientLists lists;
+    const QAny &calc = records.lookup(QStringLiteral("CALC"));
+    for (size_t i = 0; i < result.employees.size(); ++i)
+        addClientRows(result, i, calc.at(static_cast<int>(i)).lookup(QStringLiteral("PAIRS")), rows, lists);
+    return {{QStringLiteral("PAIRS"), lists.pairs},
+            {QStringLiteral("EMPLO"), lists.employees},
+            {QStringLiteral("DATA"), lists.events},
+            {QStringLiteral("PRERAZ"), rows.assignments}};
 }
 
 } // namespace calc::output

@@ -19,8 +19,23 @@ QAny errorRecords(const rules::CalcErrors &errors);
 /// The pairs of one employee, by position in the result: records of their own that nobody shares.
 QAny pairRecords(const rules::CalcResult &result, size_t employee);
 
-/// The form that clients get on request: {PAIRS, EMPLO, DATA, PRERAZ}. PAIRS are those of the records, DATA the events;
-/// the rows of employees and assignments are handed in as they were read.
-QAny clientForm(const rules::CalcResult &result, const QAny &records, const QAny &employees, const QAny &assignments);
+/// Rows as they were read; empty unless the form for clients is wanted.
+struct ReadRows {
+    QAny employees{QAny::List}; ///< in the order of the result
+    QAny assignments{QAny::List};
+};
+
+/// The lists of the form that clients get on request.
+struct ClientLists {
+    QAny pairs{QAny::List};
+    QAny employees{QAny::List}; ///< with their assignments
+    QAny events{QAny::List};
+};
+
+/// Adds what an employee, by position in the result, has of the form. The pairs are those of its records.
+void addClientRows(const rules::CalcResult &result, size_t employee, const QAny &pairs, const ReadRows &rows,
+                   ClientLists &lists);
+/// The form: {PAIRS, EMPLO, DATA, PRERAZ}. PAIRS are those of the records, DATA the events.
+QAny clientForm(const rules::CalcResult &result, const QAny &records, const ReadRows &rows);
 
 } // namespace calc::output

@@ -1,7 +1,6 @@
 #include "calc/output/sharetexts.h"
 
 #include "calc/output/employeerecords.h"
-#include "calc/output/records.h"
 #include "calc/output/tables.h"
 #include "jsontext.h"
 
@@ -29,13 +28,19 @@ class ShareWriter::Lists
 public:
     JsonText &of(ListName name) { return m_texts[static_cast<size_t>(name)]; }
 
-    void addRecords(const EmployeeRecords &records, const QAny &noRemarks)
+    void addRecords(const EmployeeRecords &records, const EmployeeLists &lists)
     {
-        const EmployeeLists lists = records.lists(noRemarks);
         addEntries(records, lists);
         addDays(lists);
         of(ListName::CalcSum).add(kComma);
         of(ListName::CalcSum).add(records.sum());
+    }
+
+    void addClientLists(const ClientLists &lists)
+    {
+        addElements(lists.pairs, of(ListName::ClientPairs));
+        addElements(lists.employees, of(ListName::ClientEmployees));
+        addElements(lists.events, of(ListName::ClientEvents));
     }
 
     /// The rows of one table of an employee, which are no more needed then.
@@ -81,7 +86,22 @@ private:
     std::array<JsonText, static_cast<size_t>(ListName::Count)> m_texts;
 };
 
-ShareWriter::ShareWriter(CalcResult &result) : m_result(result), m_cells(cellsOf(result)) {}
+ShareWriter::ShareWriter(CalcResult &result, const ReadRows *rows)
+    : m_result(result), m_rows(rows), m_cells(cellsOf(result))
+{
+}
+
+void ShareWriter::writeRecords(size_t employee, Lists &lists) const
+{
+    const EmployeeRecords records(m_result, employee);
+    const EmployeeLists made = records.lists(m_noRemarks);
+    lists.addRecords(records, made);
+    if (!m_rows)
+        return;
+    ClientLists client;
+    addClientRows(m_result, employee, made.pairs, *m_rows, client);
+    lists.addClientLists(client);
+}
 
 ShareTexts ShareWriter::take(rules::Share share)
 {
@@ -90,7 +110,7 @@ ShareTexts ShareWriter::take(rules::Share share)
     for (size_t name = 0; name < count; ++name)
         lists.of(static_cast<ListName>(name)).reserve(m_sizes[name] + m_sizes[name] / 4); // shares are alike
     for (size_t i = share.first; i < share.end; ++i) {
-        lists.addRecords(EmployeeRecords(m_result, i), m_noRemarks);
+        writeRecords(i, lists);
         lists.addRows(ListName::PairRows, [&](QAny &rows) { addPairRows(m_result, i, m_cells, rows); });
         lists.addRows(ListName::DayRows, [&](QAny &rows) { addDayRows(m_result, i, m_cells, rows); });
         lists.addRows(ListName::SumRows, [&](QAny &rows) { addSumRow(m_result, i, m_cells, rows); });
