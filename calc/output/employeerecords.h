@@ -32,11 +32,11 @@ public:
     /// The row of CALCsum.
     QAny sum() const;
     /// The row of CALCorg.
-    QAny entry(const QAny &pairs) const;
+    QAny entry(const QAny &pairList) const;
     /// What the row of CALC has behind that.
     QAny judgedPart(const QAny &days) const;
     /// The row of CALC.
-    QAny judgedEntry(const QAny &pairs, const QAny &days) const;
+    QAny judgedEntry(const QAny &pairList, const QAny &days) const;
     QAny eventRecord(const rules::Event &event) const;
 
 private:
