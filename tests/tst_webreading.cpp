@@ -1,4 +1,5 @@
 #include "server/web/echoserver.h"
+#include "server/workers/filereaders.h"
 #include "server/workers/readpool.h"
 #include "storage/database.h"
 #include "webclient.h"
@@ -38,6 +39,7 @@ private Q_SLOTS:
     void serverGoes_data();
     void serverGoes();
     void noRoom();
+    void fromTheFile();
 
 private:
     using Texts = QList<QList<QVariant>>;
@@ -177,6 +179,30 @@ void TestWebReading::noRoom()
              QStringLiteral(R"({"data":{"reason":"Busy!","result":"false"},"type":"getWTime"})"));
     m_gate->open();
     QTRY_COMPARE(clients.at(3)->ask(kPresence).toJson(), kPresent);
+}
+
+void TestWebReading::fromTheFile()
+{
+    ReadPool pool(std::make_unique<server::workers::FileReaders>(m_database->filePath()));
+    m_server->setReadPool(&pool);
+    WebClient client(m_server->serverPort());
+    QVERIFY(client.logIn());
+    QVERIFY(m_database->exec("create table allevents (USER integer, TIMESTAMP integer, ACCESS_CODE text, TYPE text, "
+                             "REMARK text)"));
+    QVERIFY(m_database->insert("employees", {{"ID", 900}, {"ACTIVE", 1}}));
+    qint64 time = QDateTime::currentSecsSinceEpoch();
+    for (const char *code : {"101:Prihod", "102:Odhod", "103:Malica"}) {
+        // What was stored before a request is in its answer. The last row is not looked at.
+        for (const int user : {5, 900})
+            QVERIFY(m_database->insert("allevents",
+                                       {{"USER", user}, {"TIMESTAMP", ++time}, {"ACCESS_CODE", code}, {"TYPE", "EV"}}));
+        const QAny later = client.ask(kPresence);
+        m_server->setReadPool(nullptr);
+        QCOMPARE(later.toJson(), client.ask(kPresence).toJson());
+        QCOMPARE(later.toJson().contains("Kos Ana"), code != QByteArray("101:Prihod"));
+        m_server->setReadPool(&pool);
+    }
+    m_server.reset();
 }
 
 QTEST_GUILESS_MAIN(TestWebReading)
