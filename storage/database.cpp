@@ -30,7 +30,11 @@ class DataBase::Private
 public:
     Private(DataBase *database, const QString &path)
         : connection(QString::fromLatin1(QSqlDatabase::defaultConnection), path),
-          file(connection, {[this] { storage::prepareOwnTables(connection); }, [this] { transactions.lose(); },
+          file(connection, {[this] {
+                                storage::prepareOwnTables(connection);
+                                storage::refreshStatistics(connection);
+                            },
+                            [this] { transactions.lose(); },
                             [this] {
                                 columns.forget();
                                 ring.startAnew();

@@ -28,6 +28,11 @@ const char *const kOwnIndexes[] = {
 // What was acknowledged to a terminal survives a power cut.
 const char *const kSettings[] = {"PRAGMA journal_mode=WAL", "PRAGMA synchronous=FULL"};
 
+/// Bounds the time: so many rows of each index are looked at.
+constexpr int kAnalysedRows = 400;
+/// A table with less rows may be a table of a new site: what is true of it now will not be true for long.
+constexpr int kGrownTable = 1000;
+
 } // namespace
 
 void prepareOwnTables(Connection &connection)
@@ -43,11 +48,25 @@ void prepareOwnTables(Connection &connection)
         run(sql);
 }
 
-/// Without it, "who is present" reads years of events.
 void gatherStatistics(Connection &connection)
 {
-    for (const char *sql : {"PRAGMA busy_timeout=0", "PRAGMA analysis_limit=400", "PRAGMA optimize"})
-        connection.runText(nullptr, QString::fromLatin1(sql));
+    const auto run = [&connection](const QString &sql) { return connection.runText(nullptr, sql); };
+    run(QStringLiteral("PRAGMA busy_timeout=0"));
+    run(QStringLiteral("PRAGMA analysis_limit=%1").arg(kAnalysedRows));
+    if (run(QStringLiteral("ANALYZE"))) {
+        // The first number of a row is how many rows the table has.
+        run(QStringLiteral("DELETE FROM sqlite_stat1 WHERE CAST(stat AS INTEGER)<%1").arg(kGrownTable));
+        run(QStringLiteral("ANALYZE sqlite_master")); // reads them anew
+    }
+    run(QStringLiteral("PRAGMA busy_timeout=%1").arg(Connection::kBusyTimeoutMs));
+}
+
+void refreshStatistics(Connection &connection)
+{
+    const auto known = connection.firstValue(
+        nullptr, QStringLiteral("SELECT 1 FROM sqlite_master WHERE type='table' AND name='sqlite_stat1'"));
+    if (known)
+        gatherStatistics(connection);
 }
 
 Status ColumnSets::columnsOf(const QString &table, QSet<QString> *columns)

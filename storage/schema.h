@@ -19,9 +19,12 @@ constexpr char kLastEventTime[] = "SELECT timestamp FROM events WHERE tid=? AND 
 /// warning lines at most.
 void prepareOwnTables(Connection &connection);
 
-/// Gathers what SQLite's planner wants to know of tables that have grown. Bounded in time, and left for another day
-/// when the file is in use.
+/// Gathers what SQLite's planner wants to know of tables that have grown: without it, "who is present" reads years of
+/// events. What it knows of small tables is forgotten: with that, a table that has grown since is read from one end to
+/// the other at each event. Bounded in time, and left for another day when the file is in use.
 void gatherStatistics(Connection &connection);
+/// The same where the file has statistics.
+void refreshStatistics(Connection &connection);
 
 /// The column sets of tables, kept. Another process may alter a table at any time, so they hold for one version of the
 /// schema only.
