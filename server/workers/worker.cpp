@@ -1,5 +1,7 @@
 #include "server/workers/worker.h"
 
+#include "server/process/threadpriority.h"
+
 namespace server::workers {
 
 namespace {
@@ -20,6 +22,7 @@ private:
 
 void Worker::run()
 {
+    process::lowerThreadPriority();
     for (;;) {
         const Assignment assignment = m_queue.next(m_number);
         switch (assignment.kind) {
