@@ -5,18 +5,25 @@
 #include "rows.h"
 #include "rpcpeer.h"
 #include "server/check/filetransfer.h"
+#include "server/workers/filereaders.h"
+#include "server/workers/readpool.h"
 
 #include <QDir>
 #include <QMetaMethod>
 #include <QRegularExpression>
+#include <QSemaphore>
 #include <QTest>
 #include <QTimer>
 
+#include <atomic>
 #include <csignal>
 
 #ifdef Q_OS_UNIX
 #include <unistd.h>
 #endif
+
+using server::workers::FileReaders;
+using server::workers::ReadPool;
 
 static const QStringList kServices{"terminalcheck", "admincheck"};
 static const QString kTimeFormat = QStringLiteral("dd.MM.yyyy hh:mm:ss");
@@ -59,6 +66,40 @@ public:
     QMap<QString, QString> callers{{"terminalcheck", terminal(5)}, {"admincheck", terminal(6, "adminterminal")}};
 };
 
+/// The process has a pool of workers while this lives; none without readers.
+struct Workers {
+    explicit Workers(std::unique_ptr<server::workers::ReaderSource> readers, const ReadPool::Options &options = {})
+        : pool(readers ? std::make_unique<ReadPool>(std::move(readers), ReadPool::Generation(), options) : nullptr)
+    {
+        server::workers::setReadPool(pool.get());
+    }
+    ~Workers() { server::workers::setReadPool(nullptr); }
+
+    std::unique_ptr<ReadPool> pool;
+};
+
+/// No reader before the gate is open.
+class GatedReaders : public FileReaders
+{
+public:
+    struct Gate {
+        QSemaphore open;
+        std::atomic<int> asked{0};
+    };
+
+    GatedReaders(const QString &path, Gate &gate) : FileReaders(path), m_gate(gate) {}
+
+    std::unique_ptr<server::workers::ReadingConnection> open() override
+    {
+        ++m_gate.asked;
+        m_gate.open.acquire();
+        return FileReaders::open();
+    }
+
+private:
+    Gate &m_gate;
+};
+
 class TestCheckServices : public QObject
 {
     Q_OBJECT
@@ -72,7 +113,9 @@ private Q_SLOTS:
     void answers_data();
     void answers();
     void withoutDatabase();
+    void recalculation_data();
     void recalculation();
+    void recalculationHoldsUpNobody();
     void daylightTime();
     void anyParameters();
     void fileRoundTrip_data();
@@ -252,8 +295,17 @@ void TestCheckServices::withoutDatabase()
     QCOMPARE(m_site->ask("terminalcheck.save", row), QString(R"({"result":"false","resultsql":"false"})"));
 }
 
+void TestCheckServices::recalculation_data()
+{
+    QTest::addColumn<bool>("onWorkers");
+    QTest::newRow("on the main thread") << false;
+    QTest::newRow("on workers") << true;
+}
+
 void TestCheckServices::recalculation()
 {
+    QFETCH(const bool, onWorkers);
+    const Workers workers(onWorkers ? std::make_unique<FileReaders>(m_site->database->filePath()) : nullptr);
     QVERIFY(run(*m_site->database, threeEmployees() + twoDays()));
     const QAny request{{"STARTDATE", "3.3.2025"}, {"ENDDATE", "4.3.2025"}, {"CALC21", true}};
     QAny expected = DialogCalc3(*m_site->database).recalc(request);
@@ -265,6 +317,36 @@ void TestCheckServices::recalculation()
         QVERIFY(answer.lookup("TIME").isInteger() && answer.remove("TIME"));
         QCOMPARE(json(answer), json(expected));
     }
+}
+
+/// Others are served while somebody's calculation is under way; what he sends meanwhile waits for its turn.
+void TestCheckServices::recalculationHoldsUpNobody()
+{
+    GatedReaders::Gate gate;
+    ReadPool::Options few;
+    few.maxWaitingLarge = 1;
+    const Workers workers(std::make_unique<GatedReaders>(m_site->database->filePath(), gate), few);
+    std::vector<std::unique_ptr<RpcPeer>> peers;
+    for (int number : {11, 12, 13, 14}) {
+        peers.push_back(std::make_unique<RpcPeer>(m_site->server.serverPort()));
+        peers.back()->onCall = [](const QAny &) {};
+        const QByteArray id = "{\"id\":" + QByteArray::number(number) + '}';
+        QCOMPARE(peers.back()->ask(callText("adminterminal.login", id)), resultText("true"));
+    }
+    const QByteArray recalc = callText("admincheck.recalc", R"({"STARTDATE":"1.1.2025","ENDDATE":"31.12.2025"})");
+    const QByteArray version = callText("admincheck.version", "null", R"("2")");
+    const QByteArray versionResult = resultText(R"({"result":"true","ver":"ZUK3"})", R"("2")");
+    peers[0]->write(recalc + version);
+    QVERIFY(waitFor([&gate] { return gate.asked > 0; }));
+    peers[1]->write(recalc);
+    QVERIFY(waitFor([this] { return !m_site->connection().isEmpty(); })); // that one has been read
+    QCOMPARE(peers[3]->ask(version), versionResult);
+    QCOMPARE(peers[2]->ask(recalc), errorText(KNet::InvokeError, "Too many calculations wait"));
+    QCOMPARE(peers[0]->messages, QList<QByteArray>());
+    gate.open.release(1000);
+    const QByteArray answer = peers[0]->next();
+    QVERIFY2(answer.contains("\"PACK\""), answer.left(200));
+    QCOMPARE(peers[0]->next(), versionResult);
 }
 
 void TestCheckServices::daylightTime()
