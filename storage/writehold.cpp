@@ -19,10 +19,12 @@ QString nextName()
 
 WriteHold::WriteHold(const QString &path) : m_connection(nextName(), path), m_status(Status::Passing)
 {
-    if (m_connection.open(Access::ReadWrite))
+    if (m_connection.open(Access::ReadWrite)) {
+        m_connection.runText(nullptr, QStringLiteral("PRAGMA busy_timeout=%1").arg(kPatienceMs));
         m_status = m_connection.runCached("WriteHold::WriteHold()", QStringLiteral("BEGIN IMMEDIATE"));
-    else
+    } else {
         qWarning().noquote() << "WriteHold::WriteHold() can't open" << path;
+    }
 }
 
 WriteHold::~WriteHold()
