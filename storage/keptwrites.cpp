@@ -254,6 +254,7 @@ size_t KeptWrites::settle(Waiting waiting, Status status, Fates *fates)
     const size_t released = std::exchange(waiting.isRescued, false) ? 1 : 0;
     if (status) {
         waiting.delivery = Delivery::Again;
+        waiting.write.isKept = true; // nobody waits to be refused any more
         m_unseen.push_back(std::move(waiting));
     }
     return released;

@@ -1,4 +1,5 @@
 #include "rpcpeer.h"
+#include "storage/rescue.h"
 #include "terminalsite.h"
 
 #include <QTest>
@@ -18,6 +19,7 @@ private Q_SLOTS:
     void whoIsServed();
     void bothRowsOrNone();
     void keptEventsStayInOrder();
+    void rescuedEventsAreStoredOnce();
     void keptEventsAreStoredAtTheEnd();
 };
 
@@ -240,6 +242,32 @@ void TestLogger::keptEventsStayInOrder()
     QCOMPARE(send(again, 62), QAny(true));
     QCOMPARE(site.rows("select TIMESTAMP from events order by ID"), (QStringList{"61", "60", "62"}));
     QCOMPARE(site.rows("select TIMESTAMP from allevents order by ID"), (QStringList{"61", "60", "62"}));
+}
+
+/// A crash between the commit and the emptying of the rescue file leaves events in both.
+void TestLogger::rescuedEventsAreStoredOnce()
+{
+    TerminalSite site;
+    const QString events[] = {R"({"USER":"7","TIMESTAMP":60,"ACCESS_CODE":"101","TID":5})",
+                              R"({"USER":"8","TIMESTAMP":60})"};
+    {
+        storage::Rescue rescue(site.database->filePath());
+        std::vector<QAny> lines;
+        for (const QString &event : events)
+            lines.push_back(QAny::fromJson(event));
+        QVERIFY(rescue.add("Logger::event", lines));
+    }
+    site.call(site.terminal(5), "logger.event", QAny::fromJson(events[1])); // was stored before the crash
+    expectWarning("^Rescue::Rescue 2 writes of the former run");
+    storage::Rescue rescue(site.database->filePath());
+    storage::setRescue(&rescue);
+    {
+        Logger restarted;
+        QCOMPARE(restarted.keptEvents().count(), 2);
+    }
+    storage::setRescue(nullptr);
+    QCOMPARE(site.rows("select USER from events order by ID"), (QStringList{"8", "7"}));
+    QCOMPARE(site.rows("select USER from allevents order by ID"), (QStringList{"8", "7"}));
 }
 
 void TestLogger::keptEventsAreStoredAtTheEnd()

@@ -51,16 +51,14 @@ QVariant variantOf(const QAny &value)
     return value.isString() && value.count() == 0 ? QVariant(QLatin1String("")) : value.toVariant();
 }
 
-/// What is bound to kFind; empty when the event does not tell its terminal. The comparison does not convert that
-/// number. How many of the others it brings.
+/// What is bound to kFind: as it is stored, also where the event does not bring it. The comparison does not convert the
+/// terminal's number. How many of the four it brings.
 QVariantList identityOf(const QAny &event, int *brought)
 {
-    *brought = 0;
     const QAny *terminal = valueOf(event, kTid);
-    if (!terminal)
-        return {};
-    bool isNumber = false;
-    const qint64 number = terminal->toInteger(&isNumber);
+    *brought = terminal ? 1 : 0;
+    bool isNumber = !terminal;
+    const qint64 number = terminal ? terminal->toInteger(&isNumber) : 0;
     QVariantList identity{isNumber ? QVariant(number) : variantOf(*terminal)};
     for (const QString &column : {kUser, kTimestamp, kAccessCode}) {
         const QAny *value = valueOf(event, column);
@@ -127,14 +125,14 @@ Status readBack(DataBase &database, const QAny &event, EventStore::UserText form
 
 } // namespace
 
-Status EventStore::wasDelivered(DataBase &database, const QAny &event, bool *delivered)
+Status EventStore::wasDelivered(DataBase &database, const QAny &event, Sender sender, bool *delivered)
 {
     *delivered = false;
     if (!event.isHash())
         return Status::Done;
     int brought = 0;
     QVariantList bindings = identityOf(event, &brought);
-    if (brought < 3)
+    if (brought < bindings.size() && sender == Sender::Peer)
         return Status::Done;
     QString sql = kFind;
     for (const QString &column : kDetails) {
@@ -157,8 +155,8 @@ Status EventStore::alreadyStored(DataBase &database, const QAny &events, std::ve
     for (int i = 0; i < events.count(); ++i) {
         int brought = 0;
         const QVariantList identity = identityOf(events.at(i), &brought);
-        if (identity.isEmpty())
-            continue;
+        if (!valueOf(events.at(i), kTid))
+            continue; // it may be another terminal's
         bool found = false;
         if (const Status asked = anyRow(database, kFind + kFirst, identity, &found); asked.mayPass())
             return asked;

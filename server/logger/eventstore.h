@@ -14,9 +14,12 @@ namespace server::logger::EventStore {
 /// it quoted, the offline ones of the catch-up bare, so that of the latter only users with plain numbers are found.
 enum class UserText { Quoted, Bare };
 
-/// Whether a live event was delivered before: a row equals it in every column that it brings, and it brings at least
-/// TID, USER, TIMESTAMP and ACCESS_CODE. A row number that it brings counts only while nothing else has taken it.
-storage::Status wasDelivered(DataBase &database, const QAny &event, bool *delivered);
+/// Who hands over an event: a peer, or we ourselves once more.
+enum class Sender { Peer, Ourselves };
+
+/// Whether an event was delivered before: a row equals it in every column that it brings. Of a peer's it must bring at
+/// least TID, USER, TIMESTAMP and ACCESS_CODE. A row number that it brings counts only while nothing else has taken it.
+storage::Status wasDelivered(DataBase &database, const QAny &event, Sender sender, bool *delivered);
 /// Which events of a terminal's reply are there already, by TID, USER, TIMESTAMP and ACCESS_CODE; one without a TID is
 /// not. To be asked before any of them is inserted: equal events of one reply are all stored.
 storage::Status alreadyStored(DataBase &database, const QAny &events, std::vector<bool> *stored);

@@ -137,9 +137,11 @@ QAny Logger::answer(const QString &connectionId, Write write, bool (*resultOf)(K
 Logger::Write Logger::eventWrite(const QAny &params)
 {
     Write write;
-    write.store = [params](DataBase &database, KeptWrites::Delivery) -> Status {
+    write.store = [params](DataBase &database, KeptWrites::Delivery delivery) -> Status {
+        const bool isAgain = delivery == KeptWrites::Delivery::Again;
         bool delivered = false;
-        const Status asked = EventStore::wasDelivered(database, params, &delivered);
+        const Status asked = EventStore::wasDelivered(
+            database, params, isAgain ? EventStore::Sender::Ourselves : EventStore::Sender::Peer, &delivered);
         if (asked.mayPass() || delivered)
             return asked;
         // Deliberate: where the event can never be stored, the journal step still runs.

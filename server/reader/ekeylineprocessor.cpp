@@ -137,7 +137,7 @@ EkeyLineProcessor::Taken EkeyLineProcessor::take(Entries *entries, bool atOnce)
     }
     entries->erase(entries->begin(), entries->begin() + static_cast<std::ptrdiff_t>(outcomes.size()));
     if (!outcomes.empty())
-        submit(std::move(outcomes), bytes);
+        submit(outcomes, bytes);
     return entries->empty() ? Taken::All : Taken::NotReadable;
 }
 
@@ -204,7 +204,7 @@ void EkeyLineProcessor::offer(int terminal, const QAny &employee, const QString 
         qCDebug(ekeyLog).noquote() << QStringLiteral("CSV to ZUK ID: %1 ZUK NOT ONLINE").arg(terminal);
 }
 
-void EkeyLineProcessor::submit(std::vector<Outcome> outcomes, qint64 bytes)
+void EkeyLineProcessor::submit(const std::vector<Outcome> &outcomes, qint64 bytes)
 {
     const int count = static_cast<int>(outcomes.size());
     m_waiting += count;
@@ -259,7 +259,8 @@ Status EkeyLineProcessor::store(DataBase &database, const Outcome &outcome, Kept
 {
     bool isThere = false;
     if (delivery == KeptWrites::Delivery::Again && outcome.event.isHash()) {
-        const Status asked = logger::EventStore::wasDelivered(database, outcome.event, &isThere);
+        const Status asked =
+            logger::EventStore::wasDelivered(database, outcome.event, logger::EventStore::Sender::Ourselves, &isThere);
         if (asked.mayPass() || isThere)
             return asked;
     }

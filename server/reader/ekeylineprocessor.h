@@ -64,7 +64,7 @@ private:
     bool prepare(const QByteArray &bytes, bool atOnce, Outcome *outcome);
     void makeTable();
     void offer(int terminal, const QAny &employee, const QString &finger) const;
-    void submit(std::vector<Outcome> outcomes, qint64 bytes);
+    void submit(const std::vector<Outcome> &outcomes, qint64 bytes);
     static storage::KeptWrites::Write writeOf(const std::vector<Outcome> &outcomes);
     static storage::KeptWrites::Write restored(const QAny &rescued);
     static storage::Status store(DataBase &database, const Outcome &outcome, storage::KeptWrites::Delivery delivery);
