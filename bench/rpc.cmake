@@ -7,4 +7,5 @@ if(CMAKE_SYSTEM_NAME STREQUAL "Linux") # the measured servers are forked
         target_compile_definitions(${name} PRIVATE
             ZUK_SCHEMA_FILE="${CMAKE_SOURCE_DIR}/packaging/attendance-schema.sql")
     endforeach()
+    target_sources(bench_terminals PRIVATE flushdelay.cpp)
 endif()

@@ -1,0 +1,4 @@
+#pragma once
+
+/// Lets each flush of a file in this process take longer, as on an industrial computer's card; 0 ms as it is.
+void setFlushDelay(int ms);
