@@ -7,3 +7,5 @@ zuk_test(tst_rpc_wire zuk_rpcpeer)
 zuk_test(tst_rpc_calls zuk_rpcpeer)
 zuk_test(tst_rpc_answers zuk_rpcpeer)
 zuk_test(tst_rpc_output zuk_rpcpeer)
+# Peers that are slow, but not for want of a processor.
+set_tests_properties(tst_rpc_answers tst_rpc_output PROPERTIES RUN_SERIAL TRUE)

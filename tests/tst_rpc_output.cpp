@@ -99,10 +99,10 @@ void TestRpcOutput::inPieces()
 /// Who takes a large answer is not cut off, however long it takes, but who does not is.
 void TestRpcOutput::slowReader()
 {
-    constexpr int kPieces = 300; // 30 MB, at most 20 MB a second
+    constexpr int kPieces = 500; // 50 MB, at most 20 MB a second
     RpcLimits limits;
     limits.maxUnreadBytes = 1'000'000;
-    limits.activityTimeoutMs = 600;
+    limits.activityTimeoutMs = 1000;
     limits.closeGraceMs = 100;
     LargeSite site(limits, kPieces);
     const auto slow = site.peer();
@@ -118,7 +118,7 @@ void TestRpcOutput::slowReader()
     AnswerList lost;
     for (auto [peer, list] : {std::pair(&slow, &ours), std::pair(&silent, &lost)})
         KNet::RpcCall(site.controller.get())
-            .call((*peer)->connectionId, "far.ask", 1, list, SLOT(onAnswer(QString, QAny)), 400);
+            .call((*peer)->connectionId, "far.ask", 1, list, SLOT(onAnswer(QString, QAny)), 1500);
     QTimer pings;
     connect(&pings, &QTimer::timeout, site.controller.get(), &RpcController::pingRemoteConnections);
     pings.start(50);
