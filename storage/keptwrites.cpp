@@ -35,12 +35,15 @@ KeptWrites::KeptWrites(const QByteArray &owner, int capacity, QObject *parent)
 {
     m_timer.setSingleShot(true);
     m_look.setSingleShot(true);
+    m_gathered.setSingleShot(true);
     // Queued: who is told of a fate may run the event loop.
     const auto retry = [this] {
         m_retryDue = m_asideDue = true;
         takeTurn();
     };
     connect(&m_timer, &QTimer::timeout, this, retry, Qt::QueuedConnection);
+    // Not posted: what is posted comes before the sockets that are ready already.
+    connect(&m_gathered, &QTimer::timeout, this, &KeptWrites::takeTurn, Qt::QueuedConnection);
     connect(&m_look, &QTimer::timeout, this, &KeptWrites::look);
 }
 
@@ -59,9 +62,9 @@ bool KeptWrites::gather(Write write)
 {
     Fates fates;
     const bool isTaken = add(std::move(write), &fates);
-    if (isTaken && !m_turnPosted) {
-        m_turnPosted = true;
-        QMetaObject::invokeMethod(this, &KeptWrites::takeTurn, Qt::QueuedConnection);
+    if (isTaken && !m_isGathering) {
+        m_isGathering = true;
+        m_gathered.start(0);
     }
     tell(fates);
     return isTaken;
@@ -100,7 +103,7 @@ bool KeptWrites::add(Write write, Fates *fates)
 
 void KeptWrites::takeTurn()
 {
-    m_turnPosted = false;
+    m_isGathering = false;
     Fates fates;
     store(&fates);
     tell(fates);
@@ -108,7 +111,7 @@ void KeptWrites::takeTurn()
 
 void KeptWrites::finishTurn()
 {
-    if (m_turnPosted)
+    if (m_isGathering)
         takeTurn();
 }
 

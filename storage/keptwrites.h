@@ -115,12 +115,13 @@ private:
     int m_capacity;
     int m_interval = kRetryIntervalMs;
     QTimer m_timer; // single shot: the next turn
-    QTimer m_look;  // single shot: whether the file is still in its place
+    QTimer m_gathered;
+    QTimer m_look; // single shot: whether the file is still in its place
     Queue m_waiting;
     Queue m_aside;  // they met damage
     Queue m_unseen; // committed since the file was last seen in its place
     quint64 m_generation = 0;
-    bool m_turnPosted = false;
+    bool m_isGathering = false; // a turn follows when the event loop has come round
     bool m_refused = false;
     bool m_retryDue = false;
     bool m_asideDue = false;

@@ -9,6 +9,14 @@
 using storage::KeptWrites;
 using storage::Status;
 
+/// What is gathered waits for the event loop to have looked at everything that is ready.
+static void comeRound()
+{
+    constexpr int kRounds = 5;
+    for (int round = 0; round < kRounds; ++round)
+        QCoreApplication::processEvents();
+}
+
 class TestKeptWrites : public QObject
 {
     Q_OBJECT
@@ -94,7 +102,7 @@ void TestKeptWrites::gatheredWritesShareATransaction()
     }
     QCOMPARE(m_log, QStringList());
     expect("Owner::do not stored: 2");
-    QCoreApplication::processEvents();
+    comeRound();
     QCOMPARE(m_log, (QStringList{"stored 1", "failed 2", "stored 3"}));
     QCOMPARE(seenInside, (QList<int>{0, 0, 0}));
     QCOMPARE(stored(), (QList<int>{1, 3}));
@@ -102,7 +110,7 @@ void TestKeptWrites::gatheredWritesShareATransaction()
     writes.gather(row(4));
     writes.finishTurn();
     QCOMPARE(stored(), (QList<int>{1, 3, 4}));
-    QCoreApplication::processEvents();
+    comeRound();
     QCOMPARE(m_log.mid(3), (QStringList{"try 4", "stored 4"}));
 }
 
@@ -116,13 +124,13 @@ void TestKeptWrites::whoDoesNotWaitIsRefused()
     line.isKept = false;
     writes.gather(line);
     writes.gather(row(3));
-    QCoreApplication::processEvents();
+    comeRound();
     // It is attempted all the same, behind the older ones: its sender wants to know.
     QCOMPARE(m_log, (QStringList{"try 1", "refused 2", "kept 3"}));
     m_fails.clear();
     m_log.clear();
     writes.gather(line);
-    QCoreApplication::processEvents();
+    comeRound();
     QCOMPARE(m_log, (QStringList{"try 1", "try 3", "try 2", "stored 1", "stored 3", "stored 2"}));
     QCOMPARE(stored(), (QList<int>{1, 3, 2}));
 }
@@ -189,11 +197,11 @@ void TestKeptWrites::whatMeetsDamageIsPutAside()
     expect("Owner::do met damage, put aside: 2");
     for (int user : {1, 2, 3})
         writes.gather(row(user));
-    QCoreApplication::processEvents();
+    comeRound();
     QCOMPARE(m_log.filter("stored") + m_log.filter("kept"), (QStringList{"stored 1", "stored 3", "kept 2"}));
     QCOMPARE(stored(), (QList<int>{1, 3}));
     writes.gather(row(4));
-    QCoreApplication::processEvents();
+    comeRound();
     QCOMPARE(stored(), (QList<int>{1, 3, 4}));
     m_fails.clear();
     while (writes.count() > 0)
@@ -283,7 +291,7 @@ void TestKeptWrites::whatIsRescuedComesBack()
         for (int user : {1, 2})
             writes.gather(make(user));
         others.gather(make(9));
-        QCoreApplication::processEvents();
+        comeRound();
         QCOMPARE(m_log.filter("kept"), (QStringList{"kept 1", "kept 2", "kept 9"}));
         QFETCH(const bool, isStopped);
         if (isStopped) {
