@@ -55,11 +55,7 @@ void TestWebReading::initTestCase()
 {
     m_database = std::make_unique<DataBase>(m_folder.filePath(QStringLiteral("web.db")));
     setDb(m_database.get());
-    for (const char *sql :
-         {"create table employees (ID integer, FIRSTNAME text, LASTNAME text, ACTIVE integer)",
-          "create table USER_ACCESS (IDP integer, NAME text, PASSWORD text, ACTIVE integer)",
-          "insert into employees values (5,'Ana','Kos',1)", "insert into USER_ACCESS values (5,'ana','geslo',1)"})
-        QVERIFY(m_database->exec(QString::fromLatin1(sql)));
+    QVERIFY(addWebUser(*m_database));
 }
 
 void TestWebReading::init()
