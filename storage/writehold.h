@@ -8,8 +8,8 @@ namespace storage {
 /// (ReadConnection::beginRead()) see one and the same state of it.
 ///
 /// Lives on any one thread, that of a reader or another; who made it tells the readers to begin and lets go when they
-/// have. Writers wait meanwhile, so it lives for moments. It waits itself for a writer, but not long: who makes it can do
-/// without. It must not be made on a thread that has a transaction open. It writes nothing and creates no file.
+/// have. Writers wait meanwhile, so it lives for moments. It waits itself for a writer, but not long: who makes it can
+/// do without. It must not be made on a thread that has a transaction open. It writes nothing and creates no file.
 class WriteHold
 {
 public:
