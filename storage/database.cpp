@@ -9,6 +9,9 @@
 #include <QCoreApplication>
 #include <QDir>
 #include <QSqlRecord>
+#include <QTimer>
+
+#include <chrono>
 
 using storage::Connection;
 using storage::Status;
@@ -41,12 +44,16 @@ public:
                             }}),
           transactions(connection, file, database), ring(connection, transactions), columns(connection)
     {
+        daily.setInterval(std::chrono::hours(24));
+        QObject::connect(&daily, &QTimer::timeout, database, &DataBase::upkeep);
+        daily.start();
     }
     ~Private();
 
     Status end(bool store);
     Status write(const char *where, const QString &sql, const QVariantList &bindings);
     void noteWritten();
+    void upkeep();
     qint64 newest(const QString &sql, qint64 key);
 
     Connection connection;
@@ -54,6 +61,8 @@ public:
     storage::Transactions transactions;
     storage::LogRing ring;
     storage::ColumnSets columns;
+    QTimer daily;
+    quint64 upkeeps = 0;
 };
 
 DataBase::Private::~Private()
@@ -61,8 +70,7 @@ DataBase::Private::~Private()
     while (transactions.depth() > 0)
         end(false);
     transactions.commitForeign();
-    if (file.check())
-        storage::gatherStatistics(connection);
+    upkeep();
 }
 
 /// Runs a statement that stores something.
@@ -86,6 +94,16 @@ Status DataBase::Private::end(bool store)
     if (isOpen)
         ring.leaveTransaction(ended && store);
     return ended;
+}
+
+/// A server that is never stopped has to know of its tables as they are now.
+void DataBase::Private::upkeep()
+{
+    if (transactions.depth() > 0 || !file.check())
+        return;
+    storage::applySettings(connection);
+    storage::gatherStatistics(connection);
+    ++upkeeps;
 }
 
 qint64 DataBase::Private::newest(const QString &sql, qint64 key)
@@ -119,6 +137,16 @@ QString DataBase::filePath() const
 quint64 DataBase::generation() const
 {
     return d->file.generation();
+}
+
+quint64 DataBase::readersGeneration() const
+{
+    return d->file.generation() + d->upkeeps;
+}
+
+void DataBase::upkeep()
+{
+    d->upkeep();
 }
 
 bool DataBase::look()

@@ -41,9 +41,14 @@ public:
 
     bool isOpen() const override;
     QString filePath() const override;
-    /// How often a file was opened: who reads it with connections of their own opens them anew when this has changed.
-    /// May be called from any thread.
+    /// How often a file was opened. May be called from any thread.
     quint64 generation() const;
+    /// Who reads the file with connections of their own opens them anew when this has changed: another file is open, or
+    /// the statistics, which a connection reads at its begin, are new.
+    quint64 readersGeneration() const;
+    /// Gathers what SQLite's planner wants to know of tables that have grown. Done by itself once a day, and at the
+    /// end.
+    void upkeep();
     /// Looks at once whether the path still names the open file, which is otherwise done before anything is stored, and
     /// opens the one that is there if not. True when the path's file is open. Inside a transaction, which is lost then,
     /// nothing is opened.

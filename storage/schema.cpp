@@ -33,19 +33,24 @@ constexpr int kAnalysedRows = 400;
 /// A table with less rows may be a table of a new site: what is true of it now will not be true for long.
 constexpr int kGrownTable = 1000;
 
+template <size_t count> void run(Connection &connection, const char *const (&statements)[count])
+{
+    for (const char *sql : statements)
+        connection.runText("DataBase::Database()", QString::fromLatin1(sql));
+}
+
 } // namespace
+
+void applySettings(Connection &connection)
+{
+    run(connection, kSettings);
+}
 
 void prepareOwnTables(Connection &connection)
 {
-    const auto run = [&connection](const char *sql) {
-        connection.runText("DataBase::Database()", QString::fromLatin1(sql));
-    };
-    for (const char *sql : kSettings)
-        run(sql);
-    for (const char *sql : kOwnTables)
-        run(sql);
-    for (const char *sql : kOwnIndexes)
-        run(sql);
+    applySettings(connection);
+    run(connection, kOwnTables);
+    run(connection, kOwnIndexes);
 }
 
 void gatherStatistics(Connection &connection)

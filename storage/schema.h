@@ -18,6 +18,8 @@ constexpr char kLastEventTime[] = "SELECT timestamp FROM events WHERE tid=? AND 
 /// Sets how the file is written, and creates the server's own tables and indexes where they are missing. Failures are
 /// warning lines at most.
 void prepareOwnTables(Connection &connection);
+/// Sets how the file is written, where another program that held it prevented that.
+void applySettings(Connection &connection);
 
 /// Gathers what SQLite's planner wants to know of tables that have grown: without it, "who is present" reads years of
 /// events. What it knows of small tables is forgotten: with that, a table that has grown since is read from one end to

@@ -28,6 +28,7 @@ private slots:
     void freshFile();
     void filledFileIsLeftAsItIs();
     void searchesDoNotScan();
+    void upkeepKnowsWhatHasGrown();
     void ringContinues();
     void ringWraps();
     void logRowHoldsItsData();
@@ -127,6 +128,19 @@ void TestDataBase::searchesDoNotScan()
                      qPrintable(rows + plan));
         }
     }
+}
+
+/// Only who reads the file anew hears of it: it is the same file.
+void TestDataBase::upkeepKnowsWhatHasGrown()
+{
+    QVERIFY(run(
+        "WITH n(i) AS (SELECT 1 UNION ALL SELECT i+1 FROM n WHERE i<9000) INSERT INTO events (USER) SELECT i FROM n"));
+    const quint64 file = m_database->generation();
+    const quint64 readers = m_database->readersGeneration();
+    m_database->upkeep();
+    QCOMPARE(cells("SELECT DISTINCT tbl FROM sqlite_stat1"), QString("events"));
+    QCOMPARE(m_database->generation(), file);
+    QVERIFY(m_database->readersGeneration() != readers);
 }
 
 void TestDataBase::ringContinues()

@@ -63,7 +63,7 @@ ReadPool *createReadPool()
 {
     const auto generation = [] {
         db()->look();
-        return db()->generation();
+        return db()->readersGeneration();
     };
     auto *pool = new ReadPool(std::make_unique<server::workers::FileReaders>(db()->filePath()), generation);
     QObject::connect(rpcController(), &KNet::RpcController::disconnected, pool, &ReadPool::cancel);
