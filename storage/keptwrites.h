@@ -2,16 +2,13 @@
 
 #include "qany.h"
 #include "storage/database.h"
+#include "storage/writequeue.h"
 
 #include <QByteArray>
 #include <QObject>
-#include <QString>
 #include <QTimer>
 
-#include <deque>
 #include <functional>
-#include <utility>
-#include <vector>
 
 namespace storage {
 
@@ -30,35 +27,8 @@ class KeptWrites : public QObject
 {
 public:
     static constexpr int kRetryIntervalMs = 5000;
-    /// Waiting writes that are stored at once, and for how long (in ms) another one is begun.
-    static constexpr int kTurnWrites = 1000;
-    static constexpr int kTurnMs = 50;
     /// Before the turn of an enqueued write, in ms: for more to gather, and for the event loop.
     static constexpr int kPauseMs = 10;
-
-    /// Whether a write may have been stored before, in this file or another.
-    enum class Delivery { First, Again };
-    /// What became of a write.
-    enum class Fate {
-        Stored,
-        Kept,    ///< it waits for another attempt; Stored or Failed follows
-        Refused, ///< the attempt failed and the write is none that is kept
-        Failed   ///< it can never be stored, or too many wait
-    };
-
-    struct Write {
-        /// Runs inside a transaction. What it wrote is stored if it returns Done, else undone. One that is delivered
-        /// again must not store twice.
-        std::function<Status(DataBase &database, Delivery delivery)> store;
-        /// Told the fate, after the commit. Not told of what flush() does.
-        std::function<void(Fate fate)> told;
-        /// For the warning lines.
-        QString name;
-        /// From which restore() makes it anew after a restart; Null: it lives as long as this process.
-        QAny rescued;
-        /// Whether it is kept when it is refused.
-        bool isKept = true;
-    };
 
     /// The owner begins the warning lines and names its writes in the rescue file. No more writes than the capacity
     /// wait.
@@ -75,7 +45,7 @@ public:
     void restore(const std::function<Write(const QAny &rescued)> &make);
 
     /// That wait.
-    int count() const { return static_cast<int>(m_waiting.size() + m_aside.size()); }
+    int count() const { return m_queue.count(); }
     /// Whether the oldest of them has failed already.
     bool isRefused() const { return m_refused; }
     /// In ms.
@@ -83,44 +53,26 @@ public:
 
     /// Does at once what waits for the event loop to come round.
     void finishTurn();
-    /// A last attempt for all, before the owner ends. What fails then stays in the rescue file; what is not there is
-    /// lost, with a warning line.
+    /// A last attempt for all, before the owner ends, of whose result nobody is told. What fails then stays in the
+    /// rescue file; what is not there is lost, with a warning line.
     void flush();
 
 private:
-    struct Waiting {
-        Write write;
-        Delivery delivery = Delivery::First;
-        bool isKept = false; ///< has been told so
-        bool isRescued = false;
-    };
-    using Queue = std::deque<Waiting>;
-    using Fates = std::vector<std::pair<std::function<void(Fate)>, Fate>>;
+    using Fates = WriteQueue::Fates;
 
     bool add(Write write, Fates *fates);
     void takeTurn();
     void store(Fates *fates);
     bool storeTurn(Fates *fates);
-    Status storeTogether(std::vector<Status> *ended);
-    Status storeOneByOne(size_t *released, Fates *fates);
-    void storeAside(size_t *released, Fates *fates);
-    size_t settle(Waiting waiting, Status status, Fates *fates);
-    void keepRest(Fates *fates);
-    void bringBackUnseen();
     void look();
-    void warn(const char *what, const QString &name) const;
     void tell(const Fates &fates);
 
-    QByteArray m_owner;
+    WriteQueue m_queue;
     int m_capacity;
     int m_interval = kRetryIntervalMs;
     QTimer m_timer; // single shot: the next turn
     QTimer m_gathered;
-    QTimer m_look; // single shot: whether the file is still in its place
-    Queue m_waiting;
-    Queue m_aside;  // they met damage
-    Queue m_unseen; // committed since the file was last seen in its place
-    quint64 m_generation = 0;
+    QTimer m_look;              // single shot: whether the file is still in its place
     bool m_isGathering = false; // a turn follows when the event loop has come round
     bool m_refused = false;
     bool m_retryDue = false;

@@ -34,7 +34,7 @@ private Q_SLOTS:
     void whatIsRescuedComesBack();
 
 private:
-    KeptWrites::Write row(int user);
+    storage::Write row(int user);
     QList<int> stored();
     void expect(const char *warning) { QTest::ignoreMessage(QtWarningMsg, warning); }
 
@@ -60,19 +60,19 @@ void TestKeptWrites::cleanup()
 }
 
 /// A write that leaves something behind also where it fails.
-KeptWrites::Write TestKeptWrites::row(int user)
+storage::Write TestKeptWrites::row(int user)
 {
-    KeptWrites::Write write;
-    write.store = [this, user](DataBase &database, KeptWrites::Delivery) {
+    storage::Write write;
+    write.store = [this, user](DataBase &database, storage::Delivery) {
         m_log += QStringLiteral("try %1").arg(user);
         database.insert("events", {{"USER", user}});
         return m_fails.value(user);
     };
-    write.told = [this, user](KeptWrites::Fate fate) {
+    write.told = [this, user](storage::Fate fate) {
         const char *const fates[] = {"stored", "kept", "refused", "failed"};
         m_log += QStringLiteral("%1 %2").arg(fates[int(fate)]).arg(user);
     };
-    write.name = QString::number(user);
+    write.name = [user] { return QString::number(user); };
     return write;
 }
 
@@ -90,8 +90,8 @@ void TestKeptWrites::gatheredWritesShareATransaction()
     KeptWrites writes("Owner::do", 10);
     QList<int> seenInside;
     for (int user : {1, 2, 3}) {
-        KeptWrites::Write write = row(user);
-        write.store = [this, user, &seenInside](DataBase &database, KeptWrites::Delivery) {
+        storage::Write write = row(user);
+        write.store = [this, user, &seenInside](DataBase &database, storage::Delivery) {
             storage::ReadConnection other(database.filePath());
             seenInside += other.select("select 1 from events").count();
             database.insert("events", {{"USER", user}});
@@ -120,7 +120,7 @@ void TestKeptWrites::whoDoesNotWaitIsRefused()
     m_fails[1] = Status::Passing;
     writes.submit(row(1));
     m_log.clear();
-    KeptWrites::Write line = row(2);
+    storage::Write line = row(2);
     line.isKept = false;
     writes.gather(line);
     writes.gather(row(3));
@@ -182,7 +182,7 @@ void TestKeptWrites::manyInFewTurns()
             m_fails.clear();
         }
         turns += writes.count() < before ? 1 : 0;
-        QVERIFY(before - writes.count() <= KeptWrites::kTurnWrites);
+        QVERIFY(before - writes.count() <= storage::WriteQueue::kTurnWrites);
     }
     QCOMPARE(stored(), all);
     QVERIFY(turns < kWrites / 10);
@@ -215,9 +215,9 @@ void TestKeptWrites::replacedFileGetsWhatWentToTheFormer()
 {
     QStringList deliveries;
     const auto write = [this, &deliveries](int user) {
-        KeptWrites::Write one = row(user);
-        one.store = [this, user, &deliveries](DataBase &database, KeptWrites::Delivery delivery) {
-            deliveries += QString::number(user) + (delivery == KeptWrites::Delivery::Again ? " again" : "");
+        storage::Write one = row(user);
+        one.store = [this, user, &deliveries](DataBase &database, storage::Delivery delivery) {
+            deliveries += QString::number(user) + (delivery == storage::Delivery::Again ? " again" : "");
             database.insert("events", {{"USER", user}});
             return m_fails.value(user);
         };
@@ -278,7 +278,7 @@ void TestKeptWrites::whatIsRescuedComesBack_data()
 void TestKeptWrites::whatIsRescuedComesBack()
 {
     const auto make = [this](const QAny &rescued) {
-        KeptWrites::Write write = row(rescued.toInt());
+        storage::Write write = row(rescued.toInt());
         write.rescued = rescued;
         return write;
     };

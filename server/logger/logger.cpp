@@ -9,7 +9,6 @@
 
 using server::logger::LoggedInPeers;
 namespace EventStore = server::logger::EventStore;
-using storage::KeptWrites;
 using storage::Status;
 
 namespace {
@@ -90,16 +89,17 @@ QAny Logger::log(const QString &connectionId, const QAny &params)
                               params.lookup(QStringLiteral("FMESSAGE")).toString(),
                               params.lookup(QStringLiteral("DATA"))};
     Write write;
-    write.store = [row](DataBase &database, KeptWrites::Delivery delivery) {
+    write.store = [row](DataBase &database, storage::Delivery delivery) {
         bool isThere = false;
-        if (delivery == KeptWrites::Delivery::Again && database.hasLog(row, &isThere).mayPass())
+        if (delivery == storage::Delivery::Again && database.hasLog(row, &isThere).mayPass())
             return Status(Status::Passing);
         return isThere ? Status() : database.insertLog(row);
     };
-    write.name = QStringLiteral("log line of %1 time %2").arg(terminal).arg(row.timestampMs);
+    write.name = [terminal, time = row.timestampMs] {
+        return QStringLiteral("log line of %1 time %2").arg(terminal).arg(time);
+    };
     write.isKept = false; // its sender learns of the failure
-    return answer(connectionId, std::move(write),
-                  [](KeptWrites::Fate fate) { return fate == KeptWrites::Fate::Stored; });
+    return answer(connectionId, std::move(write), [](storage::Fate fate) { return fate == storage::Fate::Stored; });
 }
 
 QAny Logger::event(const QString &connectionId, const QAny &params)
@@ -110,20 +110,20 @@ QAny Logger::event(const QString &connectionId, const QAny &params)
     const bool isOwn = params.lookup(QStringLiteral("TID")).toInteger() == terminal;
     const qint64 time = isOwn ? params.lookup(kTimestamp).toString().toLongLong() : 0;
     Write write = eventWrite(params);
-    write.told = [known = m_peers.noteEvent ? m_peers.noteEvent(terminal, time) : nullptr](KeptWrites::Fate) {};
+    write.told = [known = m_peers.noteEvent ? m_peers.noteEvent(terminal, time) : nullptr](storage::Fate) {};
     // Also where it can never be stored: the terminal would only send it again.
-    return answer(connectionId, std::move(write), [](KeptWrites::Fate) { return true; });
+    return answer(connectionId, std::move(write), [](storage::Fate) { return true; });
 }
 
 /// What the caller is answered, now or when the fate of the write is known.
-QAny Logger::answer(const QString &connectionId, Write write, bool (*resultOf)(KeptWrites::Fate fate))
+QAny Logger::answer(const QString &connectionId, Write write, bool (*resultOf)(storage::Fate fate))
 {
     KNet::RpcAnswer later;
     if (rpcController())
         later = rpcController()->takeAnswer(this, connectionId, KNet::RpcController::Behind::Together);
     const bool isLater = bool(later);
     const auto result = std::make_shared<std::pair<KNet::RpcAnswer, bool>>(std::move(later), false);
-    write.told = [result, resultOf, known = std::move(write.told)](KeptWrites::Fate fate) {
+    write.told = [result, resultOf, known = std::move(write.told)](storage::Fate fate) {
         result->second = resultOf(fate);
         result->first.give(result->second);
     };
@@ -137,8 +137,8 @@ QAny Logger::answer(const QString &connectionId, Write write, bool (*resultOf)(K
 Logger::Write Logger::eventWrite(const QAny &params)
 {
     Write write;
-    write.store = [params](DataBase &database, KeptWrites::Delivery delivery) -> Status {
-        const bool isAgain = delivery == KeptWrites::Delivery::Again;
+    write.store = [params](DataBase &database, storage::Delivery delivery) -> Status {
+        const bool isAgain = delivery == storage::Delivery::Again;
         bool delivered = false;
         const Status asked = EventStore::wasDelivered(
             database, params, isAgain ? EventStore::Sender::Ourselves : EventStore::Sender::Peer, &delivered);
@@ -151,8 +151,10 @@ Logger::Write Logger::eventWrite(const QAny &params)
         const Status journaled = addRow(database, params);
         return journaled.mayPass() ? journaled : Status();
     };
-    write.name =
-        QStringLiteral("user %1 time %2").arg(params.lookup(kUser).toString(), params.lookup(kTimestamp).toString());
+    write.name = [params] {
+        return QStringLiteral("user %1 time %2")
+            .arg(params.lookup(kUser).toString(), params.lookup(kTimestamp).toString());
+    };
     write.rescued = params;
     return write;
 }

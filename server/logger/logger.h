@@ -60,10 +60,10 @@ public Q_SLOTS:
     QAny event(const QString &connectionId, const QAny &params);
 
 private:
-    using Write = storage::KeptWrites::Write;
+    using Write = storage::Write;
 
     int ownLine();
-    QAny answer(const QString &connectionId, Write write, bool (*resultOf)(storage::KeptWrites::Fate fate));
+    QAny answer(const QString &connectionId, Write write, bool (*resultOf)(storage::Fate fate));
     static Write eventWrite(const QAny &params);
 
     server::logger::LoggedInPeers m_peers;

@@ -12,7 +12,6 @@
 
 namespace server::reader {
 
-using storage::KeptWrites;
 using storage::Status;
 
 namespace {
@@ -209,9 +208,9 @@ void EkeyLineProcessor::submit(const std::vector<Outcome> &outcomes, qint64 byte
     const int count = static_cast<int>(outcomes.size());
     m_waiting += count;
     m_waitingBytes += bytes;
-    KeptWrites::Write write = writeOf(outcomes);
-    write.told = [this, count, bytes](KeptWrites::Fate fate) {
-        if (fate == KeptWrites::Fate::Kept)
+    storage::Write write = writeOf(outcomes);
+    write.told = [this, count, bytes](storage::Fate fate) {
+        if (fate == storage::Fate::Kept)
             return;
         m_waiting -= count;
         m_waitingBytes -= bytes;
@@ -220,18 +219,19 @@ void EkeyLineProcessor::submit(const std::vector<Outcome> &outcomes, qint64 byte
     m_kept.submit(std::move(write));
 }
 
-KeptWrites::Write EkeyLineProcessor::writeOf(const std::vector<Outcome> &outcomes)
+storage::Write EkeyLineProcessor::writeOf(const std::vector<Outcome> &outcomes)
 {
     const auto shown = [](const Outcome &outcome) {
         return outcome.messages.isEmpty() ? QString() : outcome.messages.last().left(kShownLength);
     };
-    KeptWrites::Write write;
-    write.name = QStringLiteral("%1 rows, from %2 to %3")
-                     .arg(QString::number(outcomes.size()), shown(outcomes.front()), shown(outcomes.back()));
+    storage::Write write;
+    write.name = [count = outcomes.size(), first = shown(outcomes.front()), last = shown(outcomes.back())] {
+        return QStringLiteral("%1 rows, from %2 to %3").arg(QString::number(count), first, last);
+    };
     write.rescued = QAny(QAny::List);
     for (const Outcome &outcome : outcomes)
         write.rescued.append({{kMessages, outcome.messages}, {kEvent, outcome.event}});
-    write.store = [outcomes](DataBase &database, KeptWrites::Delivery delivery) -> Status {
+    write.store = [outcomes](DataBase &database, storage::Delivery delivery) -> Status {
         for (const Outcome &outcome : outcomes) {
             if (const Status stored = store(database, outcome, delivery); stored.mayPass())
                 return stored;
@@ -241,7 +241,7 @@ KeptWrites::Write EkeyLineProcessor::writeOf(const std::vector<Outcome> &outcome
     return write;
 }
 
-KeptWrites::Write EkeyLineProcessor::restored(const QAny &rescued)
+storage::Write EkeyLineProcessor::restored(const QAny &rescued)
 {
     std::vector<Outcome> outcomes(static_cast<size_t>(std::max(rescued.count(), 1)));
     for (int i = 0; i < rescued.count(); ++i) {
@@ -255,10 +255,10 @@ KeptWrites::Write EkeyLineProcessor::restored(const QAny &rescued)
     return writeOf(outcomes);
 }
 
-Status EkeyLineProcessor::store(DataBase &database, const Outcome &outcome, KeptWrites::Delivery delivery)
+Status EkeyLineProcessor::store(DataBase &database, const Outcome &outcome, storage::Delivery delivery)
 {
     bool isThere = false;
-    if (delivery == KeptWrites::Delivery::Again && outcome.event.isHash()) {
+    if (delivery == storage::Delivery::Again && outcome.event.isHash()) {
         const Status asked =
             logger::EventStore::wasDelivered(database, outcome.event, logger::EventStore::Sender::Ourselves, &isThere);
         if (asked.mayPass() || isThere)

@@ -65,9 +65,9 @@ private:
     void makeTable();
     void offer(int terminal, const QAny &employee, const QString &finger) const;
     void submit(const std::vector<Outcome> &outcomes, qint64 bytes);
-    static storage::KeptWrites::Write writeOf(const std::vector<Outcome> &outcomes);
-    static storage::KeptWrites::Write restored(const QAny &rescued);
-    static storage::Status store(DataBase &database, const Outcome &outcome, storage::KeptWrites::Delivery delivery);
+    static storage::Write writeOf(const std::vector<Outcome> &outcomes);
+    static storage::Write restored(const QAny &rescued);
+    static storage::Status store(DataBase &database, const Outcome &outcome, storage::Delivery delivery);
 
     EkeySettings m_settings;
     bool m_hasTable = false;

@@ -180,19 +180,17 @@ std::shared_ptr<const NewestTimes> TerminalService::noteAccepted(int terminal, c
     return accepted;
 }
 
-storage::KeptWrites::Write TerminalService::writeOf(const CatchUpReply &reply,
-                                                    const std::function<void(int stored)> &ended)
+storage::Write TerminalService::writeOf(const CatchUpReply &reply, const std::function<void(int stored)> &ended)
 {
-    using storage::KeptWrites;
     const auto stored = std::make_shared<int>(0);
-    KeptWrites::Write write;
+    storage::Write write;
     write.store = [reply, stored, known = noteAccepted(reply.terminal(), reply.newest())](
-                      DataBase &database, KeptWrites::Delivery) { return reply.store(database, stored.get()); };
-    write.told = [ended, stored](KeptWrites::Fate fate) {
-        if (ended && fate != KeptWrites::Fate::Kept)
+                      DataBase &database, storage::Delivery) { return reply.store(database, stored.get()); };
+    write.told = [ended, stored](storage::Fate fate) {
+        if (ended && fate != storage::Fate::Kept)
             ended(*stored);
     };
-    write.name = reply.name();
+    write.name = [reply] { return reply.name(); };
     write.rescued = reply.rescued();
     return write;
 }

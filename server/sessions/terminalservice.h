@@ -82,7 +82,7 @@ protected:
 private:
     friend class TerminalCatchUp;
 
-    storage::KeptWrites::Write writeOf(const CatchUpReply &reply, const std::function<void(int stored)> &ended);
+    storage::Write writeOf(const CatchUpReply &reply, const std::function<void(int stored)> &ended);
     /// Has a reply stored, and tells how many of its rows were, once it has come to that. False when too many wait.
     bool keep(const CatchUpReply &reply, const std::function<void(int stored)> &ended);
 
