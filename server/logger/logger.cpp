@@ -178,6 +178,16 @@ Status Logger::log(const QString &message)
     return log(0, 0, message, QAny());
 }
 
+void Logger::note(const QString &message)
+{
+    const storage::LogRow row{ownLine(), 0, 0, 0, m_clock(), message, QAny()};
+    Write write;
+    write.store = [row](DataBase &database, storage::Delivery) { return database.insertLog(row); };
+    write.name = [time = row.timestampMs] { return QStringLiteral("own log line, time %1").arg(time); };
+    write.isKept = false;
+    m_keptWrites.gather(std::move(write));
+}
+
 int Logger::lineNumber(const QList<QHostAddress> &addresses)
 {
     for (const QHostAddress &address : addresses) {

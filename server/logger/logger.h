@@ -42,6 +42,10 @@ public:
     /// The same with level 0, group 0 and Null data.
     storage::Status log(const QString &message);
 
+    /// The same, stored together with what the terminals send, for who cannot hold them up by a flush of its own: soon,
+    /// and never if the file then refuses it, with a warning line.
+    void note(const QString &message);
+
     /// Writes the journal row of an event that was just stored, as part of the caller's transaction. Passing when
     /// another attempt is worth while.
     storage::Status addAllEvent(const QAny &params);

@@ -124,9 +124,8 @@ QAny webMetods::getUser(const QAny &req, const QObject *peer, const QString &tag
     const QString sql = userSql().arg(user, password);
     // Deliberate: the row names the password, administrators look up failed logins by it.
     if (logger())
-        logger()->log(
-            0, 0, QStringLiteral("Logger::Webser NewUser:%1 %2").arg(user.left(kMaxLogged), password.left(kMaxLogged)),
-            QAny());
+        logger()->note(
+            QStringLiteral("Logger::Webser NewUser:%1 %2").arg(user.left(kMaxLogged), password.left(kMaxLogged)));
     qDebug() << "SQL getUser: " << sql;
     const QAny rows = db() ? db()->select(sql) : QAny(QAny::List);
     if (rows.count() == 0)
