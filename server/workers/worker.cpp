@@ -1,5 +1,6 @@
 #include "server/workers/worker.h"
 
+#include "server/process/freememory.h"
 #include "server/process/threadpriority.h"
 
 namespace server::workers {
@@ -77,6 +78,7 @@ void Worker::doLarge(const JobHandle &job)
         text = work(crew);
     }
     m_queue.finish(job, std::move(text));
+    process::returnFreeMemory(); // more than a gigabyte where a company's year was calculated
 }
 
 void Worker::join(const JobHandle &job)

@@ -1,0 +1,12 @@
+#include "server/process/freememory.h"
+
+#include <malloc.h>
+
+namespace server::process {
+
+void returnFreeMemory()
+{
+    _heapmin();
+}
+
+} // namespace server::process
