@@ -101,6 +101,7 @@ class tst_Json : public QObject
 
 private slots:
     void grammar();
+    void controlsAsWritten();
     void everyByteInEveryPlace();
     void nesting();
     void values();
@@ -159,6 +160,25 @@ void tst_Json::grammar()
         Json::Parser parser;
         QVERIFY2(parser.feed(text.constData(), text.size()) == (takes == text.size()), marked.constData());
         QVERIFY2(parser.finish() == right, marked.constData());
+    }
+}
+
+/// On request the reader takes back what the writer leaves as it is.
+void tst_Json::controlsAsWritten()
+{
+    Json::Parser parser(Json::Parser::Controls::AsWritten);
+    for (int control = 0; control < 32; ++control) {
+        const QString text = QStringLiteral("a%1b").arg(QChar(control));
+        const QByteArray written = QAny{{text, text}}.toJsonUtf8();
+        QVERIFY2(parser.feed(written.constData(), written.size()) && parser.finish(), written.toHex().constData());
+        QVERIFY(identical(parser.result(), QAny{{text, text}}));
+        // Raw, what has an escape stays wrong, and all are wrong outside of a text.
+        const bool hasEscape = QByteArray("\b\f\n\r\t").contains(static_cast<char>(control));
+        const QByteArray raw = QByteArray("[\"\\ud800") + static_cast<char>(control) + "\"]";
+        QCOMPARE(parser.feed(raw.constData(), raw.size()) && parser.finish(), !hasEscape);
+        const QByteArray outside = QByteArray("[1") + static_cast<char>(control) + "]";
+        QCOMPARE(parser.feed(outside.constData(), outside.size()) && parser.finish(),
+                 QByteArray("\n\r\t").contains(static_cast<char>(control)));
     }
 }
 

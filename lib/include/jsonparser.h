@@ -26,7 +26,14 @@ public:
         Rejected,  ///< the first byte that was not taken is wrong; the reader has been reset
     };
 
-    Parser();
+    /// What a string may hold of the control characters below 32.
+    enum class Controls {
+        Escaped,  ///< none as it is
+        AsWritten ///< those that our writer leaves as they are: all but backspace, form feed, line feed, carriage
+                  ///< return and tab
+    };
+
+    explicit Parser(Controls controls = Controls::Escaped);
     ~Parser();
     Parser(const Parser &) = delete;
     Parser &operator=(const Parser &) = delete;
@@ -63,6 +70,7 @@ private:
     void endText();
     QDebug complaint() const;
 
+    const Controls m_controls;
     std::unique_ptr<JSON_parser> m_machine; // exists while a text is being read
     std::vector<QAny> m_open;               // the containers that are still open, outermost first
     QString m_key;                          // of the member whose value comes next; empty when none

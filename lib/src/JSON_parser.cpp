@@ -344,6 +344,13 @@ inline const char *plainEnd(const char *p, const char *end)
     return p;
 }
 
+/// What the writer does not escape of what it should.
+inline bool isRawControl(char byte)
+{
+    return static_cast<uchar>(byte) < 32 && byte != '\b' && byte != '\f' && byte != '\n' && byte != '\r' &&
+           byte != '\t';
+}
+
 qint64 integerOf(const char *text, qsizetype length)
 {
     const bool negative = *text == '-';
@@ -585,6 +592,10 @@ JSON_parser::Outcome JSON_parser::feed(const char *bytes, qsizetype length, bool
             state = m_commentReturn;
             break;
         default:
+            if (m_takesRawControls && state == InString && isRawControl(*p)) {
+                p = plainEnd(p + 1, end);
+                continue;
+            }
             ok = false;
             break;
         }

@@ -36,7 +36,12 @@ public:
         Rejected, ///< the byte at *taken is wrong; the instance is of no further use
     };
 
-    JSON_parser(Callback callback, void *receiver) : m_callback(callback), m_receiver(receiver) {}
+    /// Raw controls: a text may hold control characters below 32 as they are, other than backspace, form feed, line
+    /// feed, carriage return and tab.
+    JSON_parser(Callback callback, void *receiver, bool takesRawControls)
+        : m_callback(callback), m_receiver(receiver), m_takesRawControls(takesRawControls)
+    {
+    }
 
     /// Consumes the bytes up to the end, the first wrong byte or, on request, the byte that completes the root, and
     /// tells how many it consumed.
@@ -59,6 +64,7 @@ private:
 
     Callback m_callback;
     void *m_receiver;
+    const bool m_takesRawControls;
     std::string m_text;           // what earlier pieces or escapes brought of the current string or number
     quint8 m_state = 0;           // the start state
     quint8 m_commentReturn = 0;   // state in which the current comment began

@@ -57,7 +57,7 @@ struct Parser::Events {
     }
 };
 
-Parser::Parser() : m_root(QAny::Invalid) {}
+Parser::Parser(Controls controls) : m_controls(controls), m_root(QAny::Invalid) {}
 
 Parser::~Parser() = default;
 
@@ -79,7 +79,7 @@ Parser::Feed Parser::advance(const char *bytes, qsizetype length, bool stopWhenC
         return NeedsMore;
     if (!m_machine) {
         reset();
-        m_machine = std::make_unique<JSON_parser>(&Events::take, this);
+        m_machine = std::make_unique<JSON_parser>(&Events::take, this, m_controls == Controls::AsWritten);
     }
     m_fed += length;
     const JSON_parser::Outcome outcome = m_machine->feed(bytes, length, stopWhenComplete, taken);

@@ -44,7 +44,8 @@ private:
     QTcpSocket *m_socket;
     qint64 m_maxBytes;
     qint64 m_maxValues;
-    Json::Parser m_reader;
+    // Peers write as we do.
+    Json::Parser m_reader{Json::Parser::Controls::AsWritten};
     QByteArray m_bytes;        // read from the socket, not yet fed
     int m_fed = 0;             // of them, to the reader
     qint64 m_messageBytes = 0; // that the reader has of the message in progress
