@@ -11,15 +11,20 @@ namespace storage {
 KeptWrites::KeptWrites(const QByteArray &owner, int capacity, QObject *parent)
     : QObject(parent), m_queue(owner), m_capacity(capacity)
 {
-    m_timer.setSingleShot(true);
-    m_look.setSingleShot(true);
-    m_gathered.setSingleShot(true);
+    for (QTimer *timer : {&m_timer, &m_gathered, &m_retryAside, &m_look})
+        timer->setSingleShot(true);
     // Queued: who is told of a fate may run the event loop.
     const auto retry = [this] {
-        m_retryDue = m_asideDue = true;
+        m_retryDue = true;
+        m_queue.tryRescueAgain();
+        takeTurn();
+    };
+    const auto retryAside = [this] {
+        m_asideDue = true;
         takeTurn();
     };
     connect(&m_timer, &QTimer::timeout, this, retry, Qt::QueuedConnection);
+    connect(&m_retryAside, &QTimer::timeout, this, retryAside, Qt::QueuedConnection);
     // Not posted: what is posted comes before the sockets that are ready already.
     connect(&m_gathered, &QTimer::timeout, this, &KeptWrites::takeTurn, Qt::QueuedConnection);
     connect(&m_look, &QTimer::timeout, this, &KeptWrites::look);
@@ -27,9 +32,9 @@ KeptWrites::KeptWrites(const QByteArray &owner, int capacity, QObject *parent)
 
 bool KeptWrites::submit(Write write)
 {
-    const bool othersWait = !m_queue.isEmpty();
+    const bool othersWait = m_queue.waiting() > 0;
     Fates fates;
-    const bool isTaken = add(std::move(write), &fates);
+    const bool isTaken = add(std::move(write), count(), &fates);
     if (isTaken && !othersWait)
         store(&fates);
     tell(fates);
@@ -39,11 +44,15 @@ bool KeptWrites::submit(Write write)
 bool KeptWrites::gather(Write write)
 {
     Fates fates;
-    const bool isTaken = add(std::move(write), &fates);
+    // What has not been refused yet is no burden.
+    const bool isTaken = add(std::move(write), m_refused ? count() : m_queue.aside(), &fates);
     if (isTaken && !m_isGathering) {
         m_isGathering = true;
         m_gathered.start(0);
     }
+    // Whoever sends faster than the file takes it has to wait.
+    if (!m_refused && m_queue.waiting() >= WriteQueue::kTurnWrites)
+        store(&m_untold);
     tell(fates);
     return isTaken;
 }
@@ -51,7 +60,7 @@ bool KeptWrites::gather(Write write)
 bool KeptWrites::enqueue(Write write)
 {
     Fates fates;
-    const bool isTaken = add(std::move(write), &fates);
+    const bool isTaken = add(std::move(write), count(), &fates);
     if (isTaken && !m_timer.isActive())
         m_timer.start(kPauseMs);
     tell(fates);
@@ -64,15 +73,15 @@ void KeptWrites::restore(const std::function<Write(const QAny &rescued)> &make)
         return;
     for (const QAny &rescued : rescue()->take(m_queue.owner()))
         m_queue.addRescued(make(rescued));
-    if (!m_queue.isEmpty())
+    if (m_queue.waiting() > 0)
         m_timer.start(0);
 }
 
-bool KeptWrites::add(Write write, Fates *fates)
+bool KeptWrites::add(Write write, int kept, Fates *fates)
 {
-    if (count() >= m_capacity) {
+    if (kept >= m_capacity) {
         m_queue.warn("dropped, too many are kept:", write);
-        fates->emplace_back(std::move(write.told), Fate::Failed);
+        fates->emplace_back(std::move(write.told), Fate::Dropped);
         return false;
     }
     m_queue.add(std::move(write));
@@ -82,26 +91,28 @@ bool KeptWrites::add(Write write, Fates *fates)
 void KeptWrites::takeTurn()
 {
     m_isGathering = false;
-    Fates fates;
+    Fates fates = std::exchange(m_untold, {});
     store(&fates);
     tell(fates);
 }
 
 void KeptWrites::finishTurn()
 {
-    if (m_isGathering)
+    while (m_isGathering || (m_queue.waiting() > 0 && !m_refused))
         takeTurn();
 }
 
 void KeptWrites::flush()
 {
     m_timer.stop();
+    m_retryAside.stop();
     m_asideDue = true;
+    m_queue.tryRescueAgain();
     Fates untold;
-    while (storeTurn(&untold) && !m_queue.isEmpty()) {
+    while (storeTurn(&untold) && m_queue.waiting() > 0) {
     }
     m_look.stop();
-    m_queue.keepRest(&untold);
+    m_queue.keepAll(&untold);
     m_queue.end();
     m_refused = false;
 }
@@ -109,22 +120,25 @@ void KeptWrites::flush()
 /// Stores what waits, unless an attempt would only block once more; keeps what is not stored.
 void KeptWrites::store(Fates *fates)
 {
-    const bool isDue = !m_refused || std::exchange(m_retryDue, false) || m_queue.isAnyUnkept();
-    bool goesOn = !m_refused;
-    if (isDue) {
-        goesOn = storeTurn(fates);
-        m_refused = !goesOn;
+    if (!m_refused || m_retryDue || m_queue.isAnyUnkept()) {
+        m_refused = !storeTurn(fates);
         m_timer.stop();
     }
-    if (!goesOn || m_queue.isAnyAside())
-        m_queue.keepRest(fates);
-    if (count() > 0 && !m_timer.isActive())
-        m_timer.start(goesOn && !m_queue.isEmpty() ? kPauseMs : m_interval);
+    if (m_refused)
+        m_queue.keepAll(fates);
+    else
+        m_queue.keepAside(fates);
+    m_refused = m_refused && m_queue.waiting() > 0; // who was refused waits no more
+    if (m_queue.waiting() > 0 && !m_timer.isActive())
+        m_timer.start(m_refused ? m_interval : kPauseMs);
+    if (m_queue.aside() > 0 && !m_retryAside.isActive())
+        m_retryAside.start(m_interval);
 }
 
 bool KeptWrites::storeTurn(Fates *fates)
 {
     using Aside = WriteQueue::Aside;
+    m_retryDue = false;
     const bool goesOn = m_queue.storeTurn(m_asideDue ? Aside::Attempt : Aside::Wait, fates);
     m_asideDue = m_asideDue && !goesOn;
     if (m_queue.isAnyUnseen())
@@ -139,7 +153,7 @@ void KeptWrites::look()
         return;
     db()->look();
     m_queue.bringBackUnseen();
-    if (!m_queue.isEmpty() && !m_timer.isActive())
+    if (m_queue.waiting() > 0 && !m_timer.isActive())
         m_timer.start(kPauseMs);
 }
 

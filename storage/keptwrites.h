@@ -21,8 +21,9 @@ namespace storage {
 /// place of the open one, what was committed since the file was last seen in its place is stored again.
 ///
 /// An attempt may block for DataBase::kBusyTimeoutMs. So while writes are kept, new ones queue behind them without an
-/// attempt of their own, and a failed attempt is the last one for the retry interval. Each failed attempt is one
-/// warning line. Lives on the main thread; writes to db().
+/// attempt of their own, and a failed attempt is the last one for the retry interval, unless a write comes that is not
+/// to be kept. Each failed attempt is one warning line, which names the oldest. Lives on the main thread; writes to
+/// db().
 class KeptWrites : public QObject
 {
 public:
@@ -31,12 +32,13 @@ public:
     static constexpr int kPauseMs = 10;
 
     /// The owner begins the warning lines and names its writes in the rescue file. No more writes than the capacity
-    /// wait.
+    /// wait after a refusal, and none of submit() and enqueue() beyond it.
     KeptWrites(const QByteArray &owner, int capacity, QObject *parent = nullptr);
 
-    /// Attempts the write at once, unless others wait. False when too many do: it is dropped and told Failed.
+    /// Attempts the write at once, unless others wait. False when too many do: it is told Dropped.
     bool submit(Write write);
-    /// The attempt is made together with others, of whoever sends some before the event loop comes round.
+    /// The attempt is made together with others, of whoever sends some before the event loop comes round, and at once,
+    /// without telling yet, when a whole turn has gathered.
     bool gather(Write write);
     /// The same after the pause: where many writes come one by one and nobody waits for them, the flushes would take
     /// most of the time.
@@ -60,7 +62,7 @@ public:
 private:
     using Fates = WriteQueue::Fates;
 
-    bool add(Write write, Fates *fates);
+    bool add(Write write, int kept, Fates *fates);
     void takeTurn();
     void store(Fates *fates);
     bool storeTurn(Fates *fates);
@@ -70,9 +72,11 @@ private:
     WriteQueue m_queue;
     int m_capacity;
     int m_interval = kRetryIntervalMs;
-    QTimer m_timer; // single shot: the next turn
+    QTimer m_timer; // the next turn; all are single shot
     QTimer m_gathered;
-    QTimer m_look;              // single shot: whether the file is still in its place
+    QTimer m_retryAside;
+    QTimer m_look;              // whether the file is still in its place
+    Fates m_untold;             // of a turn in the midst of gathering
     bool m_isGathering = false; // a turn follows when the event loop has come round
     bool m_refused = false;
     bool m_retryDue = false;

@@ -20,6 +20,9 @@ public:
 
     /// What was left under the owner's name, oldest first; each is given once.
     std::vector<QAny> take(const QByteArray &owner);
+    /// What no owner took, once all have asked, goes to a file of its own ("…-rescue-unread"), with a warning line: it
+    /// would be kept here for ever.
+    void setAsideUntaken();
     /// On the disk when it returns. False, with a warning line, when it could not be written.
     bool add(const QByteArray &owner, const std::vector<QAny> &writes);
     /// So many of what was given or added are in the database. When all is, the file is emptied.
@@ -30,6 +33,7 @@ private:
     struct Left {
         QByteArray owner;
         QAny write;
+        QByteArray line;
     };
 
     RescueFile m_file;

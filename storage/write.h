@@ -19,7 +19,8 @@ enum class Fate {
     Stored,
     Kept,    ///< it waits for another attempt; Stored or Failed follows
     Refused, ///< the attempt failed and the write is none that is kept
-    Failed   ///< it can never be stored, or too many wait
+    Failed,  ///< it can never be stored
+    Dropped  ///< too many are kept
 };
 
 /// Something to store that must not get lost. Values, but for what its functions hold on to.

@@ -29,26 +29,28 @@ template <typename Queue> void moveInto(Queue &queue, typename Queue::iterator p
 
 } // namespace
 
-WriteQueue::Waiting WriteQueue::takeFirst(Queue &queue)
+WriteQueue::Waiting WriteQueue::Queue::takeFirst()
 {
-    Waiting first = std::move(queue.front());
-    queue.pop_front();
+    Waiting first = std::move(writes.front());
+    writes.pop_front();
+    kept -= kept > 0 ? 1 : 0;
     return first;
 }
 
 void WriteQueue::add(Write write)
 {
-    m_waiting.push_back({std::move(write)});
+    m_waiting.add({std::move(write)});
 }
 
 void WriteQueue::addRescued(Write write)
 {
-    m_waiting.push_back({std::move(write), Delivery::Again, true, true});
+    m_waiting.add({std::move(write), Delivery::Again, true, true});
 }
 
 bool WriteQueue::isAnyUnkept() const
 {
-    return std::any_of(m_waiting.begin(), m_waiting.end(),
+    const auto &writes = m_waiting.writes;
+    return std::any_of(writes.begin() + static_cast<std::ptrdiff_t>(m_waiting.kept), writes.end(),
                        [](const Waiting &waiting) { return !waiting.write.isKept; });
 }
 
@@ -60,15 +62,15 @@ bool WriteQueue::storeTurn(Aside aside, Fates *fates)
     Status failure = storeTogether(&ended);
     size_t released = 0;
     for (const Status status : ended)
-        released += settle(takeFirst(m_waiting), status, fates);
+        released += settle(m_waiting.takeFirst(), status, fates);
     if (failure.isDamaged())
         failure = storeOneByOne(&released, fates);
     if (failure && aside == Aside::Attempt)
         storeAside(&released, fates);
     if (rescue())
         rescue()->release(released);
-    if (!failure && !m_waiting.empty())
-        warn("not stored, kept for another attempt:", m_waiting.front().write);
+    if (!failure && !m_waiting.writes.empty())
+        warn("not stored, kept for another attempt:", m_waiting.writes.front().write);
     return bool(failure);
 }
 
@@ -81,8 +83,9 @@ Status WriteQueue::storeTogether(std::vector<Status> *ended)
     Status failure;
     QElapsedTimer elapsed;
     elapsed.start();
-    while (failure && ended->size() < m_waiting.size() && ended->size() < kTurnWrites && elapsed.elapsed() < kTurnMs) {
-        const Waiting &waiting = m_waiting[ended->size()];
+    while (failure && ended->size() < m_waiting.writes.size() && ended->size() < kTurnWrites &&
+           elapsed.elapsed() < kTurnMs) {
+        const Waiting &waiting = m_waiting.writes[ended->size()];
         const Status status = attempt(waiting.write, waiting.delivery);
         if (status.mayPass())
             failure = status;
@@ -100,16 +103,18 @@ Status WriteQueue::storeOneByOne(size_t *released, Fates *fates)
 {
     QElapsedTimer elapsed;
     elapsed.start();
-    while (!m_waiting.empty() && elapsed.elapsed() < kTurnMs) {
-        const Waiting &oldest = m_waiting.front();
+    while (!m_waiting.writes.empty() && elapsed.elapsed() < kTurnMs) {
+        const Waiting &oldest = m_waiting.writes.front();
         const Status status = attempt(oldest.write, oldest.delivery);
-        if (status.isDamaged()) {
+        if (status.isDamaged() && !oldest.write.isKept) {
+            fates->emplace_back(std::move(m_waiting.takeFirst().write.told), Fate::Refused);
+        } else if (status.isDamaged()) {
             warn("met damage, put aside:", oldest.write);
-            m_aside.push_back(takeFirst(m_waiting));
+            m_aside.add(m_waiting.takeFirst());
         } else if (status.mayPass()) {
             return status;
         } else {
-            *released += settle(takeFirst(m_waiting), status, fates);
+            *released += settle(m_waiting.takeFirst(), status, fates);
         }
     }
     return Status::Done;
@@ -118,11 +123,11 @@ Status WriteQueue::storeOneByOne(size_t *released, Fates *fates)
 /// Up to the first that still meets damage.
 void WriteQueue::storeAside(size_t *released, Fates *fates)
 {
-    while (!m_aside.empty()) {
-        const Status status = attempt(m_aside.front().write, Delivery::Again);
+    while (!m_aside.writes.empty()) {
+        const Status status = attempt(m_aside.writes.front().write, Delivery::Again);
         if (status.mayPass())
             return;
-        *released += settle(takeFirst(m_aside), status, fates);
+        *released += settle(m_aside.takeFirst(), status, fates);
     }
 }
 
@@ -149,33 +154,34 @@ void WriteQueue::bringBackUnseen()
     }
     if (db()->isOpen())
         m_generation = db()->generation();
-    moveInto(m_waiting, m_waiting.begin(), m_unseen);
+    moveInto(m_waiting.writes, m_waiting.writes.begin(), m_unseen);
+    m_waiting.kept = 0;
 }
 
-void WriteQueue::keepRest(Fates *fates)
+void WriteQueue::keepAll(Fates *fates)
 {
     refuseUnkept(fates);
-    rescueWaiting(fates);
+    rescueNew({&m_aside, &m_waiting}, fates);
 }
 
 void WriteQueue::refuseUnkept(Fates *fates)
 {
-    Queue kept;
-    for (Waiting &waiting : m_waiting) {
-        if (waiting.write.isKept)
-            kept.push_back(std::move(waiting));
-        else
-            fates->emplace_back(std::move(waiting.write.told), Fate::Refused);
-    }
-    m_waiting = std::move(kept);
+    auto &writes = m_waiting.writes;
+    const auto isKept = [](const Waiting &waiting) { return waiting.write.isKept; };
+    const auto unkept =
+        std::stable_partition(writes.begin() + static_cast<std::ptrdiff_t>(m_waiting.kept), writes.end(), isKept);
+    for (auto refused = unkept; refused != writes.end(); ++refused)
+        fates->emplace_back(std::move(refused->write.told), Fate::Refused);
+    writes.erase(unkept, writes.end());
 }
 
-void WriteQueue::rescueWaiting(Fates *fates)
+void WriteQueue::rescueNew(std::initializer_list<Queue *> queues, Fates *fates)
 {
     std::vector<QAny> lines;
     std::vector<Waiting *> written;
-    for (Queue *queue : {&m_aside, &m_waiting}) {
-        for (Waiting &waiting : *queue) {
+    for (Queue *queue : queues) {
+        for (; queue->kept < queue->writes.size(); ++queue->kept) {
+            Waiting &waiting = queue->writes[queue->kept];
             if (!std::exchange(waiting.isKept, true))
                 fates->emplace_back(waiting.write.told, Fate::Kept);
             if (waiting.isRescued || waiting.write.rescued.isNull())
@@ -192,10 +198,11 @@ void WriteQueue::rescueWaiting(Fates *fates)
 
 void WriteQueue::end()
 {
-    moveInto(m_waiting, m_waiting.end(), m_aside);
-    for (const Waiting &waiting : m_waiting)
-        warn(waiting.isRescued ? "left in the rescue file:" : "lost at the end:", waiting.write);
-    m_waiting.clear();
+    for (const Queue *queue : {&m_waiting, &m_aside}) {
+        for (const Waiting &waiting : queue->writes)
+            warn(waiting.isRescued ? "left in the rescue file:" : "lost at the end:", waiting.write);
+    }
+    m_waiting = m_aside = Queue();
     m_unseen.clear();
 }
 

@@ -6,6 +6,7 @@
 
 #include <deque>
 #include <functional>
+#include <initializer_list>
 #include <utility>
 #include <vector>
 
@@ -34,9 +35,9 @@ public:
     void addRescued(Write write);
 
     /// All that wait, those put aside included.
-    int count() const { return static_cast<int>(m_waiting.size() + m_aside.size()); }
-    bool isEmpty() const { return m_waiting.empty(); }
-    bool isAnyAside() const { return !m_aside.empty(); }
+    int count() const { return waiting() + aside(); }
+    int waiting() const { return static_cast<int>(m_waiting.writes.size()); }
+    int aside() const { return static_cast<int>(m_aside.writes.size()); }
     /// Whether the file was not looked at since something was stored.
     bool isAnyUnseen() const { return !m_unseen.empty(); }
     /// Whether somebody wants an answer now, who is refused when the attempt fails.
@@ -45,8 +46,12 @@ public:
     /// Attempts the oldest in one transaction, and takes those that need no further attempt. False after a failure that
     /// may pass.
     bool storeTurn(Aside aside, Fates *fates);
-    /// Who goes on waiting is told so, once it is in the rescue file; who does not is refused.
-    void keepRest(Fates *fates);
+    /// Who goes on waiting is told so, once it is in the rescue file; who does not is refused. Looks at those alone
+    /// that have come since, unless the rescue file is to be tried again for all.
+    void keepAll(Fates *fates);
+    /// The same for those put aside.
+    void keepAside(Fates *fates) { rescueNew({&m_aside}, fates); }
+    void tryRescueAgain() { m_waiting.kept = m_aside.kept = 0; }
     /// The file was looked at: what went to one that is no longer there waits once more, before all others.
     void bringBackUnseen();
     /// Lets go of all, with a warning line for each that waits.
@@ -60,20 +65,25 @@ private:
         bool isKept = false; ///< has been told so
         bool isRescued = false;
     };
-    using Queue = std::deque<Waiting>;
+    struct Queue {
+        std::deque<Waiting> writes;
+        size_t kept = 0; ///< so many of the first have been told, and are in the rescue file if that was possible
 
-    static Waiting takeFirst(Queue &queue);
+        Waiting takeFirst();
+        void add(Waiting waiting) { writes.push_back(std::move(waiting)); }
+    };
+
     Status storeTogether(std::vector<Status> *ended);
     Status storeOneByOne(size_t *released, Fates *fates);
     void storeAside(size_t *released, Fates *fates);
     size_t settle(Waiting waiting, Status status, Fates *fates);
     void refuseUnkept(Fates *fates);
-    void rescueWaiting(Fates *fates);
+    void rescueNew(std::initializer_list<Queue *> queues, Fates *fates);
 
     QByteArray m_owner;
     Queue m_waiting;
-    Queue m_aside;  // they met damage
-    Queue m_unseen; // committed since the file was last seen in its place
+    Queue m_aside;                // they met damage
+    std::deque<Waiting> m_unseen; // committed since the file was last seen in its place
     quint64 m_generation = 0;
 };
 

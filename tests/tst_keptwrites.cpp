@@ -29,6 +29,7 @@ private Q_SLOTS:
     void manyInFewTurns();
     void whatMeetsDamageIsPutAside();
     void replacedFileGetsWhatWentToTheFormer();
+    void whoSendsFasterHasToWait();
     void whatIsLostIsTold();
     void whatIsRescuedComesBack_data();
     void whatIsRescuedComesBack();
@@ -69,7 +70,7 @@ storage::Write TestKeptWrites::row(int user)
         return m_fails.value(user);
     };
     write.told = [this, user](storage::Fate fate) {
-        const char *const fates[] = {"stored", "kept", "refused", "failed"};
+        const char *const fates[] = {"stored", "kept", "refused", "failed", "dropped"};
         m_log += QStringLiteral("%1 %2").arg(fates[int(fate)]).arg(user);
     };
     write.name = [user] { return QString::number(user); };
@@ -133,6 +134,30 @@ void TestKeptWrites::whoDoesNotWaitIsRefused()
     comeRound();
     QCOMPARE(m_log, (QStringList{"try 1", "try 3", "try 2", "stored 1", "stored 3", "stored 2"}));
     QCOMPARE(stored(), (QList<int>{1, 3, 2}));
+    // When nobody else waits, its failure is forgotten.
+    m_fails[2] = Status::Passing;
+    expect("Owner::do not stored, kept for another attempt: 2");
+    writes.gather(line);
+    comeRound();
+    QCOMPARE(m_log.last(), QString("refused 2"));
+    writes.submit(row(4));
+    QCOMPARE(m_log.last(), QString("stored 4"));
+}
+
+/// Nothing that was not refused is dropped.
+void TestKeptWrites::whoSendsFasterHasToWait()
+{
+    constexpr int kWrites = 2500;
+    KeptWrites writes("Owner::do", 10);
+    QStringList told;
+    for (int user = 1; user <= kWrites; ++user) {
+        QVERIFY(writes.gather(row(user)));
+        QVERIFY(writes.count() < storage::WriteQueue::kTurnWrites);
+        told += QStringLiteral("stored %1").arg(user);
+    }
+    QCOMPARE(m_log.filter("stored"), QStringList());
+    comeRound();
+    QCOMPARE(m_log.filter("stored"), told);
 }
 
 /// Each attempt may block for seconds.
@@ -203,11 +228,20 @@ void TestKeptWrites::whatMeetsDamageIsPutAside()
     writes.gather(row(4));
     comeRound();
     QCOMPARE(stored(), (QList<int>{1, 3, 4}));
+    // A line that is not kept meets damage as well: whoever sent it knows that it is not stored.
+    m_fails[5] = Status::Damaged;
+    storage::Write line = row(5);
+    line.isKept = false;
+    writes.gather(line);
+    comeRound();
+    QCOMPARE(m_log.last(), QString("refused 5"));
+    // Traffic does not put the next attempt off.
     m_fails.clear();
-    while (writes.count() > 0)
-        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
-    QCOMPARE(stored(), (QList<int>{1, 3, 4, 2}));
-    QCOMPARE(m_log.last(), QString("stored 2"));
+    while (writes.count() > 0) {
+        writes.gather(row(6));
+        comeRound();
+    }
+    QCOMPARE(m_log.filter("stored 2").size(), 1);
 }
 
 /// Between the last look at the path and the next, somebody moves another file over it.
@@ -261,7 +295,7 @@ void TestKeptWrites::whatIsLostIsTold()
     expect("Owner::do lost at the end: 2");
     for (int user : {1, 2, 3})
         writes.enqueue(row(user));
-    QCOMPARE(m_log, QStringList("failed 3"));
+    QCOMPARE(m_log, QStringList("dropped 3"));
     writes.flush();
     QCOMPARE(writes.count(), 0);
     QCOMPARE(stored(), QList<int>{1});
@@ -315,8 +349,19 @@ void TestKeptWrites::whatIsRescuedComesBack()
     others.restore(make);
     others.flush();
     QCOMPARE(stored(), (QList<int>{1, 2, 3, 9}));
+    // Whatever characters a terminal sent.
+    const QString text = QString("a").append(QChar(1)).append(QChar(0));
+    QVERIFY(rescue.add("Nobody", {text}));
+    QTest::ignoreMessage(QtWarningMsg, "Rescue::Rescue 1 writes of the former run are stored now");
+    storage::Rescue next(m_database->filePath());
+    QVERIFY(next.take("Owner::do").empty());
+    QTest::ignoreMessage(QtWarningMsg, QRegularExpression("1 writes of the former run are nobody's, kept in"));
+    next.setAsideUntaken();
+    QFile unread(m_database->filePath() + "-rescue-unread");
+    QVERIFY(unread.open(QIODevice::ReadOnly));
+    QCOMPARE(unread.readAll(), QString(R"({"OWNER":"Nobody","WRITE":"%1"})").arg(text).toUtf8() + '\n');
     storage::setRescue(nullptr);
-    QVERIFY(storage::Rescue(m_database->filePath()).take("Owner::do").empty());
+    QVERIFY(storage::Rescue(m_database->filePath()).take("Nobody").empty());
 }
 
 QTEST_GUILESS_MAIN(TestKeptWrites)

@@ -123,7 +123,9 @@ void TestLogger::deliveredTwiceIsStoredOnce()
         {first, R"("USER":"7","TIMESTAMP":60,"TID":5)", 2}, // says too little
         {first + R"(,"ID":3)", first + R"(,"ID":3)", 1},
         {first + R"(,"ID":3)", first + R"(,"ID":4)", 2},
-        {first + R"(,"ID":1)", first + R"(,"ID":1)", 1}, // taken by another before
+        {first + R"(,"ID":1)", first + R"(,"ID":1)", 1},       // taken by another before
+        {first + R"(,"ID":null)", first + R"(,"ID":null)", 1}, // no number of a row
+        {first + R"(,"ID":"x")", first + R"(,"ID":"x")", 1},
     };
     TerminalSite site;
     const QString id = site.terminal(5);

@@ -128,6 +128,7 @@ void ServicesStarter::start()
     setTerminalCheckService(new TerminalCheckService);
     setAdminCheckService(new AdminCheckService);
     theEkeyEventHandler = createEkeyEventHandler();
+    storage::rescue()->setAsideUntaken();
     setReadPool(createReadPool());
     theWebServer = new EchoServer(server::host::Configuration::webPort());
     theWebServer->setReadPool(readPool());

@@ -2,6 +2,8 @@
 
 #include <QDebug>
 
+#include <cmath>
+
 namespace server::logger {
 
 using storage::Status;
@@ -74,6 +76,14 @@ Status anyRow(DataBase &database, const QString &sql, const QVariantList &bindin
     return database.forEachRow(sql, bindings, [found](const QSqlQuery &) { *found = true; });
 }
 
+/// Whether SQLite takes it for the number of a row, and does not choose one itself.
+bool isRowNumber(const QAny &value)
+{
+    bool isNumber = false;
+    const double number = value.toString().toDouble(&isNumber);
+    return isNumber && number == std::floor(number);
+}
+
 QAny without(const QAny &hash, const QString &column)
 {
     QAny rest(QAny::Hash);
@@ -141,21 +151,21 @@ Status EventStore::wasDelivered(DataBase &database, const QAny &event, Sender se
             bindings.append(variantOf(*value));
         }
     }
-    // An event whose number was taken is stored under another one.
-    if (const QAny *number = valueOf(event, kEventsKey)) {
+    // An event whose number was taken, or is none, is stored under another one.
+    if (const QAny *number = valueOf(event, kEventsKey); number && isRowNumber(*number)) {
         sql += QLatin1String(" AND EXISTS (SELECT 1 FROM events WHERE ID=?)");
         bindings.append(variantOf(*number));
     }
     return anyRow(database, sql + kFirst, bindings, delivered);
 }
 
-Status EventStore::alreadyStored(DataBase &database, const QAny &events, std::vector<bool> *stored)
+Status EventStore::alreadyStored(DataBase &database, const QAny &events, Sender sender, std::vector<bool> *stored)
 {
     stored->assign(static_cast<size_t>(events.count()), false);
     for (int i = 0; i < events.count(); ++i) {
         int brought = 0;
         const QVariantList identity = identityOf(events.at(i), &brought);
-        if (!valueOf(events.at(i), kTid))
+        if (!valueOf(events.at(i), kTid) && sender == Sender::Peer)
             continue; // it may be another terminal's
         bool found = false;
         if (const Status asked = anyRow(database, kFind + kFirst, identity, &found); asked.mayPass())

@@ -20,9 +20,9 @@ enum class Sender { Peer, Ourselves };
 /// Whether an event was delivered before: a row equals it in every column that it brings. Of a peer's it must bring at
 /// least TID, USER, TIMESTAMP and ACCESS_CODE. A row number that it brings counts only while nothing else has taken it.
 storage::Status wasDelivered(DataBase &database, const QAny &event, Sender sender, bool *delivered);
-/// Which events of a terminal's reply are there already, by TID, USER, TIMESTAMP and ACCESS_CODE; one without a TID is
-/// not. To be asked before any of them is inserted: equal events of one reply are all stored.
-storage::Status alreadyStored(DataBase &database, const QAny &events, std::vector<bool> *stored);
+/// Which events of a terminal's reply are there already, by TID, USER, TIMESTAMP and ACCESS_CODE; one of a peer's
+/// without a TID is not. To be asked before any of them is inserted: equal events of one reply are all stored.
+storage::Status alreadyStored(DataBase &database, const QAny &events, Sender sender, std::vector<bool> *stored);
 
 /// Inserts the event into `events`; keys that are no columns are left out. An event that brings an ID which is taken
 /// gets a new one.

@@ -28,6 +28,9 @@ constexpr qint64 kAdministrationLogId = 200;
 const QString kUser = QStringLiteral("USER");
 const QString kTimestamp = QStringLiteral("TIMESTAMP");
 
+/// The error of an event that would be lost at the end.
+const QString kFull = QStringLiteral("Too many events wait");
+
 int numberOn(const std::function<int(const QString &)> &peers, const QString &connectionId)
 {
     return peers ? peers(connectionId) : -1;
@@ -112,7 +115,7 @@ QAny Logger::event(const QString &connectionId, const QAny &params)
     Write write = eventWrite(params);
     write.told = [known = m_peers.noteEvent ? m_peers.noteEvent(terminal, time) : nullptr](storage::Fate) {};
     // Also where it can never be stored: the terminal would only send it again.
-    return answer(connectionId, std::move(write), [](storage::Fate) { return true; });
+    return answer(connectionId, std::move(write), [](storage::Fate fate) { return fate != storage::Fate::Dropped; });
 }
 
 /// What the caller is answered, now or when the fate of the write is known.
@@ -122,10 +125,15 @@ QAny Logger::answer(const QString &connectionId, Write write, bool (*resultOf)(s
     if (rpcController())
         later = rpcController()->takeAnswer(this, connectionId, KNet::RpcController::Behind::Together);
     const bool isLater = bool(later);
-    const auto result = std::make_shared<std::pair<KNet::RpcAnswer, bool>>(std::move(later), false);
+    // Kept, if it waits behind others and is told nothing yet.
+    const auto result =
+        std::make_shared<std::pair<KNet::RpcAnswer, bool>>(std::move(later), resultOf(storage::Fate::Kept));
     write.told = [result, resultOf, known = std::move(write.told)](storage::Fate fate) {
         result->second = resultOf(fate);
-        result->first.give(result->second);
+        if (fate == storage::Fate::Dropped)
+            result->first.giveError(KNet::InvokeError, kFull);
+        else
+            result->first.give(result->second);
     };
     if (isLater)
         m_keptWrites.gather(std::move(write));

@@ -232,8 +232,18 @@ storage::Write EkeyLineProcessor::writeOf(const std::vector<Outcome> &outcomes)
     for (const Outcome &outcome : outcomes)
         write.rescued.append({{kMessages, outcome.messages}, {kEvent, outcome.event}});
     write.store = [outcomes](DataBase &database, storage::Delivery delivery) -> Status {
-        for (const Outcome &outcome : outcomes) {
-            if (const Status stored = store(database, outcome, delivery); stored.mayPass())
+        // First all are looked for: equal lines of one batch are all stored.
+        std::vector<bool> isThere(outcomes.size(), false);
+        for (size_t i = 0; i < outcomes.size() && delivery == storage::Delivery::Again; ++i) {
+            bool found = false;
+            if (const Status asked = wasStored(database, outcomes[i], &found); asked.mayPass())
+                return asked;
+            isThere[i] = found;
+        }
+        for (size_t i = 0; i < outcomes.size(); ++i) {
+            if (isThere[i])
+                continue;
+            if (const Status stored = store(database, outcomes[i]); stored.mayPass())
                 return stored;
         }
         return Status::Done; // what can never be stored does not undo the rest
@@ -255,15 +265,17 @@ storage::Write EkeyLineProcessor::restored(const QAny &rescued)
     return writeOf(outcomes);
 }
 
-Status EkeyLineProcessor::store(DataBase &database, const Outcome &outcome, storage::Delivery delivery)
+Status EkeyLineProcessor::wasStored(DataBase &database, const Outcome &outcome, bool *stored)
 {
-    bool isThere = false;
-    if (delivery == storage::Delivery::Again && outcome.event.isHash()) {
-        const Status asked =
-            logger::EventStore::wasDelivered(database, outcome.event, logger::EventStore::Sender::Ourselves, &isThere);
-        if (asked.mayPass() || isThere)
-            return asked;
-    }
+    using namespace logger;
+    *stored = false;
+    return outcome.event.isHash()
+               ? EventStore::wasDelivered(database, outcome.event, EventStore::Sender::Ourselves, stored)
+               : Status();
+}
+
+Status EkeyLineProcessor::store(DataBase &database, const Outcome &outcome)
+{
     for (const QString &message : outcome.messages) {
         const Status logged = ::logger() ? ::logger()->log(message) : Status();
         if (logged.mayPass())

@@ -67,7 +67,8 @@ private:
     void submit(const std::vector<Outcome> &outcomes, qint64 bytes);
     static storage::Write writeOf(const std::vector<Outcome> &outcomes);
     static storage::Write restored(const QAny &rescued);
-    static storage::Status store(DataBase &database, const Outcome &outcome, storage::Delivery delivery);
+    static storage::Status wasStored(DataBase &database, const Outcome &outcome, bool *stored);
+    static storage::Status store(DataBase &database, const Outcome &outcome);
 
     EkeySettings m_settings;
     bool m_hasTable = false;

@@ -87,10 +87,10 @@ NewestTimes CatchUpReply::newest() const
     return newest;
 }
 
-Status CatchUpReply::store(DataBase &database, int *stored) const
+Status CatchUpReply::store(DataBase &database, storage::Delivery delivery, int *stored) const
 {
     *stored = 0;
-    return m_kind == LogLines ? storeLogs(database, stored) : storeEvents(database, stored);
+    return m_kind == LogLines ? storeLogs(database, stored) : storeEvents(database, delivery, stored);
 }
 
 storage::LogRow CatchUpReply::logRow(const QAny &line) const
@@ -127,10 +127,12 @@ Status CatchUpReply::storeLogs(DataBase &database, int *stored) const
     return Status::Done;
 }
 
-Status CatchUpReply::storeEvents(DataBase &database, int *stored) const
+Status CatchUpReply::storeEvents(DataBase &database, storage::Delivery delivery, int *stored) const
 {
+    using EventStore::Sender;
+    const Sender sender = delivery == storage::Delivery::Again ? Sender::Ourselves : Sender::Peer;
     std::vector<bool> isThere;
-    if (const Status asked = EventStore::alreadyStored(database, m_rows, &isThere); asked.mayPass())
+    if (const Status asked = EventStore::alreadyStored(database, m_rows, sender, &isThere); asked.mayPass())
         return asked;
     for (int i = 0; i < count(); ++i) {
         if (isThere[static_cast<size_t>(i)])

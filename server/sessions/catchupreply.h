@@ -2,7 +2,8 @@
 
 #include "qany.h"
 #include "server/sessions/terminalrole.h"
-#include "storage/keptwrites.h"
+#include "storage/database.h"
+#include "storage/write.h"
 
 #include <QString>
 
@@ -28,11 +29,11 @@ public:
     QAny rescued() const;
 
     /// Stores the rows that are not there already, as a whole. Tells how many.
-    storage::Status store(DataBase &database, int *stored) const;
+    storage::Status store(DataBase &database, storage::Delivery delivery, int *stored) const;
 
 private:
     storage::Status storeLogs(DataBase &database, int *stored) const;
-    storage::Status storeEvents(DataBase &database, int *stored) const;
+    storage::Status storeEvents(DataBase &database, storage::Delivery delivery, int *stored) const;
     storage::LogRow logRow(const QAny &line) const;
 
     const TerminalRole *m_role;

@@ -184,8 +184,10 @@ storage::Write TerminalService::writeOf(const CatchUpReply &reply, const std::fu
 {
     const auto stored = std::make_shared<int>(0);
     storage::Write write;
-    write.store = [reply, stored, known = noteAccepted(reply.terminal(), reply.newest())](
-                      DataBase &database, storage::Delivery) { return reply.store(database, stored.get()); };
+    write.store = [reply, stored, known = noteAccepted(reply.terminal(), reply.newest())](DataBase &database,
+                                                                                          storage::Delivery delivery) {
+        return reply.store(database, delivery, stored.get());
+    };
     write.told = [ended, stored](storage::Fate fate) {
         if (ended && fate != storage::Fate::Kept)
             ended(*stored);
