@@ -70,6 +70,7 @@ private Q_SLOTS:
     void unread_data();
     void unread();
     void closeBehindAnswers();
+    void abortBehindAnswers();
     void goneWhileUnderWay();
 };
 
@@ -204,6 +205,22 @@ void TestRpcOutput::closeBehindAnswers()
     QVERIFY2(elapsed.elapsed() > 2 * limits.closeGraceMs, "not slow enough to tell");
     QVERIFY(peer->waitClosed());
     QTRY_COMPARE(site.gone, QStringList(peer->connectionId));
+}
+
+/// A server that ends gives what it has answered, before the event loop could.
+void TestRpcOutput::abortBehindAnswers()
+{
+    RpcSite site;
+    const auto peer = site.peer();
+    site.service->action = [&site](const QString &id, const QAny &) {
+        site.controller->takeAnswer(site.service.get(), id).give(true);
+        site.controller->flush();
+        site.controller->abortConnection(id);
+        return QAny();
+    };
+    peer->write(kRun);
+    QCOMPARE(peer->next(), resultText("true"));
+    QVERIFY(peer->waitClosed());
 }
 
 void TestRpcOutput::goneWhileUnderWay()

@@ -169,7 +169,9 @@ void ServicesStarter::tearDown()
     readPool()->stop();
     // Its last lines need the database, the logger and the sessions.
     const bool isTrackerEnded = theEkeyEventHandler->finish();
-    logger()->keptEvents().finishTurn(); // while who sent them can be answered
+    // While who sent them can be answered: terminals send again what was not.
+    logger()->keptEvents().finishTurn();
+    rpcController()->flush();
     logger()->log(QStringLiteral("Finished"));
     rpcController()->close();
     mainTerminalService()->disconnectAll();

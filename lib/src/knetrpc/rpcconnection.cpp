@@ -122,6 +122,14 @@ void RpcConnection::endGrace()
     QTimer::singleShot(static_cast<int>(left), this, &RpcConnection::endGrace);
 }
 
+void RpcConnection::flushOutput()
+{
+    if (m_ended)
+        return;
+    const SocketScope scope(this);
+    flush();
+}
+
 void RpcConnection::abortConnection()
 {
     if (m_ended)

@@ -80,6 +80,8 @@ public:
     /// Ends a connected socket gracefully, any other at once. What the peer has sent and we have not handled is
     /// dropped.
     void closeConnection();
+    /// Hands over what the system takes at once. May end the connection.
+    void flushOutput();
     /// Ends at once; what was not yet written is lost.
     void abortConnection();
 

@@ -66,6 +66,15 @@ void RpcController::close()
         std::exchange(m_server, nullptr)->retire();
 }
 
+void RpcController::flush()
+{
+    const QStringList ids = m_connections.keys(); // a failure ends a connection
+    for (const QString &id : ids) {
+        if (RpcConnection *connection = m_connections.value(id))
+            connection->flushOutput();
+    }
+}
+
 bool RpcController::registerService(const QString &name, QObject *service)
 {
     return m_services.add(name, service);

@@ -50,6 +50,8 @@ public:
     QString errorString() const { return m_listenError; }
     /// Stops listening. Connections stay.
     void close();
+    /// Hands over to the system what it takes at once of all that waits to be sent: before connections are aborted.
+    void flush();
 
     const RpcLimits &limits() const { return m_limits; }
     /// For connections made from now on.
