@@ -13,6 +13,10 @@
 #include <QRegularExpression>
 #include <QSemaphore>
 #include <QTest>
+
+#ifdef Q_OS_UNIX
+#include <sys/stat.h>
+#endif
 #include <QTimer>
 
 #include <atomic>
@@ -490,12 +494,12 @@ void TestCheckServices::addedFiles()
     const struct {
         const char *folder; // below the test's own
         const char *name;
-        const char *found;               // the content afterwards
-    } rows[] = {{"/old", "file", "new"}, // shorter than the former
-                {"/fresh", "file", "new"},
-                {"/fresh/two", "file", "no file"}, // of two new folders only one is made
-                {"", "old", "no file"},            // a folder as a file
-                {"/old", "", "no file"}};
+        const char *found; // the content afterwards
+    } rows[] = {
+        {"/old", "file", "new"},                                             // shorter than the former
+        {"/fresh", "file", "new"},        {"/fresh/two", "file", "no file"}, // of two new folders only one is made
+        {"", "old", "no file"},                                              // a folder as a file
+        {"/../..", "outside", "no file"}, {"/old", "../../../outside", "no file"}, {"/old", "", "no file"}};
     const Warnings told;
     for (int i = 0; i < 2 * int(std::size(rows)); ++i) {
         const auto &row = rows[i / 2];
@@ -512,6 +516,11 @@ void TestCheckServices::addedFiles()
         QCOMPARE(Warnings::lines.size(), contentOf(path) == "new" ? 0 : 1);
         QVERIFY(QDir(m_below->path()).removeRecursively() && QDir().mkdir(m_below->path()));
     }
+#ifdef Q_OS_UNIX
+    // Who opens a pipe for writing waits for its reader.
+    QCOMPARE(mkfifo(QFile::encodeName(m_below->filePath("pipe")).constData(), 0600), 0);
+    m_site->call(kServices.first() + ".addFile", {{"DIR", QFileInfo(m_below->path()).fileName()}, {"FNAME", "pipe"}});
+#endif
 }
 
 void TestCheckServices::commandToTerminal_data()

@@ -12,6 +12,7 @@
 #include <QCoreApplication>
 #include <QDebug>
 #include <QDir>
+#include <QFileInfo>
 
 #include <memory>
 
@@ -28,6 +29,16 @@ const QString kFile = QStringLiteral("FILE");
 
 /// The error of a calculation that would have to wait behind too many others.
 const QString kBusy = QStringLiteral("Too many calculations wait");
+
+/// Whether a file is written there: below the program's folder, and nothing but a plain file. A pipe would hold the
+/// server up, a path that climbs would reach the whole machine.
+bool isPlainBelowProgram(const QString &path)
+{
+    const QString cleaned = QDir::cleanPath(QDir::fromNativeSeparators(path));
+    const QFileInfo found(cleaned);
+    return cleaned.startsWith(QDir::cleanPath(QCoreApplication::applicationDirPath()) + QLatin1Char('/')) &&
+           (found.isFile() || !found.exists());
+}
 
 } // namespace
 
@@ -95,11 +106,15 @@ QAny CheckService::storeFile(const QAny &params, qint64 *size)
     const QString folder =
         QStringLiteral("%1/%2").arg(QCoreApplication::applicationDirPath(), params.lookup(kDir).toString());
     const QString path = QStringLiteral("%1/%2").arg(folder, params.lookup(kFileName).toString());
-    if (!QDir(folder).exists())
-        QDir().mkdir(folder);
     qint64 decoded = 0;
     // Deliberate: the caller does not learn of a failure; the warning line tells it.
-    FileTransfer::decode(params.lookup(kFile).toString(), path, &decoded);
+    if (!isPlainBelowProgram(path)) {
+        qWarning() << "CheckService::storeFile no plain file below the program's folder:" << path;
+    } else {
+        if (!QDir(folder).exists())
+            QDir().mkdir(folder);
+        FileTransfer::decode(params.lookup(kFile).toString(), path, &decoded);
+    }
     if (size)
         *size = decoded;
     return {{kResult, flag(true)}, {QStringLiteral("file"), path}};
