@@ -1,6 +1,7 @@
 # Tests of the server: web front and host.
 set(ZUK_SCHEMA_FILE ${CMAKE_SOURCE_DIR}/packaging/attendance-schema.sql)
 
+zuk_test(tst_diagnostics zuk_process)
 zuk_test(tst_localtime zuk_process)
 zuk_test(tst_webmetods zuk_web)
 zuk_test(tst_echoserver zuk_web)

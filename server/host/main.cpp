@@ -2,6 +2,7 @@
 #include "server/host/consolerun.h"
 #include "server/host/servicerun.h"
 #include "server/process/descriptorlimit.h"
+#include "server/process/diagnostics.h"
 #include "server/process/localtime.h"
 
 #include <QCoreApplication>
@@ -10,6 +11,7 @@
 
 int main(int argc, char *argv[])
 {
+    server::process::guardDiagnostics();
     server::process::keepTimeZone();
     const QCoreApplication application(argc, argv);
     QCoreApplication::setOrganizationName(QStringLiteral("ZUK"));
