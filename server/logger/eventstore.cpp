@@ -1,5 +1,6 @@
 #include "server/logger/eventstore.h"
 
+#include <QDateTime>
 #include <QDebug>
 
 #include <cmath>
@@ -36,6 +37,9 @@ const QString kFirst = QStringLiteral(" LIMIT 1");
 /// What else an event may bring.
 const QString kDetails[] = {QStringLiteral("FINGER"),  QStringLiteral("TERMINAL"), QStringLiteral("DESCRIPTION"),
                             QStringLiteral("ID_TYPE"), QStringLiteral("UID"),      QStringLiteral("NAME")};
+
+/// No clock of a site is wrong by more without being noticed.
+constexpr qint64 kFutureSeconds = 24 * 60 * 60;
 
 /// The value under a key of any case, as inserts take it; null when there is none.
 const QAny *valueOf(const QAny &event, const QString &column)
@@ -92,6 +96,17 @@ QAny without(const QAny &hash, const QString &column)
             rest.insert(hash.keyAt(i), hash.at(i));
     }
     return rest;
+}
+
+/// A terminal whose clock is wrong: the catch-up asks it for what is newer than this event from now on.
+void warnOfFuture(const QAny &event)
+{
+    const qint64 time = event.lookup(kTimestamp).toInteger();
+    if (time <= QDateTime::currentSecsSinceEpoch() + kFutureSeconds)
+        return;
+    qWarning().noquote() << "EventStore::insert event of the future: terminal" << event.lookup(kTid).toString()
+                         << "user" << event.lookup(kUser).toString() << "time" << time
+                         << QDateTime::fromSecsSinceEpoch(time).toString(Qt::ISODate);
 }
 
 /// The number that a text is to SQLite, where it can be nothing else.
@@ -177,6 +192,7 @@ Status EventStore::alreadyStored(DataBase &database, const QAny &events, Sender 
 
 Status EventStore::insert(DataBase &database, const QAny &event)
 {
+    warnOfFuture(event);
     const Status inserted = database.insert(kEvents, event);
     if (inserted || inserted.mayPass() || !event.isHash())
         return inserted;
