@@ -164,13 +164,18 @@ void TestZuk3Server::serviceRun()
         const ssize_t size = recv(manager, buffer, sizeof buffer, flags);
         return QByteArray(buffer, int(qMax(size, ssize_t(0))));
     };
-    launch({"-c", "export SYSTEMD_EXEC_PID=$$; exec " + inFolder("zuk3server")}, "NOTIFY_SOCKET=" + path, "/bin/sh");
+    launch({"-c", "export SYSTEMD_EXEC_PID=$$ WATCHDOG_USEC=300000; exec " + inFolder("zuk3server")},
+           "NOTIFY_SOCKET=" + path, "/bin/sh");
     QCOMPARE(told(), QByteArray("READY=1"));
+    QCOMPARE(told(), QByteArray("WATCHDOG=1"));
     QCOMPARE(journal(), QStringList{"Started"});
     const QString process = QStringLiteral("/proc/%1/").arg(m_server->processId());
     QCOMPARE(QFile::symLinkTarget(process + "cwd"), QFileInfo(inFolder("zuk3server")).canonicalPath());
     m_server->terminate();
-    QCOMPARE(told(), QByteArray("STOPPING=1"));
+    QByteArray last = told();
+    while (last == "WATCHDOG=1")
+        last = told();
+    QCOMPARE(last, QByteArray("STOPPING=1"));
     QCOMPARE(result(), 0);
     QCOMPARE(told(MSG_DONTWAIT), QByteArray());
     QCOMPARE(journal(), (QStringList{"Started", "Finished"}));

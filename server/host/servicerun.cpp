@@ -29,7 +29,9 @@ int runService(int &argc, char **argv)
     service.onStopping = [&fallback] { fallback.stop(); };
     service.setServiceDescription(QStringLiteral("ZUK3 server"));
     // Day names are in the site's language.
-    service.setServiceEnvironment({QStringLiteral("LC_TIME=sl_SI.UTF-8")});
+    // Debug lines hold the passwords of logins, and the system's journal keeps them.
+    service.setServiceEnvironment(
+        {QStringLiteral("LC_TIME=sl_SI.UTF-8"), QStringLiteral("QT_LOGGING_RULES=*.debug=false")});
     return service.exec();
 }
 

@@ -2,6 +2,8 @@
 
 #include "server/service/servicemanager.h"
 
+#include <QTimer>
+
 #include <memory>
 
 namespace server::process {
@@ -64,8 +66,11 @@ private:
     std::optional<bool> runningState(const QString &name) const;
     std::optional<QString> systemctl(const QStringList &arguments, int timeoutMs) const;
 
+    void feedWatchdog();
+
     Options m_options;
     std::unique_ptr<process::TerminationWatch> m_termination;
+    std::unique_ptr<QTimer> m_watchdog;
 };
 
 } // namespace server::service

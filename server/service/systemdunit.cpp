@@ -74,6 +74,7 @@ QString SystemdUnit::text(const ServiceManager::Installation &service)
         QStringLiteral("RestartSec=5"),
         QStringLiteral("TimeoutStartSec=600"),
         QStringLiteral("TimeoutStopSec=60"),
+        QStringLiteral("WatchdogSec=300"),
         QStringLiteral("LimitNOFILE=65536"),
         QStringLiteral("UMask=0027"),
         QStringLiteral("NoNewPrivileges=yes"),
