@@ -3,14 +3,11 @@
 // with 1 when a target is missed.
 
 #include "alternating.h"
-#include "jsonparser.h"
+#include "bareserver.h"
 #include "knetrpc/rpccontroller.h"
 #include "serverprocess.h"
 #include "target.h"
 #include "wireclient.h"
-
-#include <QTcpServer>
-#include <QTcpSocket>
 
 #include <benchmark/benchmark.h>
 
@@ -40,59 +37,6 @@ quint16 startOurs()
     controller->registerService(QStringLiteral("bench"), new AnswerService(controller));
     controller->listen(QHostAddress::LocalHost, 0);
     return controller->serverPort();
-}
-
-/// What a connection of a bare server does with the bytes that arrive.
-using Input = std::function<void(QTcpSocket *, const QByteArray &)>;
-
-quint16 startBare(const std::function<Input()> &makeInput)
-{
-    auto *server = new QTcpServer(qApp);
-    QObject::connect(server, &QTcpServer::newConnection, server, [server, makeInput] {
-        while (QTcpSocket *socket = server->nextPendingConnection()) {
-            socket->setSocketOption(QAbstractSocket::LowDelayOption, 1);
-            QObject::connect(socket, &QTcpSocket::readyRead, socket,
-                             [socket, input = makeInput()] { input(socket, socket->readAll()); });
-        }
-    });
-    server->listen(QHostAddress::LocalHost, 0);
-    return server->serverPort();
-}
-
-Input reading()
-{
-    return [reader = std::make_shared<Json::Parser>()](QTcpSocket *socket, const QByteArray &bytes) {
-        for (qsizetype at = 0, taken = 0; at < bytes.size(); at += taken) {
-            if (reader->feedUntilComplete(bytes.constData() + at, bytes.size() - at, &taken) != Json::Parser::Complete)
-                return;
-            reader->finish();
-            const QAny message = reader->result();
-            reader->reset();
-            const QAny answer = {{QStringLiteral("knetrpc"), QStringLiteral("1.0")},
-                                 {QStringLiteral("id"), message.lookup(QStringLiteral("id"))},
-                                 {QStringLiteral("result"), true}};
-            socket->write(answer.toJsonUtf8());
-        }
-    };
-}
-
-Input echoing()
-{
-    struct State {
-        MessageCutter cutter;
-        QByteArray begun;
-    };
-    return [state = std::make_shared<State>()](QTcpSocket *socket, const QByteArray &bytes) {
-        qsizetype at = 0;
-        while (const size_t length =
-                   state->cutter.cut(bytes.constData() + at, static_cast<size_t>(bytes.size() - at))) {
-            state->begun.append(bytes.constData() + at, static_cast<int>(length));
-            socket->write(state->begun);
-            state->begun.clear();
-            at += static_cast<qsizetype>(length);
-        }
-        state->begun.append(bytes.constData() + at, static_cast<int>(bytes.size() - at));
-    };
 }
 
 std::string call(int id)
@@ -179,7 +123,7 @@ int main(int argc, char **argv)
     raiseDescriptorLimit();
     const ServerProcess oursPipelined(startOurs); // each with the connections of one measurement
     const ServerProcess oursSingle(startOurs);
-    const ServerProcess bareReader([] { return startBare(reading); });
+    const ServerProcess bareReader([] { return startBare([] { return reading(); }); });
     const ServerProcess bareEcho([] { return startBare(echoing); });
     Pipeline pipeline(oursPipelined.port());
     Pipeline pipelineBare(bareReader.port());
