@@ -150,12 +150,12 @@ bool areAlike(const char *name, size_t ours, size_t theirs)
 }
 
 bool compare(const char *name, const std::function<size_t()> &wire, const std::function<size_t()> &inProcess,
-             double target)
+             double limit, const char *against)
 {
     const bool alike = areAlike(name, wire(), inProcess());
     const std::vector<double> seconds = alternatingMedians({wire, inProcess}, kRounds);
     std::printf("%.3f s to the last byte, %.3f s in process\n", seconds[0], seconds[1]);
-    return atMost(name, "ratio", seconds[0] / seconds[1], target) && alike;
+    return atMost(name, "ratio", seconds[0] / seconds[1], limit, against) && alike;
 }
 
 /// A file of random bytes that lies in the folder, and the calls that send and get it.
@@ -183,8 +183,8 @@ public:
     {
         const std::vector<double> seconds = alternatingMedians({[&] { send(client); }, [&] { get(client); }}, kRounds);
         constexpr double kTarget = 50;
-        const bool sent = atLeast("file to the server", "MB/s", kFileMB / seconds[0], kTarget);
-        return atLeast("file from the server", "MB/s", kFileMB / seconds[1], kTarget) && sent;
+        const bool sent = atLeast("a file of 100 MB to the server", "MB/s", kFileMB / seconds[0], kTarget, "");
+        return atLeast("a file of 100 MB from the server", "MB/s", kFileMB / seconds[1], kTarget, "") && sent;
     }
 
 private:
@@ -224,8 +224,11 @@ int main(int argc, char **argv)
 
     const auto query = [&client] { return client.ask("admincheck.query", '"' + std::string(kQuery) + '"'); };
     const auto recalc = [&client] { return client.ask("admincheck.recalc", kRequest); };
-    const bool queried = compare("query of 100,000 rows", query, bareQuery, 3);
-    const bool calculated = compare("recalc of 1,000 employees x 1 month", recalc, calculationInProcess, 1.5);
+    const bool queried = compare("time of a query of 100,000 rows, to the last byte at the socket", query, bareQuery, 3,
+                                 "a loop over the driver that makes the text with QJsonDocument");
+    const bool calculated =
+        compare("time of a calculation of 1,000 employees x 1 month, to the last byte at the socket", recalc,
+                calculationInProcess, 1.5, "the same calculation in process, by one thread");
     const bool transferred = transfer.measure(client);
 
     registerSide("query", query);

@@ -88,8 +88,8 @@ bool measureConnections(const ServerProcess &server)
     }
     usleep(kLastPongs);
     const double busy = (server.cpuSeconds() - busyBefore) / kSweeps / kSweepInterval * 100;
-    const bool small = atMost("memory of a terminal", "KiB", each, 64);
-    return atMost("pings to 1,000 terminals", "% of a core", busy, 1) && small;
+    const bool small = atMost("memory of a connected terminal", "KiB", each, 64, "");
+    return atMost("pings to 1,000 terminals", "% of a core", busy, 1, "") && small;
 }
 
 /// A site of new terminals connects, logs in and tells what it holds.
@@ -119,7 +119,8 @@ bool measureSilent(const ServerProcess &server)
     };
     const std::vector<double> seconds = alternatingMediansOf({side(kSite, kSilent), side(kSite - kSilent, 0)}, rounds);
     std::printf("990 terminals caught up beside 10 silent ones in %.2f s, alone in %.2f s\n", seconds[0], seconds[1]);
-    return atMost("10 silent terminals of 1,000", "ratio", seconds[0] / seconds[1], 1.5);
+    return atMost("990 terminals come back beside 10 silent ones", "ratio", seconds[0] / seconds[1], 1.5,
+                  "990 terminals come back alone");
 }
 
 double logInOneByOne(const ServerProcess &server, Control &control)
@@ -150,7 +151,8 @@ bool measureFullFile(const ServerProcess &full, const ServerProcess &empty)
         {[&] { return logInOneByOne(full, fullControl); }, [&] { return logInOneByOne(empty, emptyControl); }}, rounds);
     std::printf("login and catch-up on 5,000,000 log rows in %.2f ms, on none in %.2f ms\n", seconds[0] * 1e3,
                 seconds[1] * 1e3);
-    return atMost("login on 5,000,000 log rows", "ratio", seconds[0] / seconds[1], 1.2);
+    return atMost("login and catch-up on a file of 5,000,000 log rows", "ratio", seconds[0] / seconds[1], 1.2,
+                  "on an empty file");
 }
 
 /// Events a second against those of the bare loop.
@@ -172,11 +174,13 @@ bool measureEvents(const ServerProcess &server, Terminals &terminals, BareEvents
     Terminals one(server.port(), kCallers + 1, 1, {0, 0});
     one.logIn(0);
     eventsRatio(one, bare, kFew, kFew); // told for comparison with other versions
-    const bool many = atLeast("acknowledged events", "ratio", eventsRatio(terminals, bare, kEvents, kEvents), 1.5);
+    const char *const against = "a bare SQLite loop with a flush for each event";
+    const bool many = atLeast("events per second acknowledged to 100 terminals", "ratio",
+                              eventsRatio(terminals, bare, kEvents, kEvents), 1.5, against);
     control.ask("slowFlushes");
     setFlushDelay(kSlowFlushMs);
-    const bool slow = atLeast("acknowledged events, a flush of 10 ms more", "ratio",
-                              eventsRatio(terminals, bare, kEvents, kFew / 2), 20);
+    const bool slow = atLeast("the same where a flush takes 10 ms longer", "ratio",
+                              eventsRatio(terminals, bare, kEvents, kFew / 2), 20, against);
     control.ask("fastFlushes");
     setFlushDelay(0);
     return many && slow;
