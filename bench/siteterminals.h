@@ -45,10 +45,11 @@ class Control
 public:
     explicit Control(quint16 port) : m_client(port, 1) {}
 
-    qint64 ask(const char *method)
+    /// The params are JSON text.
+    qint64 ask(const char *method, const std::string &params = "null")
     {
         qint64 answer = 0;
-        m_client.send(0, wireCall(1, std::string("bench.") + method, "null"));
+        m_client.send(0, wireCall(1, std::string("bench.") + method, params));
         m_client.serve([&answer](int, std::string_view message) {
             constexpr std::string_view key = "\"result\":";
             const size_t at = message.find(key);
