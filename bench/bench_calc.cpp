@@ -117,20 +117,28 @@ bool compareWithReading(const QTemporaryDir &folder)
     return swift && small && punches >= kMinPunches;
 }
 
-void showGrowth(const QTemporaryDir &folder)
+/// Seconds of a calculation, in the median.
+double calculationSeconds(int employees, int months)
 {
-    const auto show = [&folder](int employees, int months) {
-        const auto database = Company(folder, employees, months).open();
+    const QTemporaryDir folder;
+    const auto database = Company(folder, employees, months).open();
+    const QDate start = kMonthEnd.addDays(1).addMonths(-months);
+    const double seconds = alternatingMedians({[&] { calculateMonth(*database, start); }}, 3).front();
+    const double days = static_cast<double>(employees) * static_cast<double>(start.daysTo(kMonthEnd) + 1);
+    std::printf("  %4d employees x %2d months: %7.1f ms, %5.1f us per day of an employee\n", employees, months,
+                seconds * 1e3, seconds * 1e6 / days);
+    return seconds;
+}
+
+void showGrowth()
+{
+    for (const int employees : {100, 500, 1000, 1500, 2000})
+        tellPoint("calculation by employees", employees, calculationSeconds(employees, 1));
+    for (const int months : {1, 3, 6, 9, 12}) {
         const QDate start = kMonthEnd.addDays(1).addMonths(-months);
-        const double seconds = alternatingMedians({[&] { calculateMonth(*database, start); }}, 3).front();
-        const double days = static_cast<double>(employees) * static_cast<double>(start.daysTo(kMonthEnd) + 1);
-        std::printf("  %4d employees x %2d months: %7.1f ms, %5.1f us per day of an employee\n", employees, months,
-                    seconds * 1e3, seconds * 1e6 / days);
-    };
-    for (const int employees : {100, 500, 2000})
-        show(employees, 1);
-    for (const int months : {3, 12})
-        show(100, months);
+        tellPoint("calculation by days", static_cast<double>(start.daysTo(kMonthEnd) + 1),
+                  calculationSeconds(100, months));
+    }
 }
 
 /// One employee's month with the account of every day and without.
@@ -237,7 +245,7 @@ int main(int argc, char **argv)
     });
     const QTemporaryDir folder;
     bool met = compareWithReading(folder);
-    showGrowth(folder);
+    showGrowth();
     met = compareExplanation(folder) && met;
     met = compareWebMonth(folder) && met;
     met = compareThreads(folder) && met;
