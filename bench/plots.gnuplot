@@ -42,10 +42,11 @@ plot "events of 100 terminals by delay.dat" title "100 terminals" with linespoin
 # The recalculation lasts as long as its samples.
 set output out."latency.svg"
 busy = "web months, while a year is recalculated.dat"
+set xrange [0:*]
+set yrange [*:*] # a range leaves out what stats counts
 stats busy nooutput
 set object 1 rectangle from STATS_min_x, graph 0 to STATS_max_x, graph 1 fc rgb "#f0f0f0" fs noborder behind
 set label 1 "recalculation" at STATS_min_x, graph 0.04 offset 0.8,0 tc rgb "#666666"
-set xrange [0:*]
 set yrange [0.5:*]
 set ytics autofreq
 set format y "%g"
