@@ -1,6 +1,7 @@
 #include "calc/input/scheduletext.h"
 #include "calc/rules/dayrules.h"
 #include "calcrows.h"
+#include "dayaccount.h"
 
 // The rows: name | events | IN-OUT DC | remarks, * where they are not settled | settings, behind those of the group |
 // schedule, the usual day unless told | a holiday's name or a shift. On Monday unless the events tell the day.
@@ -255,11 +256,12 @@ void TestCalcDayRules::eachRule()
         rows.holiday(day, value);
     else if (!value.isEmpty())
         rows.assign(day, day, value.section(' ', 0, 0), value.section(' ', 1));
-    const CalcRun run =
-        rows.run(day, date(day).addDays(1).toString("d.M.yyyy"), row[Settings] == "NOMETASETT=1" ? "NOMETASETT=1" : "");
+    const CalcRun run = rows.run(day, date(day).addDays(1).toString("d.M.yyyy"),
+                                 row[Settings] == "NOMETASETT=1" ? "NOMETASETT=1" : "", true);
     QCOMPARE(run.values(day), row[Values]);
     if (row[Remarks] != "*")
         QCOMPARE(run.remarks(day), row[Remarks]);
+    QCOMPARE(accountFault(run), QString());
 }
 
 void TestCalcDayRules::warningsStandInTheErrorList()

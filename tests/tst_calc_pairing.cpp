@@ -1,4 +1,5 @@
 #include "calcsite.h"
+#include "dayaccount.h"
 
 // The rows: name | events, behind a + those entered by hand | pairs | faults and remarks | settings of the run, behind
 // those of the group | schedule, the usual day unless told. The period is 2.3. to 4.3.
@@ -120,8 +121,9 @@ void TestCalcPairing::eventsBecomePairs()
     CalcRows rows(row[Events], row[Times].isEmpty() ? usual : row[Times]);
     rows.of(1).timeZoneSeconds = 3600;
     rows.doubleTapSeconds = keyValues(settings).lookup("DOUBLETAP").toInteger();
-    const CalcRun run = rows.run("2.3.2026", "4.3.2026", settings);
+    const CalcRun run = rows.run("2.3.2026", "4.3.2026", settings, true);
     QCOMPARE(run.pairs(), row[Pairs]);
+    QCOMPARE(accountFault(run), QString());
     QCOMPARE(run.errors("ATP OPO OPC"), row[Errors]);
     if (row[Pairs].isEmpty())
         QCOMPARE(run.sums("DELO PRISOTNOST SKUPAJ DELPONSOB"), QString("0:00 0:00 0:00 0:00"));
