@@ -1,16 +1,11 @@
 #include "attendancefile.h"
+#include "files.h"
+#include "rpcpeer.h"
 
-#include "jsonparser.h"
-
-#include <QDir>
 #include <QProcess>
 #include <QRegularExpression>
-#include <QTcpSocket>
 #include <QTemporaryDir>
 #include <QTest>
-
-#include <deque>
-#include <memory>
 
 /// Runs the example exchanges of the protocol reference against the real server, as they stand and in their order.
 class TestProtocol : public QObject
@@ -32,69 +27,34 @@ private:
 
 namespace {
 
-constexpr quint16 kRpcPort = 3501;
 constexpr int kPatienceMs = 10000;
 
-/// A client that has no code in common with the server but the values.
-class Peer
+/// A client of the examples. The ids of the server's calls differ from theirs.
+class ExamplePeer : public RpcPeer
 {
 public:
-    bool open()
-    {
-        m_socket.connectToHost(QHostAddress::LocalHost, kRpcPort);
-        return m_socket.waitForConnected(kPatienceMs);
-    }
+    ExamplePeer() : RpcPeer(3501) {}
 
-    /// The ids of the server's calls differ from the examples'.
     void send(QAny message)
     {
         const QString id = message.lookup("id").toString();
         if (m_ids.contains(id) && !message.contains("method"))
             message.insert("id", m_ids.take(id));
-        m_socket.write(message.toJsonUtf8());
+        write(message.toJsonUtf8());
     }
 
-    /// The next message that is no ping, its id as in the example where it is a call.
+    /// The next message, its id as in the example where it is a call.
     QAny receive(const QAny &expected)
     {
-        while (true) {
-            const QAny message = next();
-            if (!message.isHash())
-                return message;
-            if (message.lookup("id").toString() == QLatin1String("<PING>")) {
-                m_socket.write(R"({"knetrpc":"1.0","id":"<PONG>"})");
-                continue;
-            }
-            if (!message.contains("method"))
-                return message;
-            QAny call = message.deepCopy();
+        QAny message = QAny::fromJson(next(kPatienceMs));
+        if (message.contains("method")) {
             m_ids.insert(expected.lookup("id").toString(), message.lookup("id").toString());
-            call.insert("id", expected.lookup("id"));
-            return call;
+            message.insert("id", expected.lookup("id"));
         }
+        return message;
     }
-
-    bool isClosed() { return m_socket.waitForDisconnected(kPatienceMs) && m_socket.bytesAvailable() == 0; }
 
 private:
-    QAny next()
-    {
-        while (m_socket.bytesAvailable() > 0 || m_socket.waitForReadyRead(kPatienceMs)) {
-            char byte = 0;
-            while (m_socket.getChar(&byte)) {
-                if (!m_reader.feed(&byte, 1))
-                    return QAny("no JSON");
-                if (m_reader.isComplete()) {
-                    m_reader.finish();
-                    return m_reader.result();
-                }
-            }
-        }
-        return QAny("no message");
-    }
-
-    QTcpSocket m_socket;
-    Json::Parser m_reader;
     QHash<QString, QString> m_ids; // of the server's calls: as in the example, as received
 };
 
@@ -122,15 +82,12 @@ void TestProtocol::initTestCase()
         DataBase database(m_folder.filePath(QStringLiteral("zuknetserver.db")));
         QVERIFY(fillAttendance(database, {}));
     }
-    QFile settings(m_folder.filePath(QStringLiteral("ZUKSERW.INI")));
-    QVERIFY(settings.open(QIODevice::WriteOnly));
-    settings.write("[WEBS]\nPORT=any\n");
-    settings.close();
+    QVERIFY(!writeFile(m_folder.filePath(QStringLiteral("ZUKSERW.INI")), "[WEBS]\nPORT=any\n").isEmpty());
     m_server.setWorkingDirectory(m_folder.path());
     m_server.setStandardErrorFile(m_folder.filePath(QStringLiteral("log")));
     m_server.start(server, {QStringLiteral("-d")});
     QVERIFY(m_server.waitForStarted());
-    QTRY_VERIFY_WITH_TIMEOUT(Peer().open(), kPatienceMs);
+    QTRY_VERIFY_WITH_TIMEOUT(!ExamplePeer().isClosed(), kPatienceMs);
 }
 
 void TestProtocol::cleanupTestCase()
@@ -152,13 +109,12 @@ void TestProtocol::example_data()
 void TestProtocol::example()
 {
     QFETCH(QString, text);
-    Peer peer;
-    QVERIFY(peer.open());
+    ExamplePeer peer;
     const QStringList lines = text.split(QLatin1Char('\n'), Qt::SkipEmptyParts);
     for (const QString &line : lines) {
         const QString content = line.mid(2);
         if (content == QLatin1String("(closed)")) {
-            QVERIFY2(peer.isClosed(), qPrintable(line));
+            QVERIFY2(peer.waitClosed(kPatienceMs) && peer.messages.isEmpty(), qPrintable(line));
             continue;
         }
         const QAny message = QAny::fromJson(content);

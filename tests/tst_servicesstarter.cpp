@@ -1,6 +1,6 @@
 #include "files.h"
-#include "jsonparser.h"
-#include "knetrpc/rpccontroller.h"
+#include "rows.h"
+#include "rpcpeer.h"
 #include "server/host/configuration.h"
 #include "server/host/servicesstarter.h"
 #include "server/logger/logger.h"
@@ -12,7 +12,6 @@
 
 #include <QDir>
 #include <QElapsedTimer>
-#include <QFile>
 #include <QPointer>
 #include <QRegularExpression>
 #include <QTcpServer>
@@ -41,9 +40,8 @@ private Q_SLOTS:
     void stopsBehindWaitingCalls();
 
 private:
-    void writePort(const QString &port);
+    static void writePort(const QByteArray &port) { writeFile("ZUKSERW.INI", "[WEBS]\nPORT=" + port + '\n'); }
     static QStringList journal();
-    static QString ask(QTcpSocket &socket, const char *method, const char *params);
 
     std::unique_ptr<QTemporaryDir> m_folder;
 };
@@ -62,13 +60,6 @@ void TestServicesStarter::cleanup()
     QDir::setCurrent(QCoreApplication::applicationDirPath());
 }
 
-void TestServicesStarter::writePort(const QString &port)
-{
-    QFile file(QStringLiteral("ZUKSERW.INI"));
-    QVERIFY(file.open(QIODevice::WriteOnly));
-    file.write("[WEBS]\nPORT=" + port.toUtf8() + "\n");
-}
-
 QStringList TestServicesStarter::journal()
 {
     QStringList messages;
@@ -79,38 +70,15 @@ QStringList TestServicesStarter::journal()
     return messages;
 }
 
-/// The answer's result or error, as text; the server's calls and pings are passed over.
-QString TestServicesStarter::ask(QTcpSocket &socket, const char *method, const char *params)
-{
-    socket.write(R"({"knetrpc":"1.0","id":"q","method":")" + QByteArray(method) + R"(","params":)" + params + "}");
-    Json::Parser reader;
-    QString answer;
-    const auto isAnswered = [&] {
-        char byte = 0;
-        while (answer.isEmpty() && socket.getChar(&byte)) {
-            if (!reader.feed(&byte, 1) || !reader.isComplete() || !reader.finish())
-                continue;
-            const QAny message = reader.result();
-            if (message.lookup("id").toString() == QLatin1String("q"))
-                answer = message.contains("result") ? message.lookup("result").toJson()
-                                                    : message.lookup("error").lookup("message").toString();
-        }
-        return !answer.isEmpty();
-    };
-    return QTest::qWaitFor(isAnswered, 10000) ? answer : QStringLiteral("no answer");
-}
-
 void TestServicesStarter::webPort_data()
 {
-    QTest::addColumn<QByteArray>("file");
-    QTest::addColumn<int>("port");
-    QTest::addColumn<bool>("isWarned");
-    QTest::newRow("no file") << QByteArray() << 1233 << false;
-    QTest::newRow("other keys only") << QByteArray("[WEBS]\nHOST=x\n[OTHER]\nPORT=8081\n") << 1233 << false;
-    QTest::newRow("port") << QByteArray("[WEBS]\nPORT=8080\n") << 8080 << false;
-    QTest::newRow("no number is passed on as 0") << QByteArray("[WEBS]\nPORT=http\n") << 0 << false;
-    QTest::newRow("beyond the ports") << QByteArray("[WEBS]\nPORT=70000\n") << 1233 << true;
-    QTest::newRow("negative") << QByteArray("[WEBS]\nPORT=-1\n") << 1233 << true;
+    const auto row = columns<QByteArray, int, bool>({"file", "port", "isWarned"});
+    row("no file", {}, 1233, false);
+    row("other keys only", "[WEBS]\nHOST=x\n[OTHER]\nPORT=8081\n", 1233, false);
+    row("port", "[WEBS]\nPORT=8080\n", 8080, false);
+    row("no number is passed on as 0", "[WEBS]\nPORT=http\n", 0, false);
+    row("beyond the ports", "[WEBS]\nPORT=70000\n", 1233, true);
+    row("negative", "[WEBS]\nPORT=-1\n", 1233, true);
 }
 
 /// Each file in a folder of its own: what was read of a path is kept while its file seems to be the same.
@@ -131,7 +99,7 @@ void TestServicesStarter::startAndStopOnce()
     QVERIFY(probe.listen());
     const quint16 port = probe.serverPort();
     probe.close();
-    writePort(QString::number(port));
+    writePort(QByteArray::number(port));
 
     ServicesStarter first;
     ServicesStarter second;
@@ -160,7 +128,7 @@ void TestServicesStarter::busyWebPort()
 {
     QTcpServer other;
     QVERIFY(other.listen(QHostAddress::Any));
-    writePort(QString::number(other.serverPort()));
+    writePort(QByteArray::number(other.serverPort()));
     ServicesStarter starter;
     starter.start();
     QVERIFY(ServicesStarter::webServer());
@@ -173,7 +141,7 @@ void TestServicesStarter::busyRpcPort()
 {
     QTcpServer other;
     QVERIFY(other.listen(QHostAddress::Any, ServicesStarter::kRpcPort));
-    writePort(QStringLiteral("any"));
+    writePort("any");
     QTest::ignoreMessage(QtWarningMsg, QRegularExpression("^ServicesStarter::start can't listen on TCP port 3501 "));
     ServicesStarter starter;
     starter.start();
@@ -187,22 +155,23 @@ void TestServicesStarter::busyRpcPort()
 void TestServicesStarter::rpcServices()
 {
     QVERIFY(DataBase().exec(QStringLiteral("create table config (KEY text primary key, VALUE text)")));
-    writePort(QStringLiteral("any"));
+    writePort("any");
     ServicesStarter starter;
     for (int run = 0; run < 2; ++run) {
         starter.start();
         QVERIFY(db()->isOpen() && ServicesStarter::webServer()->isListening());
-        QTcpSocket terminal;
-        terminal.connectToHost(QHostAddress::LocalHost, 3501);
-        QCOMPARE(ask(terminal, "logger.event", "{}"), QStringLiteral("Not authorized"));
-        QCOMPARE(ask(terminal, "adminterminal.status", "null"), QStringLiteral(R"({"loggedin":false})"));
-        QCOMPARE(ask(terminal, "mainterminal.login", R"({"id":5})"), QStringLiteral("true"));
-        QCOMPARE(ask(terminal, "logger.event", R"({"USER":"7","TIMESTAMP":1792044060,"TID":5})"),
-                 QStringLiteral("true"));
-        QCOMPARE(ask(terminal, "terminalcheck.ping", "{}"), QStringLiteral(R"({"PING":"OK"})"));
-        QCOMPARE(ask(terminal, "admincheck.version", "{}"), QStringLiteral("Not authorized"));
+        RpcPeer terminal(3501);
+        terminal.onCall = [](const QAny &) {};
+        const QByteArray event = callText("logger.event", R"({"USER":"7","TIMESTAMP":1792044060,"TID":5})");
+        const QByteArray refused = errorText(10200, "Not authorized");
+        QCOMPARE(terminal.ask(event), refused);
+        QCOMPARE(terminal.ask(callText("adminterminal.status", "null")), resultText(R"({"loggedin":false})"));
+        QCOMPARE(terminal.ask(callText("mainterminal.login", R"({"id":5})")), resultText("true"));
+        QCOMPARE(terminal.ask(event), resultText("true"));
+        QCOMPARE(terminal.ask(callText("terminalcheck.ping", "{}")), resultText(R"({"PING":"OK"})"));
+        QCOMPARE(terminal.ask(callText("admincheck.version", "{}")), refused);
         starter.stop();
-        QTRY_COMPARE(terminal.state(), QAbstractSocket::UnconnectedState);
+        QVERIFY(terminal.waitClosed());
     }
     QCOMPARE(DataBase().select(QStringLiteral("select ID from events")).count(), 2);
     QCOMPARE(journal(), (QStringList{"Started", "Finished", "Started", "Finished"}));
@@ -210,21 +179,17 @@ void TestServicesStarter::rpcServices()
 
 void TestServicesStarter::readersFile_data()
 {
-    QTest::addColumn<QByteArray>("settings");
-    QTest::addColumn<bool>("isFollowed");
-    QTest::newRow("usual") << QByteArray() << false;
-    QTest::newRow("switched on") << QByteArray("[CSVFILE]\nON=1\n") << true;
+    const auto row = columns<QByteArray, bool>({"settings", "isFollowed"});
+    row("usual", "", false);
+    row("switched on", "[CSVFILE]\nON=1\n", true);
 }
 
 void TestServicesStarter::readersFile()
 {
     QFETCH(QByteArray, settings);
     QFETCH(bool, isFollowed);
-    writePort(QStringLiteral("any"));
-    QFile file(QStringLiteral("UlkaCsv.ini"));
-    QVERIFY(file.open(QIODevice::WriteOnly));
-    file.write(settings);
-    file.close();
+    writePort("any");
+    writeFile("UlkaCsv.ini", settings);
     ServicesStarter starter;
     starter.start();
     QCOMPARE(ServicesStarter::ekeyEventHandler()->isRunning(), isFollowed);
@@ -246,25 +211,24 @@ void TestServicesStarter::readersFile()
 
 void TestServicesStarter::stopsBehindWaitingCalls_data()
 {
-    QTest::addColumn<QStringList>("requests");
-    QTest::addColumn<bool>("isStartedAfter");
-    QTest::newRow("stop") << QStringList{"stop"} << false;
-    QTest::newRow("stop twice") << QStringList{"stop", "stop"} << false;
-    QTest::newRow("a start behind the stop") << QStringList{"stop", "start"} << true;
-    QTest::newRow("taken back again") << QStringList{"stop", "start", "stop"} << false;
+    const auto row = columns<QStringList, bool>({"requests", "isStartedAfter"});
+    row("stop", {"stop"}, false);
+    row("stop twice", {"stop", "stop"}, false);
+    row("a start behind the stop", {"stop", "start"}, true);
+    row("taken back again", {"stop", "start", "stop"}, false);
 }
 
 /// Two callers, one within the other, wait for a silent terminal when the server is asked to stop.
 void TestServicesStarter::stopsBehindWaitingCalls()
 {
     QFETCH(QStringList, requests);
-    writePort(QStringLiteral("any"));
+    writePort("any");
     ServicesStarter starter;
     starter.start();
     const QPointer<KNet::RpcController> firstController(rpcController());
-    QTcpSocket terminal;
-    terminal.connectToHost(QHostAddress::LocalHost, 3501);
-    QCOMPARE(ask(terminal, "mainterminal.login", R"({"id":5})"), QStringLiteral("true"));
+    RpcPeer terminal(3501);
+    terminal.onCall = [](const QAny &) {};
+    QCOMPARE(terminal.ask(callText("mainterminal.login", R"({"id":5})")), resultText("true"));
 
     const auto call = [] { return mainTerminalService()->callTerminal(5, QStringLiteral("logger.x"), {}, 60000); };
     QAny inner(true);
@@ -284,7 +248,7 @@ void TestServicesStarter::stopsBehindWaitingCalls()
     QVERIFY(elapsed.elapsed() < 30000);
     QVERIFY(wasStarted);
     QTRY_VERIFY(!firstController);
-    QTRY_COMPARE(terminal.state(), QAbstractSocket::UnconnectedState);
+    QVERIFY(terminal.waitClosed());
     QFETCH(bool, isStartedAfter);
     QCOMPARE(ServicesStarter::isStarted(), isStartedAfter);
     QVERIFY(!isStartedAfter || (rpcController()->isListening() && db()->isOpen()));
