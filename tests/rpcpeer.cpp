@@ -4,13 +4,7 @@
 #include <QDeadlineTimer>
 #include <QDir>
 #include <QJsonDocument>
-#include <QRegularExpression>
-#include <QTest>
 #include <QTimer>
-
-#include <condition_variable>
-#include <cstdio>
-#include <mutex>
 
 QByteArray canonical(const QByteArray &json)
 {
@@ -205,45 +199,4 @@ bool RpcSite::isServing()
 {
     const auto guest = peer();
     return guest->ask(callText("test.echo", "[1]")) == resultText("[1]");
-}
-
-void expectWarning(const char *pattern)
-{
-    QTest::ignoreMessage(QtWarningMsg, QRegularExpression(pattern));
-}
-
-static bool debugIsCollected = false;
-static std::mutex linesMutex;
-static std::condition_variable lineCame;
-
-Warnings::Warnings(bool withDebug)
-{
-    debugIsCollected = withDebug;
-    lines.clear();
-    m_former = qInstallMessageHandler([](QtMsgType type, const QMessageLogContext &, const QString &text) {
-        if (type == QtFatalMsg || type == QtCriticalMsg)
-            fprintf(stderr, "%s\n", qPrintable(text));
-        if (type != QtWarningMsg && !debugIsCollected)
-            return;
-        const std::lock_guard<std::mutex> lock(linesMutex);
-        lines.append(text);
-        lineCame.notify_all();
-    });
-}
-
-Warnings::~Warnings()
-{
-    qInstallMessageHandler(m_former);
-}
-
-QStringList Warnings::taken()
-{
-    const std::lock_guard<std::mutex> lock(linesMutex);
-    return lines;
-}
-
-bool Warnings::waitForLine(const QString &line)
-{
-    std::unique_lock<std::mutex> lock(linesMutex);
-    return lineCame.wait_for(lock, std::chrono::seconds(5), [&] { return lines.contains(line); });
 }

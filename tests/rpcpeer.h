@@ -1,6 +1,7 @@
 #pragma once
 
 #include "qany.h"
+#include "warnings.h"
 
 #include "jsonparser.h"
 #include "knetrpc/rpccontroller.h"
@@ -136,24 +137,4 @@ public:
 
 private:
     QTcpServer m_far;
-};
-
-/// Expects a warning that the pattern matches.
-void expectWarning(const char *pattern);
-
-/// Collects the warning lines of its life, which then do not appear; if asked, the debug lines, too.
-class Warnings
-{
-public:
-    explicit Warnings(bool withDebug = false);
-    ~Warnings();
-    inline static QStringList lines;
-
-    /// What has come from all threads.
-    static QStringList taken();
-    /// Without running the event loop.
-    static bool waitForLine(const QString &line);
-
-private:
-    QtMessageHandler m_former;
 };

@@ -2,6 +2,7 @@
 #include "calc/input/calcreader.h"
 #include "calc/input/metaevents.h"
 #include "calcsite.h"
+#include "warnings.h"
 
 using namespace calc;
 
@@ -244,14 +245,12 @@ void TestCalcInputs::theResultHasItsWholeLayout()
 
 void TestCalcInputs::theRunIsTraced()
 {
-    static QString written;
     CalcSite site("5:30-15"); // half an hour is cut
     for (const bool daysToo : {false, true}) {
-        written.clear();
-        const QtMessageHandler before = qInstallMessageHandler(
-            [](QtMsgType, const QMessageLogContext &, const QString &line) { written += line + '\n'; });
+        auto lines = std::make_unique<Warnings>(true);
         site.run(kMonday, kMonday, daysToo ? "ISDEBUG=1" : "");
-        qInstallMessageHandler(before);
+        lines.reset();
+        const QString written = Warnings::lines.join('\n');
         for (const char *line :
              {"Calc21::calcAll readAllEvents IN", "READEMPLO:", "void Calc21::readAllEvents(errToDb) OUT",
               "void Calc21::checkEvents() IN", "Calc21::calcAll readAllEvents OUT", "Calc21::calcAll CalcParse21 IN",

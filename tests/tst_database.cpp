@@ -1,22 +1,15 @@
+#include "files.h"
 #include "peer.h"
 #include "storage/database.h"
 #include "storage/schema.h"
 #include "storage/statementcache.h"
+#include "warnings.h"
 
 #include <QSqlError>
 #include <QTemporaryDir>
 #include <QtTest>
 
 using storage::Status;
-
-namespace {
-
-void expectWarning(const char *pattern)
-{
-    QTest::ignoreMessage(QtWarningMsg, QRegularExpression(pattern));
-}
-
-} // namespace
 
 class TestDataBase : public QObject
 {
@@ -435,20 +428,11 @@ void TestDataBase::readsLeaveNothingOpen()
 
 void TestDataBase::unusableFile()
 {
-    QFile text(m_folder->filePath("text.db"));
-    QVERIFY(text.open(QIODevice::ReadWrite));
     const QByteArray content = QByteArray("not a database, but somebody's file\n").repeated(100);
-    text.write(content);
-    text.close();
+    const QString text = writeFile(m_folder->filePath("text.db"), content);
     m_database.reset();
     for (const char *name : {"missing/zuknetserver.db", "text.db"}) {
-        static QStringList warnings;
-        warnings.clear();
-        const auto before = qInstallMessageHandler([](QtMsgType type, const QMessageLogContext &, const QString &line) {
-            if (type == QtWarningMsg)
-                warnings += line;
-        });
-        const auto restore = qScopeGuard([before] { qInstallMessageHandler(before); });
+        const Warnings warnings;
         DataBase database(m_folder->filePath(name));
         QVERIFY(!database.isOpen());
         QCOMPARE(database.generation(), quint64(0));
@@ -464,10 +448,9 @@ void TestDataBase::unusableFile()
         QCOMPARE(database.lastEventTime(1), 0LL);
         Transaction transaction(database);
         QVERIFY(transaction.commit().mayPass());
-        QCOMPARE(warnings, QStringList("DataBase::Database() can't open kservermain.db"));
+        QCOMPARE(Warnings::lines, QStringList("DataBase::Database() can't open kservermain.db"));
     }
-    QVERIFY(text.open(QIODevice::ReadOnly));
-    QCOMPARE(text.readAll(), content);
+    QCOMPARE(contentOf(text), content);
 }
 
 void TestDataBase::readOnlyFile()

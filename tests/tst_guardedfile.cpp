@@ -1,6 +1,8 @@
+#include "files.h"
 #include "peer.h"
 #include "storage/database.h"
 #include "storage/readconnection.h"
+#include "warnings.h"
 
 #include <QTemporaryDir>
 #include <QtTest>
@@ -12,21 +14,6 @@ using storage::ReadConnection;
 using storage::Status;
 
 namespace {
-
-QStringList theWarnings;
-
-void write(const QString &path, const QByteArray &content)
-{
-    QFile file(path);
-    QVERIFY(file.open(QIODevice::WriteOnly | QIODevice::Unbuffered));
-    QCOMPARE(file.write(content), content.size());
-}
-
-QByteArray contentOf(const QString &path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
 
 /// As an operator does: a name that is taken goes to what is moved over it.
 void move(const QString &from, const QString &to)
@@ -68,14 +55,14 @@ private:
     QString users() { return Peer(path()).cells("SELECT USER FROM events ORDER BY ID"); }
     void expectOutage()
     {
-        QVERIFY2(theWarnings.size() == 2 && theWarnings.at(0).startsWith("DataBase: the file was ") &&
-                     theWarnings.at(1).startsWith("DataBase: the file is open again:"),
-                 qPrintable(theWarnings.join('\n')));
+        QVERIFY2(Warnings::lines.size() == 2 && Warnings::lines.at(0).startsWith("DataBase: the file was ") &&
+                     Warnings::lines.at(1).startsWith("DataBase: the file is open again:"),
+                 qPrintable(Warnings::lines.join('\n')));
     }
 
     std::unique_ptr<QTemporaryDir> m_folder;
     std::unique_ptr<DataBase> m_database;
-    QtMessageHandler m_handler = nullptr;
+    std::unique_ptr<Warnings> m_warnings;
 };
 
 void TestGuardedFile::init()
@@ -91,17 +78,13 @@ void TestGuardedFile::init()
     QVERIFY(Peer(path("copy.db")).run("UPDATE config SET VALUE='99'"));
     m_database = std::make_unique<DataBase>(path());
     QVERIFY(m_database->exec("UPDATE events SET USER='old'"));
-    theWarnings.clear();
-    m_handler = qInstallMessageHandler([](QtMsgType type, const QMessageLogContext &, const QString &line) {
-        if (type == QtWarningMsg)
-            theWarnings += line;
-    });
+    m_warnings = std::make_unique<Warnings>();
 }
 
 void TestGuardedFile::cleanup()
 {
     m_database.reset();
-    qInstallMessageHandler(m_handler);
+    m_warnings.reset();
 }
 
 void TestGuardedFile::lostAndFound_data()
@@ -114,13 +97,13 @@ void TestGuardedFile::lostAndFound_data()
     const Act moveAway = [this] { move(path(), path("away.db")); };
     const Act moveBack = [this] { move(path("away.db"), path()); };
     const Act moveCopy = [this] { move(path("copy.db"), path()); };
-    const Act fillIn = [this] { write(path(), contentOf(path("copy.db"))); };
+    const Act fillIn = [this] { writeFile(path(), contentOf(path("copy.db"))); };
     const Act garbage = [this] {
-        write(path("garbage"), QByteArray("no database\n").repeated(1000));
+        writeFile(path("garbage"), QByteArray("no database\n").repeated(1000));
         move(path("garbage"), path());
     };
     const Act damagedHeader = [this] {
-        write(path("garbage"), contentOf(path("copy.db")).replace(0, 10, "0123456789"));
+        writeFile(path("garbage"), contentOf(path("copy.db")).replace(0, 10, "0123456789"));
         move(path("garbage"), path());
     };
     const Act folder = [this, removeIt] {
@@ -131,8 +114,8 @@ void TestGuardedFile::lostAndFound_data()
         QVERIFY(QDir().rmdir(path()));
         moveCopy();
     };
-    const Act empty = [this] { write(path("garbage"), {}), move(path("garbage"), path()); };
-    const Act truncate = [this] { write(path(), {}); };
+    const Act empty = [this] { writeFile(path("garbage"), {}), move(path("garbage"), path()); };
+    const Act truncate = [this] { writeFile(path(), {}); };
     QTest::newRow("deleted") << removeIt << moveCopy << "copy new";
     QTest::newRow("moved away and back") << moveAway << moveBack << "old new";
     QTest::newRow("moved away for another") << moveAway << moveCopy << "copy new";
@@ -161,7 +144,7 @@ void TestGuardedFile::lostAndFound()
     QCOMPARE(m_database->select("SELECT USER FROM events"), QAny::list());
     QCOMPARE(m_database->generation(), quint64(1));
     QCOMPARE(QFileInfo::exists(path()), wasThere);
-    QCOMPARE(theWarnings.size(), 1);
+    QCOMPARE(Warnings::lines.size(), 1);
     QCOMPARE(aside().size(), 2);
     QCOMPARE(contentOf(path(qPrintable(aside().constLast()))), journal);
 
@@ -244,7 +227,7 @@ void TestGuardedFile::journalOfTheOtherFile()
         const Peer peer(path("copy.db"));
         QVERIFY(peer.run("PRAGMA journal_mode=WAL") && peer.run("UPDATE events SET USER='from its journal'"));
         for (const char *name : {"copy.db", "copy.db-wal"})
-            write(path(name) + '2', contentOf(path(name)));
+            writeFile(path(name) + '2', contentOf(path(name)));
     }
     move(path("copy.db-wal2"), path("open.db-wal"));
     move(path("copy.db2"), path());
@@ -260,7 +243,7 @@ void TestGuardedFile::cameBackChanged()
     QVERIFY(!m_database->look());
     QVERIFY(!reader->isCurrent());
     QVERIFY(reader->beginRead().mayPass());
-    write(path("away.db"), contentOf(path("copy.db")));
+    writeFile(path("away.db"), contentOf(path("copy.db")));
     move(path("away.db"), path());
     // The reader still has the old journal's index.
     QVERIFY(!m_database->look());
@@ -331,8 +314,8 @@ void TestGuardedFile::missingAtTheStart()
     QVERIFY(m_database->look());
     QVERIFY(m_database->insertLog(7, 0, 0, 0, 1, "x", QAny()));
     QCOMPARE(Peer(there).cells("SELECT IDX FROM logs"), QString("100"));
-    QCOMPARE(theWarnings, QStringList({"DataBase::Database() can't open kservermain.db",
-                                       "DataBase: the file is open again: " + there}));
+    QCOMPARE(Warnings::lines, QStringList({"DataBase::Database() can't open kservermain.db",
+                                           "DataBase: the file is open again: " + there}));
 }
 
 /// A connection that was opened for reading only stays so.
@@ -354,14 +337,14 @@ void TestGuardedFile::faultThatStays()
 {
     m_database->exec("PRAGMA query_only=ON");
     QVERIFY(!insert("lost"));
-    write(path(), QByteArray("no database\n").repeated(1000));
+    writeFile(path(), QByteArray("no database\n").repeated(1000));
     m_database->setRetryInterval(0);
     QTest::qSleep(2);
-    theWarnings.clear();
+    Warnings::lines.clear();
     for (int i = 0; i < 2; ++i)
         QCOMPARE(m_database->insert("events", {{"USER", "lost"}}).outcome(), Status::Passing);
     QVERIFY(!m_database->isOpen());
-    QCOMPARE(theWarnings, QStringList("DataBase: the file can't be opened again: " + path()));
+    QCOMPARE(Warnings::lines, QStringList("DataBase: the file can't be opened again: " + path()));
     move(path("copy.db"), path());
     QTest::qSleep(2);
     QVERIFY(insert("new"));

@@ -1,4 +1,6 @@
+#include "files.h"
 #include "storage/rescuefile.h"
+#include "warnings.h"
 
 #include <QTemporaryDir>
 #include <QtTest>
@@ -13,8 +15,6 @@ using storage::RescueLines;
 using Lines = QList<QByteArray>;
 
 namespace {
-
-int theWarnings = 0;
 
 Lines linesOf(const QString &path)
 {
@@ -34,7 +34,7 @@ class TestRescueFile : public QObject
     Q_OBJECT
 private slots:
     void init();
-    void cleanup();
+    void cleanup() { m_warnings.reset(); }
 
     void keptBeyondTheProcess();
     void killedAtAnyByte();
@@ -46,30 +46,19 @@ private slots:
 
 private:
     QString path() const { return m_folder->filePath("zuknetserver.rescue"); }
-    QByteArray content() const
-    {
-        QFile file(path());
-        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-    }
+    QByteArray content() const { return contentOf(path(), {}); }
+    static int told() { return Warnings::lines.filter(QRegularExpression("^RescueFile:")).count(); }
     /// The contents of a file before and after two appends, behind whose end lies what was there before.
     QList<QByteArray> history(const Lines &stale, const Lines &first, const Lines &second) const;
 
     std::unique_ptr<QTemporaryDir> m_folder;
-    QtMessageHandler m_handler = nullptr;
+    std::unique_ptr<Warnings> m_warnings;
 };
 
 void TestRescueFile::init()
 {
     m_folder = std::make_unique<QTemporaryDir>();
-    theWarnings = 0;
-    m_handler = qInstallMessageHandler([](QtMsgType type, const QMessageLogContext &, const QString &line) {
-        theWarnings += type == QtWarningMsg && line.startsWith("RescueFile:") ? 1 : 0;
-    });
-}
-
-void TestRescueFile::cleanup()
-{
-    qInstallMessageHandler(m_handler);
+    m_warnings = std::make_unique<Warnings>();
 }
 
 QList<QByteArray> TestRescueFile::history(const Lines &stale, const Lines &first, const Lines &second) const
@@ -109,13 +98,13 @@ void TestRescueFile::keptBeyondTheProcess()
         QVERIFY(file.append({"new"}));
     }
     QCOMPARE(linesOf(path()), Lines{"new"});
-    QCOMPARE(theWarnings, 0);
+    QCOMPARE(told(), 0);
     // The last one was not written to its end.
     const QByteArray whole = content();
     QVERIFY(RescueFile(path(), 0).append({"torn"}));
     QVERIFY(QFile::resize(path(), whole.indexOf("new") + 20));
     QCOMPARE(linesOf(path()), Lines{"new"});
-    QCOMPARE(theWarnings, 1);
+    QCOMPARE(told(), 1);
 }
 
 void TestRescueFile::killedAtAnyByte()
@@ -217,7 +206,7 @@ void TestRescueFile::cannotBeWritten()
     const QString inFolder = m_folder->filePath("missing/zuknetserver.rescue");
     RescueFile file(inFolder, 0);
     QVERIFY(!file.append({"a"}) && !file.append({"a"}));
-    QCOMPARE(theWarnings, 1);
+    QCOMPARE(told(), 1);
     QVERIFY(QDir(m_folder->path()).mkdir("missing"));
     QVERIFY(file.append({"a"}));
     QCOMPARE(linesOf(inFolder), Lines{"a"});
@@ -232,14 +221,14 @@ void TestRescueFile::cannotBeWritten()
     limit.rlim_cur = kRoom;
     setrlimit(RLIMIT_FSIZE, &limit);
     const auto restore = qScopeGuard([&before] { setrlimit(RLIMIT_FSIZE, &before); });
-    theWarnings = 0;
+    Warnings::lines.clear();
     QVERIFY(full.append({"b", longLine('b')}));
     QVERIFY(!full.append({"c", longLine('c'), longLine('d')}) && !full.append({longLine('d'), longLine('d')}));
-    QCOMPARE(theWarnings, 1);
+    QCOMPARE(told(), 1);
     QCOMPARE(linesOf(path()), (Lines{"b", longLine('b')}));
     QVERIFY(full.append({"c"}));
     QVERIFY(!full.append({longLine('d'), longLine('d')}));
-    QCOMPARE(theWarnings, 2);
+    QCOMPARE(told(), 2);
     QCOMPARE(linesOf(path()), (Lines{"b", longLine('b'), "c"}));
 #endif
 }

@@ -1,4 +1,6 @@
+#include "files.h"
 #include "server/web/sslechoserver.h"
+#include "warnings.h"
 
 #include <QDir>
 #include <QFile>
@@ -53,18 +55,16 @@ private:
 void TestSslEchoServer::initTestCase()
 {
     // A policy of this process alone that lets the old version pass; read when the library is first used.
-    QFile policy(m_folder.filePath(QStringLiteral("openssl.cnf")));
-    QVERIFY(policy.open(QIODevice::WriteOnly));
-    policy.write("openssl_conf = all\n[all]\nssl_conf = ssl\n[ssl]\nsystem_default = ours\n"
-                 "[ours]\nMinProtocol = TLSv1\nCipherString = ALL:@SECLEVEL=0\n");
-    policy.close();
+    const QString policy = writeFile(m_folder.filePath(QStringLiteral("openssl.cnf")),
+                                     "openssl_conf = all\n[all]\nssl_conf = ssl\n[ssl]\nsystem_default = ours\n"
+                                     "[ours]\nMinProtocol = TLSv1\nCipherString = ALL:@SECLEVEL=0\n");
     QProcess openssl;
     openssl.setWorkingDirectory(m_folder.path());
     openssl.start(QStringLiteral("openssl"), {"req", "-x509", "-newkey", "rsa:2048", "-nodes", "-subj", "/CN=localhost",
                                               "-days", "2", "-keyout", "site.key", "-out", "site.cert"});
     QVERIFY2(openssl.waitForFinished(), "the command openssl is needed");
     QCOMPARE(openssl.exitCode(), 0);
-    qputenv("OPENSSL_CONF", QFile::encodeName(policy.fileName()));
+    qputenv("OPENSSL_CONF", QFile::encodeName(policy));
 
     m_formerFolder = QDir::currentPath();
     QVERIFY(QDir::setCurrent(m_folder.path()));
@@ -119,18 +119,15 @@ void TestSslEchoServer::newerVersionsOnlyAreRefused()
     SslEchoServer server(0, QStringLiteral("site"));
     QSignalSpy events(&server, &SslEchoServer::newEvent);
     // The reason is told once, and not for every browser that tries.
-    static QString told;
-    const QtMessageHandler before =
-        qInstallMessageHandler([](QtMsgType type, const QMessageLogContext &, const QString &line) {
-            told += type == QtWarningMsg ? line : "";
-        });
+    auto warnings = std::make_unique<Warnings>();
     for (int i = 0; i < 2; ++i) {
         TlsClient client(server.serverPort(), QSsl::TlsV1_2OrLater);
         QSignalSpy ended(&client.socket, &QWebSocket::disconnected);
         QTRY_COMPARE(ended.count(), 1);
     }
-    qInstallMessageHandler(before);
-    QCOMPARE(told.count("SslEchoServer::handshakeFailed either the client does not offer TLS 1.0, or"), 1);
+    warnings.reset();
+    const QString reason = "SslEchoServer::handshakeFailed either the client does not offer TLS 1.0, or";
+    QCOMPARE(Warnings::lines.filter(reason).count(), 1);
     QCOMPARE(events.count(), 0);
     // A client that would take a newer version gets the old one.
     for (const QSsl::SslProtocol versions : {QSsl::TlsV1_0, QSsl::TlsV1_0OrLater}) {
