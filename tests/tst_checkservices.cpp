@@ -2,16 +2,15 @@
 #include "calc/dialogcalc3.h"
 #include "checksite.h"
 #include "files.h"
+#include "gatedreaders.h"
 #include "rows.h"
 #include "rpcpeer.h"
 #include "server/check/filetransfer.h"
-#include "server/workers/filereaders.h"
 #include "server/workers/readpool.h"
 
 #include <QDir>
 #include <QMetaMethod>
 #include <QRegularExpression>
-#include <QSemaphore>
 #include <QTest>
 
 #ifdef Q_OS_UNIX
@@ -19,7 +18,6 @@
 #endif
 #include <QTimer>
 
-#include <atomic>
 #include <csignal>
 
 #ifdef Q_OS_UNIX
@@ -82,28 +80,6 @@ struct Workers {
     std::unique_ptr<ReadPool> pool;
 };
 
-/// No reader before the gate is open.
-class GatedReaders : public FileReaders
-{
-public:
-    struct Gate {
-        QSemaphore open;
-        std::atomic<int> asked{0};
-    };
-
-    GatedReaders(const QString &path, Gate &gate) : FileReaders(path), m_gate(gate) {}
-
-    std::unique_ptr<server::workers::ReadingConnection> open() override
-    {
-        ++m_gate.asked;
-        m_gate.open.acquire();
-        return FileReaders::open();
-    }
-
-private:
-    Gate &m_gate;
-};
-
 class TestCheckServices : public QObject
 {
     Q_OBJECT
@@ -117,7 +93,6 @@ private Q_SLOTS:
     void answers_data();
     void answers();
     void withoutDatabase();
-    void recalculation_data();
     void recalculation();
     void recalculationHoldsUpNobody();
     void daylightTime();
@@ -216,14 +191,12 @@ void TestCheckServices::logNames()
 
 void TestCheckServices::answers_data()
 {
-    QTest::addColumn<QString>("method");
-    QTest::addColumn<QByteArray>("params");
-    QTest::addColumn<QString>("answer");
-    QTest::addColumn<QStringList>("journal");
-    QTest::addColumn<QStringList>("stored"); // values of the configuration key K, which is 1 at first
-    const auto add = [](const char *name, const QString &method, const char *params, const char *answer,
-                        const QStringList &journal = {}, const QStringList &stored = {"1"}) {
-        QTest::newRow(qPrintable(method + ": " + name)) << method << QByteArray(params) << answer << journal << stored;
+    // stored: values of the configuration keys K, which is 1 at first, and K2
+    const auto row = columns<QString, QByteArray, QString, QStringList, QStringList>(
+        {"method", "params", "answer", "journal", "stored"});
+    const auto add = [row](const char *name, const QString &method, const char *params, const char *answer,
+                           const QStringList &journal = {}, const QStringList &stored = {"1"}) {
+        row(qPrintable(method + ": " + name), method, params, answer, journal, stored);
     };
     const char *const ok = R"({"result":"true"})";
     for (const QString &service : kServices) {
@@ -299,27 +272,21 @@ void TestCheckServices::withoutDatabase()
     QCOMPARE(m_site->ask("terminalcheck.save", row), QString(R"({"result":"false","resultsql":"false"})"));
 }
 
-void TestCheckServices::recalculation_data()
-{
-    QTest::addColumn<bool>("onWorkers");
-    QTest::newRow("on the main thread") << false;
-    QTest::newRow("on workers") << true;
-}
-
 void TestCheckServices::recalculation()
 {
-    QFETCH(const bool, onWorkers);
-    const Workers workers(onWorkers ? std::make_unique<FileReaders>(m_site->database->filePath()) : nullptr);
     QVERIFY(run(*m_site->database, threeEmployees() + twoDays()));
     const QAny request{{"STARTDATE", "3.3.2025"}, {"ENDDATE", "4.3.2025"}, {"CALC21", true}};
     QAny expected = DialogCalc3(*m_site->database).recalc(request);
     QVERIFY(expected.remove("TIME") && expected["PACK"]["DAYS"]["TABLE"].count() > 0);
-    for (const QString &service : kServices) {
-        for (const char *line : {"^DialogCalc3::recalc\\(\\) START", "^CheckService::recalc\\(\\) END"})
-            QTest::ignoreMessage(QtDebugMsg, QRegularExpression(line));
-        QAny answer = m_site->call(service + ".recalc", request);
-        QVERIFY(answer.lookup("TIME").isInteger() && answer.remove("TIME"));
-        QCOMPARE(json(answer), json(expected));
+    for (const bool onWorkers : {false, true}) {
+        const Workers workers(onWorkers ? std::make_unique<FileReaders>(m_site->database->filePath()) : nullptr);
+        for (const QString &service : kServices) {
+            for (const char *line : {"^DialogCalc3::recalc\\(\\) START", "^CheckService::recalc\\(\\) END"})
+                QTest::ignoreMessage(QtDebugMsg, QRegularExpression(line));
+            QAny answer = m_site->call(service + ".recalc", request);
+            QVERIFY(answer.lookup("TIME").isInteger() && answer.remove("TIME"));
+            QCOMPARE(json(answer), json(expected));
+        }
     }
 }
 
@@ -341,13 +308,13 @@ void TestCheckServices::recalculationHoldsUpNobody()
     const QByteArray version = callText("admincheck.version", "null", R"("2")");
     const QByteArray versionResult = resultText(R"({"result":"true","ver":"ZUK3"})", R"("2")");
     peers[0]->write(recalc + version);
-    QVERIFY(waitFor([&gate] { return gate.asked > 0; }));
+    QVERIFY(waitFor([&gate] { return gate.waiting > 0; }));
     peers[1]->write(recalc);
     QVERIFY(waitFor([this] { return !m_site->connection().isEmpty(); })); // that one has been read
     QCOMPARE(peers[3]->ask(version), versionResult);
     QCOMPARE(peers[2]->ask(recalc), errorText(KNet::InvokeError, "Too many calculations wait"));
     QCOMPARE(peers[0]->messages, QList<QByteArray>());
-    gate.open.release(1000);
+    gate.open();
     const QByteArray answer = peers[0]->next();
     QVERIFY2(answer.contains("\"PACK\""), answer.left(200));
     QCOMPARE(peers[0]->next(), versionResult);
@@ -583,10 +550,9 @@ void TestCheckServices::manyCommandsOfOneClient()
 
 void TestCheckServices::restart_data()
 {
-    QTest::addColumn<bool>("uploaded");
-    QTest::addColumn<QByteArray>("calls");
-    QTest::newRow("with an uploaded executable") << true << QByteArray("old -t\nnew -s\n");
-    QTest::newRow("with the same") << false << QByteArray("old -t\nold -s\n");
+    const auto row = columns<bool, QByteArray>({"uploaded", "calls"});
+    row("with an uploaded executable", true, "old -t\nnew -s\n");
+    row("with the same", false, "old -t\nold -s\n");
 }
 
 void TestCheckServices::restart()
