@@ -1,6 +1,5 @@
 #include "calc/calc21.h"
 #include "calc/output/explanation.h"
-#include "calc/rules/dayrules.h"
 #include "calcsite.h"
 
 using namespace calc;
@@ -142,7 +141,6 @@ private slots:
     void stepsNameTheirSettings();
     void idleRulesSayWhy_data() { addTable(kIdle); }
     void idleRulesSayWhy();
-    void withoutSettingsNoRuleRuns();
     void everyEventHasItsUse_data() { addTable(kUses); }
     void everyEventHasItsUse();
     void movedTimesNameTheStoredOnes();
@@ -205,16 +203,6 @@ void TestCalcExplanation::idleRulesSayWhy()
     rows.today = date("11.3.2026");
     const QString found = each(explainedDay(rows, dayOf(row[Events]))["IDLE"], "RULE WHY");
     QVERIFY2(found.split(", ").contains(row[Idle]), qPrintable(found));
-}
-
-void TestCalcExplanation::withoutSettingsNoRuleRuns()
-{
-    const QAny entry = explainedDay(CalcRows("5-15", kDay, ""));
-    QCOMPARE(entry.value("STEPS").count(), 0);
-    QStringList all;
-    for (const rules::DayRule &rule : Calc21sett::inOrder())
-        all += QString(rule.name) + " no settings";
-    QCOMPARE(each(entry["IDLE"], "RULE WHY"), all.join(", "));
 }
 
 void TestCalcExplanation::everyEventHasItsUse()

@@ -31,7 +31,6 @@ private slots:
     void settingsAreStoredWhole();
     void tapsOfOnePassageAreSetBesideTheSettings_data();
     void tapsOfOnePassageAreSetBesideTheSettings();
-    void tapsOfOnePassageAreOne();
 
 private:
     std::unique_ptr<CalcSite> m_site; ///< of the rows of a function
@@ -83,18 +82,6 @@ void TestCalcSettings::tapsOfOnePassageAreSetBesideTheSettings()
     QFETCH(TableRow, row);
     m_site->storeConfig("DOUBLETAP", row[0]);
     QCOMPARE(input::doubleTapSecondsOf(m_site->database(), QAny::fromJson(row[1])), row[2].toLongLong());
-}
-
-void TestCalcSettings::tapsOfOnePassageAreOne()
-{
-    CalcSite site("07:00 101; 07:01:40 101; 14:59 102; 15:00 102");
-    QAny request = CalcSite::request(kMonday, kMonday);
-    const QString separate = "2.3. 07:00- 0:00; 2.3. 07:01:40-14:59 102 7:57:20; 2.3. -15:00 102 0:00";
-    QCOMPARE(site.run(request).pairs(), separate);
-    site.storeConfig("DOUBLETAP", "100");
-    QCOMPARE(site.run(request).pairs(), QString("2.3. 07:00-15:00 102 8:00"));
-    request["DOUBLETAP"] = 0;
-    QCOMPARE(site.run(request).pairs(), separate);
 }
 
 QTEST_GUILESS_MAIN(TestCalcSettings)

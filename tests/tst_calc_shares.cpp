@@ -1,6 +1,5 @@
 #include "calc/crew.h"
 #include "calc/dialogcalc3.h"
-#include "calc/output/records.h"
 #include "calc/recalctext.h"
 #include "calc/rules/calculation.h"
 #include "calcsite.h"
@@ -92,6 +91,7 @@ void fillCompany(CalcSite &site)
         }
     }
     site.holiday("3.3.2026", 1);
+    site.storeConfig("CALCDAYHDR", R"([{"KEY":"DATE","TXT":"Dan"}])");
     site.assign("1.3.2026", "5.3.2026", "0");
     site.sql("insert into allevents (USER,TIMESTAMP,ACCESS_CODE,TYPE) values (99,1772440000,'101:X','EV')");
 }
@@ -124,11 +124,9 @@ private slots:
     void allAreInOneShare();
     void everyCrewWritesTheSame_data();
     void everyCrewWritesTheSame();
-    void sharesOfAnySizeGiveOneResult_data();
-    void sharesOfAnySizeGiveOneResult();
+    void pairsAreNumberedThrough();
     void nothingToReadIsToldApart_data();
     void nothingToReadIsToldApart();
-    void aHeaderOfTheSiteIsTaken();
     void aCancelledCalculationEnds_data();
     void aCancelledCalculationEnds();
     void oneEmployeesMonthIsSmall_data();
@@ -178,48 +176,19 @@ void TestCalcShares::everyCrewWritesTheSame()
     }
 }
 
-void TestCalcShares::sharesOfAnySizeGiveOneResult_data()
+/// From 1, those that stand outside the period included.
+void TestCalcShares::pairsAreNumberedThrough()
 {
-    m_site.reset(); // one file is open at a time
-    columns<int>("count");
-    for (const int count : {1, 2, 3, 5})
-        addRow(qPrintable(QString::number(count)), count);
-}
-
-void TestCalcShares::sharesOfAnySizeGiveOneResult()
-{
-    QFETCH(int, count);
-    CalcRows rows;
-    for (int id = 1; id <= 7; ++id) {
-        rows.employee(id, QString("Novak %1").arg(id), id % 2 ? kDay : kNight, kWarnings);
-        rows.events(id, QString("2.3.2026 7-1%1; 3.3.2026 22-6; 5.3.2026 8 102; 6.3.2026 9 101/EV").arg(id));
-    }
-    const char *settings = "NEAREVENTS=1 CALCREM=1 ISACS=1";
-    const QAny expected = rows.run("2.3.2026", "6.3.2026", settings).answer;
-
-    rules::CalcResult result;
-    result.inputs = rows.inputs("2.3.2026", "6.3.2026", settings);
-    rules::completeEvents(result.inputs, {0, 7});
-    rules::checkEvents(result.inputs, result.errors);
-    CalcParse21::prepackPreraz(result.inputs);
-    std::vector<rules::Share> shares;
-    for (size_t first = 0; first < 7; first += size_t(count))
-        shares.push_back({first, std::min<size_t>(first + size_t(count), 7)});
-    rules::Calculation calculation(result, shares);
-    for (size_t share = shares.size(); share-- > 0;)
-        calculation.calculate(share);
-    calculation.combine();
-    QCOMPARE(output::recordsOf(result).toJson(), expected.toJson());
-    // Numbered through from 1, those that stand outside the period included.
-    qint64 last = 0;
-    for (const rules::EmployeeResult &employee : result.employees) {
-        QCOMPARE(employee.pairing.pairs.front().number, last + 1);
-        last += employee.pairing.made;
-    }
+    CalcRows rows("1.3.2026 7-15; 2.3.2026 7-11; 12-15");
+    rows.employee(2);
+    rows.events(2, "2.3.2026 7-15");
+    const CalcRun run = rows.run("2.3.2026", "2.3.2026", "NEAREVENTS=1");
+    QCOMPARE(run.row("CALC", 2).value("PAIRS")[0].value("IDP"), QAny(4));
 }
 
 void TestCalcShares::nothingToReadIsToldApart_data()
 {
+    m_site.reset(); // one file is open at a time
     columns<QString, QString, QString>("events", "user", "fault");
     const QString none = "Ni dogodkov za izbrano obdobje!";
     const QString others = "Ni dogodkov za obdobje!";
@@ -242,16 +211,6 @@ void TestCalcShares::nothingToReadIsToldApart()
     QAny request = CalcSite::request("2.3.2026", "3.3.2026");
     request["USER"] = QAny::fromJson(user);
     QCOMPARE(site.run(request).errors("NAP"), "NAP " + fault);
-}
-
-void TestCalcShares::aHeaderOfTheSiteIsTaken()
-{
-    CalcSite site("7-15");
-    site.storeConfig("CALCDAYHDR", R"([{"KEY":"DATE","TXT":"Dan"}])");
-    ScatteredCrew crew(site.database(), 2);
-    const QAny answer = QAny::fromJson(joined(recalcText(crew, CalcSite::request("2.3.2026", "2.3.2026"), site.today)));
-    QCOMPARE(answer["PACK"]["DAYS"]["HEADER"].toJson(), QString(R"([{"KEY":"DATE","TXT":"Dan"}])"));
-    QVERIFY(answer["TIME"].isInteger());
 }
 
 void TestCalcShares::aCancelledCalculationEnds_data()
