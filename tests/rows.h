@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QMetaMethod>
 #include <QTest>
 
 #include <array>
@@ -10,4 +11,13 @@ template <typename... Values> auto columns(const std::array<const char *, sizeof
     size_t next = 0;
     (QTest::addColumn<Values>(names[next++]), ...);
     return [](const char *name, const Values &...values) { (QTest::newRow(name) << ... << values); };
+}
+
+/// The signatures of the methods that the class itself declares, in their order.
+inline QByteArray methodsOf(const QMetaObject &meta)
+{
+    QByteArray found;
+    for (int i = meta.methodOffset(); i < meta.methodCount(); ++i)
+        found += meta.method(i).methodSignature() + ' ';
+    return found;
 }

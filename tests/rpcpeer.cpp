@@ -11,6 +11,12 @@ QByteArray canonical(const QByteArray &json)
     return QJsonDocument::fromJson(json).toJson(QJsonDocument::Compact);
 }
 
+QByteArray text(const QAny &value)
+{
+    const QByteArray json = value.toJsonUtf8();
+    return value.isHash() || value.isList() ? canonical(json) : json;
+}
+
 QByteArray callText(const QByteArray &method, const QByteArray &params, const QByteArray &id)
 {
     return R"({"knetrpc":"1.0","method":")" + method + R"(","params":)" + params + R"(,"id":)" + id + '}';
@@ -32,14 +38,6 @@ int openDescriptors()
     return QDir(QStringLiteral("/proc/self/fd"))
         .entryList(QDir::AllEntries | QDir::System | QDir::NoDotAndDotDot)
         .size();
-}
-
-QByteArray methodsOf(const QMetaObject &meta)
-{
-    QByteArray found;
-    for (int i = meta.methodOffset(); i < meta.methodCount(); ++i)
-        found += meta.method(i).methodSignature() + ' ';
-    return found;
 }
 
 void settle()
@@ -138,6 +136,15 @@ void RpcPeer::readSlowly(int bytes)
     socket->setSocketOption(QAbstractSocket::ReceiveBufferSizeSocketOption, bytes);
     QObject::connect(&m_pace, &QTimer::timeout, socket.get(), [this] { read(); });
     m_pace.start(5);
+}
+
+void AnswerList::onAnswer(QString connectionId, QAny response)
+{
+    from.append(connectionId);
+    answers.append(text(response));
+    const auto deed = then;
+    if (deed)
+        deed();
 }
 
 QAny RpcTestService::echo(const QString &connectionId, const QAny &params)

@@ -20,6 +20,8 @@
 /// The same JSON text with its members sorted and without whitespace, written by another writer than the one under
 /// test. Empty for what is no JSON.
 QByteArray canonical(const QByteArray &json);
+/// The same of any value.
+QByteArray text(const QAny &value);
 
 QByteArray callText(const QByteArray &method, const QByteArray &params, const QByteArray &id = "\"1\"");
 /// What a service answered, with the id as it must come back.
@@ -28,8 +30,6 @@ QByteArray errorText(int code, const QByteArray &message, const QByteArray &id =
 const QByteArray kPing = R"({"knetrpc":"1.0","id":"<PING>"})";
 const QByteArray kPong = R"({"knetrpc":"1.0","id":"<PONG>"})";
 
-/// The signatures of the methods that the class itself declares, in their order.
-QByteArray methodsOf(const QMetaObject &meta);
 /// Sockets and files that this process has open; 0 where the platform does not tell.
 int openDescriptors();
 /// Lets the event loop deliver what lies ready.
@@ -72,6 +72,19 @@ private:
     Json::Parser m_parser;
     QByteArray m_text;
     QTimer m_pace;
+};
+
+/// Notes the answers to calls of the server's, their members sorted, and then does what the test says.
+class AnswerList : public QObject
+{
+    Q_OBJECT
+public:
+    QList<QByteArray> answers;
+    QStringList from;
+    std::function<void()> then; // this object may end in it
+
+public Q_SLOTS:
+    void onAnswer(QString connectionId, QAny response);
 };
 
 class RpcTestBase : public QObject

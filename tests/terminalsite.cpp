@@ -2,7 +2,6 @@
 
 #include "attendancefile.h"
 #include "knetrpc/rpccall.h"
-#include "rpcpeer.h"
 #include "server/sessions/sessionpeers.h"
 #include "server/sessions/terminalcatchup.h"
 
@@ -90,8 +89,17 @@ QAny TerminalSite::call(const QString &connectionId, const char *method, const Q
 
 QString TerminalSite::ask(const QString &connectionId, const char *method, const char *params)
 {
-    const QAny answer = call(connectionId, method, QAny::fromJson(QByteArray(params)));
-    return QString::fromUtf8(answer.isHash() ? canonical(answer.toJsonUtf8()) : answer.toJsonUtf8());
+    return QString::fromUtf8(text(call(connectionId, method, QAny::fromJson(QByteArray(params)))));
+}
+
+std::unique_ptr<RpcPeer> TerminalSite::silentPeer(int number, const char *service)
+{
+    auto peer = std::make_unique<RpcPeer>(server.serverPort());
+    peer->onCall = [](const QAny &) {};
+    const QByteArray login = QByteArray(service) + ".login";
+    if (peer->ask(callText(login, "{\"id\":" + QByteArray::number(number) + '}')) != resultText("true"))
+        qFatal("no login");
+    return peer;
 }
 
 void TerminalSite::leave(const QString &connectionId)

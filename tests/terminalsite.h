@@ -1,6 +1,7 @@
 #pragma once
 
 #include "knetrpc/rpccontroller.h"
+#include "rpcpeer.h"
 #include "server/logger/logger.h"
 #include "server/sessions/adminterminalservice.h"
 #include "server/sessions/mainterminalservice.h"
@@ -57,6 +58,8 @@ public:
     QAny call(const QString &connectionId, const char *method, const QAny &params = QAny());
     /// An answer as JSON text.
     QString ask(const QString &connectionId, const char *method, const char *params);
+    /// One that is logged in, and answers the server nothing.
+    std::unique_ptr<RpcPeer> silentPeer(int number, const char *service = "mainterminal");
     /// Ends the connection and waits until the server knows.
     void leave(const QString &connectionId);
     bool waitForCatchUps(int left = 0);

@@ -4,7 +4,6 @@
 #include "files.h"
 #include "gatedreaders.h"
 #include "rows.h"
-#include "rpcpeer.h"
 #include "server/check/filetransfer.h"
 #include "server/workers/readpool.h"
 
@@ -41,8 +40,7 @@ static QAny fromJson(const QByteArray &text)
 
 static QString json(const QAny &value)
 {
-    const QByteArray text = value.toJsonUtf8();
-    return QString::fromUtf8(value.isHash() || value.isList() ? canonical(text) : text);
+    return QString::fromUtf8(text(value));
 }
 
 /// With terminal 5 and the administration client 6, who each ask their own service.
@@ -298,12 +296,8 @@ void TestCheckServices::recalculationHoldsUpNobody()
     few.maxWaitingLarge = 1;
     const Workers workers(std::make_unique<GatedReaders>(m_site->database->filePath(), gate), few);
     std::vector<std::unique_ptr<RpcPeer>> peers;
-    for (int number : {11, 12, 13, 14}) {
-        peers.push_back(std::make_unique<RpcPeer>(m_site->server.serverPort()));
-        peers.back()->onCall = [](const QAny &) {};
-        const QByteArray id = "{\"id\":" + QByteArray::number(number) + '}';
-        QCOMPARE(peers.back()->ask(callText("adminterminal.login", id)), resultText("true"));
-    }
+    for (int number : {11, 12, 13, 14})
+        peers.push_back(m_site->silentPeer(number, "adminterminal"));
     const QByteArray recalc = callText("admincheck.recalc", R"({"STARTDATE":"1.1.2025","ENDDATE":"31.12.2025"})");
     const QByteArray version = callText("admincheck.version", "null", R"("2")");
     const QByteArray versionResult = resultText(R"({"result":"true","ver":"ZUK3"})", R"("2")");
@@ -533,19 +527,16 @@ void TestCheckServices::commandToTerminal()
 /// One client's commands to a silent terminal leave room for the others'.
 void TestCheckServices::manyCommandsOfOneClient()
 {
-    RpcPeer terminal(m_site->server.serverPort());
-    QCOMPARE(terminal.ask(callText("mainterminal.login", R"({"id":7})")), resultText("true"));
-    RpcPeer client(m_site->server.serverPort());
-    QCOMPARE(client.ask(callText("adminterminal.login", R"({"id":201})")), resultText("true"));
-    QVERIFY(client.next().contains("logger.getLogs"));
+    const auto terminal = m_site->silentPeer(7);
+    const auto client = m_site->silentPeer(201, "adminterminal");
     const QByteArray command = callText("admincheck.zukCmd", R"({"ZUKID":7})");
     // The refusal is the only answer while the terminal is silent. Our own wait is below the waiting commands.
-    QTimer::singleShot(0, this, [&] { client.write(command.repeated(AdminCheckService::kMaxWaitingCommands + 1)); });
-    connect(client.socket.get(), &QTcpSocket::readyRead, this,
+    QTimer::singleShot(0, this, [&] { client->write(command.repeated(AdminCheckService::kMaxWaitingCommands + 1)); });
+    connect(client->socket.get(), &QTcpSocket::readyRead, this,
             [this] { QTimer::singleShot(0, m_site->main.get(), [this] { m_site->main->disconnectTerminal(7); }); });
-    QCOMPARE(client.next(), resultText(R"({"error":{"code":10300,"message":"Connection error"}})"));
+    QCOMPARE(client->next(), resultText(R"({"error":{"code":10300,"message":"Connection error"}})"));
     for (int i = 0; i < AdminCheckService::kMaxWaitingCommands; ++i)
-        QVERIFY(client.next().contains("10310"));
+        QVERIFY(client->next().contains("10310"));
 }
 
 void TestCheckServices::restart_data()

@@ -1,7 +1,6 @@
 #include "attendancefile.h"
 #include "files.h"
 #include "rows.h"
-#include "rpcpeer.h"
 #include "server/reader/ekeyeventhandler.h"
 #include "terminalsite.h"
 
@@ -306,9 +305,7 @@ void TestEkeyEventHandler::terminals()
 {
     ReaderSite site;
     QVERIFY(!site.terminal(12).isEmpty());
-    RpcPeer silent(site.server.serverPort());
-    silent.write(callText("mainterminal.login", R"({"id":2})"));
-    QVERIFY(waitFor([&site] { return site.main->isConnected(2); }));
+    const auto silent = site.silentPeer(2);
     site.write("");
     EkeyEventHandler handler(site.settings);
     handler.start();
@@ -327,7 +324,7 @@ void TestEkeyEventHandler::terminals()
     }
     const QString offered = QStringLiteral(R"(ulkaCsvEvent {"EID":5,"FID":5})");
     QVERIFY(waitFor([&] { return site.side.requests.contains(offered); }));
-    QVERIFY(waitFor([&] { return silent.raw.contains(R"("logger.ulkaCsvEvent")"); }));
+    QVERIFY(waitFor([&] { return silent->raw.contains(R"("logger.ulkaCsvEvent")"); }));
     QElapsedTimer elapsed;
     elapsed.start();
     handler.finish();

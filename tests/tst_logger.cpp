@@ -1,4 +1,3 @@
-#include "rpcpeer.h"
 #include "storage/rescue.h"
 #include "terminalsite.h"
 
@@ -146,12 +145,8 @@ void TestLogger::manyShareOneTransaction()
 {
     TerminalSite site;
     std::vector<std::unique_ptr<RpcPeer>> peers;
-    for (int number : {5, 6}) {
-        peers.push_back(std::make_unique<RpcPeer>(site.server.serverPort()));
-        peers.back()->onCall = [](const QAny &) {};
-        const QByteArray params = "{\"id\":" + QByteArray::number(number) + '}';
-        QCOMPARE(peers.back()->ask(callText("mainterminal.login", params)), resultText("true"));
-    }
+    for (int number : {5, 6})
+        peers.push_back(site.silentPeer(number));
     site.database->exec("create trigger refuse before insert on logs when new.LGROUP=9 "
                         "begin select raise(abort,'refused'); end");
     const auto event = [](int time, const QByteArray &id) {

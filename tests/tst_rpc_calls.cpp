@@ -30,11 +30,6 @@ QByteArray sorted(const QByteArray &json)
     return text.isEmpty() ? json : text;
 }
 
-QByteArray text(const QAny &value)
-{
-    return sorted(value.toJsonUtf8());
-}
-
 QByteArray idOf(const QAny &message)
 {
     return message.lookup(QStringLiteral("id")).toJsonUtf8();
@@ -61,26 +56,6 @@ using Deed = std::function<void(Wait &)>;
 
 Q_DECLARE_METATYPE(Deed)
 
-/// Notes what it gets, and then does what the test says.
-class Receiver : public QObject
-{
-    Q_OBJECT
-public:
-    QList<QByteArray> answers;
-    QStringList from;
-    std::function<void()> then; // this object may end in it
-
-public Q_SLOTS:
-    void onAnswer(QString connectionId, QAny response)
-    {
-        from.append(connectionId);
-        answers.append(text(response));
-        const auto deed = then;
-        if (deed)
-            deed();
-    }
-};
-
 /// Calls that the server makes, and what may happen while it waits.
 class TestRpcCalls : public QObject
 {
@@ -93,7 +68,6 @@ private Q_SLOTS:
     void sweep();
     void answersToOthers();
     void lostConnection();
-    void asynchronous();
     void memberIsNoSlot();
     void receiverGone();
     void connectToHost();
@@ -191,7 +165,7 @@ void TestRpcCalls::timeouts()
     QCOMPARE(peer->ask(resultText("5", id) + kPing), canonical(kPong));
 
     // Without a time-out, and with the default one, the wait is longer.
-    Receiver receiver;
+    AnswerList receiver;
     for (const int timeout : {0, -1})
         call.call(peer->connectionId, "far.ask", timeout, &receiver, SLOT(onAnswer(QString, QAny)), timeout);
     QTest::qWait(500);
@@ -212,7 +186,7 @@ void TestRpcCalls::sweep()
         got.append(text(RpcCall(site.controller.get()).call(id, "far.ask", 1, 120)));
         return QAny();
     };
-    Receiver receiver;
+    AnswerList receiver;
     RpcCall call(site.controller.get());
     for (int i = 0; i < 2; ++i)
         call.call(peer->connectionId, "far.ask", 1, &receiver, SLOT(onAnswer(QString, QAny)), 120);
@@ -266,8 +240,8 @@ void TestRpcCalls::lostConnection()
     RpcSite site;
     const auto peer = site.peer();
     const auto other = site.peer();
-    Receiver lost;
-    Receiver kept;
+    AnswerList lost;
+    AnswerList kept;
     RpcCall call(site.controller.get());
     // The callers know before the world does.
     QStringList order;
@@ -292,26 +266,6 @@ void TestRpcCalls::lostConnection()
     }
 }
 
-void TestRpcCalls::asynchronous()
-{
-    RpcSite site;
-    const auto peer = site.peer();
-    QList<QAny> calls;
-    peer->onCall = [&](const QAny &call) { calls.prepend(call); };
-    Receiver receiver;
-    {
-        RpcCall handle(site.controller.get()); // need not live on, and takes several calls
-        for (int i = 0; i < 3; ++i)
-            handle.call(peer->connectionId, "far.ask", i, &receiver, SLOT(onAnswer(QString, QAny)), 5000);
-        QVERIFY(!handle.isWaiting());
-    }
-    QVERIFY(receiver.answers.isEmpty());
-    QTRY_COMPARE(calls.size(), 3);
-    for (const QAny &call : qAsConst(calls)) // in any order
-        peer->write(resultText(call.lookup("params").toJsonUtf8(), idOf(call)));
-    QTRY_COMPARE(receiver.answers, (QList<QByteArray>{"2", "1", "0"}));
-}
-
 void TestRpcCalls::memberIsNoSlot()
 {
     const Warnings warnings;
@@ -319,7 +273,7 @@ void TestRpcCalls::memberIsNoSlot()
     const auto peer = site.peer();
     peer->onCall = [&](const QAny &call) { peer->write(resultText("5", idOf(call))); };
     RpcCall call(site.controller.get());
-    Receiver receiver;
+    AnswerList receiver;
     call.call(peer->connectionId, "far.ask", 1, &receiver, SIGNAL(destroyed(QObject *)), 0);
     QCOMPARE(Warnings::lines.join('|'), "KNet::RpcCall::call() receiver member should be a SLOT");
     QCOMPARE(peer->ask(kPing), canonical(kPong));
@@ -327,7 +281,7 @@ void TestRpcCalls::memberIsNoSlot()
     // A slot that is not there shows when the answer comes.
     call.call(peer->connectionId, "far.ask", 1, &receiver, SLOT(notThere(QString, QAny)), 0);
     const QString warning =
-        QStringLiteral("KNet::RpcPendingCall::sendResponse() can't invoke \"notThere\" on Receiver(");
+        QStringLiteral("KNet::RpcPendingCall::sendResponse() can't invoke \"notThere\" on AnswerList(");
     QTRY_COMPARE(Warnings::lines.filter(warning).size(), 1); // beside Qt's own
     QCOMPARE(peer->ask(kPing), canonical(kPong));
 }
@@ -342,7 +296,7 @@ void TestRpcCalls::receiverGone()
     QByteArray id;
     peer->onCall = [&](const QAny &call) { id = idOf(call); };
     RpcCall call(site.controller.get());
-    auto receiver = std::make_unique<Receiver>();
+    auto receiver = std::make_unique<AnswerList>();
     for (const int timeout : {0, 50})
         call.call(peer->connectionId, "far.ask", 1, receiver.get(), SLOT(onAnswer(QString, QAny)), timeout);
     QTRY_VERIFY(!id.isEmpty());
@@ -350,10 +304,10 @@ void TestRpcCalls::receiverGone()
     QCOMPARE(peer->ask(resultText("5", id) + kPing), canonical(kPong));
     QTest::qWait(2 * RpcController::kSweepIntervalMs);
     // The same in the send that fails: it ends the connection, which ends the receiver.
-    receiver = std::make_unique<Receiver>();
+    receiver = std::make_unique<AnswerList>();
     connect(site.controller.get(), &RpcController::disconnected, this, [&] { receiver.reset(); });
     peer->stopReading();
-    Receiver other;
+    AnswerList other;
     call.call(peer->connectionId, "far.ask", QString(16'000'000, 'x'), &other, SLOT(onAnswer(QString, QAny)), 0);
     call.call(peer->connectionId, "far.ask", 1, receiver.get(), SLOT(onAnswer(QString, QAny)), 0);
     QVERIFY(!receiver);
@@ -377,7 +331,7 @@ void TestRpcCalls::connectToHost()
     QString second;
     QVERIFY(site.controller->connectToHost("127.0.0.1", far.serverPort(), second, 0));
     QVERIFY(second != id);
-    Receiver receiver;
+    AnswerList receiver;
     RpcCall(site.controller.get()).call(second, "far.ask", 1, &receiver, SLOT(onAnswer(QString, QAny)), 3000);
     QVERIFY(!site.connected.contains(second));
     QTRY_VERIFY(site.connected.contains(second));
@@ -622,8 +576,8 @@ void TestRpcCalls::waitInsideACompletion()
     const auto silent = site.peer();
     RpcCall call(site.controller.get());
     for (const bool closed : {false, true}) {
-        Receiver first;
-        Receiver second;
+        AnswerList first;
+        AnswerList second;
         QByteArray got;
         int atThatTime = -1;
         first.then = [&] {
@@ -652,7 +606,7 @@ void TestRpcCalls::insideDisconnected()
     const auto first = site.peer();
     const auto second = site.peer();
     const auto third = site.peer();
-    auto receiver = std::make_unique<Receiver>();
+    auto receiver = std::make_unique<AnswerList>();
     RpcCall call(site.controller.get());
     for (const auto *peer : {&first, &second})
         call.call((*peer)->connectionId, "far.ask", 1, receiver.get(), SLOT(onAnswer(QString, QAny)), 0);

@@ -49,17 +49,6 @@ const QByteArray kRun = callText("test.run", "1");
 using Deed = std::function<void(LargeSite &, RpcPeer &)>;
 Q_DECLARE_METATYPE(Deed)
 
-/// Notes the answers to calls of ours.
-class AnswerList : public QObject
-{
-    Q_OBJECT
-public:
-    QList<QByteArray> answers;
-
-public Q_SLOTS:
-    void onAnswer(QString, QAny response) { answers.append(response.toJsonUtf8()); }
-};
-
 /// Answers that are too large to leave at once.
 class TestRpcOutput : public QObject
 {

@@ -71,7 +71,7 @@ private Q_SLOTS:
     void blockedLoopDropsNobody();
     void silentPeerIsDropped();
     void pingsGoToThoseThatCame();
-    void gracefulClose();
+    void closing();
     void neverReading();
     void messageBound_data();
     void messageBound();
@@ -139,7 +139,6 @@ void TestRpcWire::classification_data()
 
     row("id text", call("\"a\\\"\u010d\""), resultText("1", "\"a\\\"\u010d\""));
     row("id empty text", call("\"\""), resultText("1", "\"\""));
-    row("id with zeros", call("\"007\""), resultText("1", "\"007\""));
     row("id integer", call("7"), resultText("1", "\"7\""));
     row("id largest", call("9223372036854775807"), resultText("1", "\"9223372036854775807\""));
     row("id boolean", call("true"), kClose);
@@ -165,7 +164,6 @@ void TestRpcWire::classification_data()
     row("error without text", with(R"("id":"1","error":{"code":1})"), "");
     row("error with text code", with(R"("id":"1","error":{"code":"10100","message":"x"})"), kClose);
     row("error without code", with(R"("id":"1","error":{"message":"x"})"), kClose);
-    row("error is a text", with(R"("id":"1","error":"x")"), kClose);
     row("neither call nor answer", with(R"("id":"1","params":1)"), kClose);
 
     row("notification", call("null"), "");
@@ -415,30 +413,18 @@ void TestRpcWire::pingsGoToThoseThatCame()
     QCOMPARE(dialled->pings, 0);
 }
 
-void TestRpcWire::gracefulClose()
+void TestRpcWire::closing()
 {
     RpcSite site;
     RpcController &controller = *site.controller;
     QVERIFY(!controller.closeConnection("nobody"));
     QVERIFY(!controller.abortConnection("nobody"));
-    const auto peer = site.peer();
-    const QByteArray large = '"' + QByteArray(8'000'000, 'x') + '"';
-    // More than the system takes at once: the rest goes out before the connection closes.
-    site.service->action = [&](const QString &id, const QAny &) {
-        QTimer::singleShot(0, &controller, [&controller, id] { controller.closeConnection(id); });
-        return QAny(QString(8'000'000, 'x'));
-    };
-    peer->write(callText("test.run", "1"));
-    QCOMPARE(peer->next() == resultText(large), true);
-    QVERIFY(peer->waitClosed());
-    QTRY_COMPARE(site.gone, QStringList(peer->connectionId));
-    QVERIFY(!controller.closeConnection(peer->connectionId));
-
     // Without grace the signal has come when the call returns.
     const auto other = site.peer();
     QVERIFY(controller.abortConnection(other->connectionId));
     QCOMPARE(site.gone.last(), other->connectionId);
     QVERIFY(other->waitClosed());
+    QVERIFY(!controller.closeConnection(other->connectionId));
     // So it has for one that is not yet connected.
     QString id;
     QVERIFY(controller.connectToHost("127.0.0.1", controller.serverPort(), id, 0));
@@ -449,42 +435,30 @@ void TestRpcWire::gracefulClose()
     QVERIFY(site.connected.isEmpty());
 }
 
+/// Closed by the server, which waits for the grace.
 void TestRpcWire::neverReading()
 {
     RpcLimits limits;
     limits.closeGraceMs = 300;
     limits.maxUnreadBytes = 1'000'000;
-    // Closed by the server, which waits for the grace; or it has one more message to send, beyond the bound.
-    for (const bool closed : {true, false}) {
-        const Warnings warnings;
-        RpcSite site(limits);
-        const auto peer = site.peer();
-        const auto reader = site.peer();
-        int runs = 0;
-        site.service->action = [&](const QString &, const QAny &) {
-            ++runs;
-            return QAny(QString(16'000'000, 'x')); // a single answer may be larger than the bound
-        };
-        peer->stopReading();
-        peer->write(callText("test.run", "1"));
-        QTRY_COMPARE(runs, 1);
-        settle();
-        QVERIFY(site.gone.isEmpty());
-        QElapsedTimer elapsed;
-        elapsed.start();
-        if (closed)
-            QVERIFY(site.controller->closeConnection(peer->connectionId));
-        else
-            peer->write(kPing);
-        QTRY_COMPARE(site.gone, QStringList(peer->connectionId));
-        QVERIFY(elapsed.elapsed() < 2000 && (elapsed.elapsed() >= 290 || !closed));
-        for (int i = 0; i < 2; ++i) {
-            reader->write(callText("test.run", "1"));
-            QVERIFY(reader->next(30000).size() > 16'000'000); // a busy machine needs its time to read it
-        }
-        QCOMPARE(Warnings::lines.filter("KNet::RpcConnection::").size(), closed ? 0 : 1);
-        QCOMPARE(Warnings::lines.size(), closed ? 0 : 1);
-    }
+    RpcSite site(limits);
+    const auto peer = site.peer();
+    int runs = 0;
+    site.service->action = [&](const QString &, const QAny &) {
+        ++runs;
+        return QAny(QString(16'000'000, 'x')); // a single answer may be larger than the bound
+    };
+    peer->stopReading();
+    peer->write(callText("test.run", "1"));
+    QTRY_COMPARE(runs, 1);
+    settle();
+    QVERIFY(site.gone.isEmpty());
+    QElapsedTimer elapsed;
+    elapsed.start();
+    QVERIFY(site.controller->closeConnection(peer->connectionId));
+    QTRY_COMPARE(site.gone, QStringList(peer->connectionId));
+    QVERIFY(elapsed.elapsed() < 2000 && elapsed.elapsed() >= 290);
+    QVERIFY(site.isServing());
 }
 
 void TestRpcWire::messageBound_data()

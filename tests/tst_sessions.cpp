@@ -1,4 +1,3 @@
-#include "rpcpeer.h"
 #include "terminalsite.h"
 
 #include <QElapsedTimer>
@@ -268,10 +267,7 @@ void TestSessions::silentTerminalsHoldUpNobody()
             QVERIFY(!m_site->terminal(number).isEmpty());
             continue;
         }
-        silent.push_back(std::make_unique<RpcPeer>(m_site->server.serverPort()));
-        silent.back()->onCall = [](const QAny &) {};
-        QCOMPARE(silent.back()->ask(callText("mainterminal.login", "{\"id\":" + QByteArray::number(number) + '}')),
-                 resultText("true"));
+        silent.push_back(m_site->silentPeer(number));
     }
     QVERIFY(m_site->waitForCatchUps(kTerminals / kSilentEach));
     QVERIFY2(elapsed.elapsed() < TerminalService::kCallTimeoutMs, "the silent ones had their time");
@@ -327,15 +323,13 @@ void TestSessions::keptReplyIsStoredAtTheEnd()
 
 void TestSessions::serviceEndsDuringCatchUp()
 {
-    RpcPeer silent(m_site->server.serverPort());
-    silent.onCall = [](const QAny &) {};
-    QCOMPARE(silent.ask(callText("mainterminal.login", R"({"id":5})")), resultText("true"));
+    const auto silent = m_site->silentPeer(5);
     QVERIFY(m_site->waitForCatchUps(1));
     m_site->server.unregisterService("mainterminal");
     setMainTerminalService(nullptr);
     m_site->main.reset();
     expectWarning("can't invoke");
-    silent.socket->abort();
+    silent->socket->abort();
     QVERIFY(waitFor([this] { return !m_site->connection().isEmpty(); }));
     settle();
 }
