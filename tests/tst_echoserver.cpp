@@ -1,10 +1,10 @@
+#include "rows.h"
 #include "server/web/echoserver.h"
 #include "server/web/sslechoserver.h"
 #include "storage/database.h"
 #include "webclient.h"
 
 #include <QLoggingCategory>
-#include <QMetaMethod>
 #include <QRegularExpression>
 #include <QTcpSocket>
 #include <QTemporaryDir>
@@ -22,7 +22,6 @@ private Q_SLOTS:
 
     void signalsAndSlotsInOrder();
     void binaryComesBack();
-    void answersInOrder();
     void busyClientKeepsNobodyWaiting();
     void requestCarriesPeer();
     void loginEndsWithTheSocket();
@@ -33,8 +32,6 @@ private Q_SLOTS:
     void serverDeletedInSignal_data();
     void serverDeletedInSignal();
     void destructionClosesClients();
-    void smallMessagesGoOutAtOnce();
-    void silentConnectionIsDropped();
 
 private:
     QTemporaryDir m_folder;
@@ -55,16 +52,10 @@ void TestEchoServer::cleanupTestCase()
 
 void TestEchoServer::signalsAndSlotsInOrder()
 {
-    const auto methods = [](const QMetaObject &meta) {
-        QByteArray found;
-        for (int i = meta.methodOffset(); i < meta.methodCount(); ++i)
-            found += meta.method(i).methodSignature() + ' ';
-        return found;
-    };
     const QByteArray shared = "newRequest(QAny) newEvent(QString) newAnswer(QAny) onNewConnection() "
                               "processTextMessage(QString) processBinaryMessage(QByteArray) socketDisconnected() ";
-    QCOMPARE(methods(EchoServer::staticMetaObject), "closed() " + shared);
-    QCOMPARE(methods(SslEchoServer::staticMetaObject), shared + "onSslErrors(QList<QSslError>) ");
+    QCOMPARE(methodsOf(EchoServer::staticMetaObject), "closed() " + shared);
+    QCOMPARE(methodsOf(SslEchoServer::staticMetaObject), shared + "onSslErrors(QList<QSslError>) ");
 }
 
 void TestEchoServer::binaryComesBack()
@@ -78,25 +69,6 @@ void TestEchoServer::binaryComesBack()
         QVERIFY(echoed.wait());
         QCOMPARE(echoed.takeFirst().first().toByteArray(), bytes);
     }
-}
-
-void TestEchoServer::answersInOrder()
-{
-    EchoServer server(0);
-    WebClient client(server.serverPort());
-    QSignalSpy answered(&client.socket, &QWebSocket::textMessageReceived);
-    QSignalSpy events(&server, &EchoServer::newEvent);
-    for (const char *tag : {"1", "2", "3"})
-        client.socket.sendTextMessage(QStringLiteral(R"({"type":"getUser","tag":"%1"})").arg(tag));
-    QTRY_COMPARE(answered.count(), 3);
-    for (int i = 0; i < 3; ++i) {
-        const QString text = answered.at(i).first().toString();
-        QCOMPARE(QAny::fromJson(text).lookup(QStringLiteral("tag")).toInt(), i + 1);
-        QCOMPARE(events.at(i).first().toString(), QStringLiteral("ANS: ") + text);
-    }
-    // Exactly one frame each: the next thing that comes is the next answer.
-    QCOMPARE(client.ask(QStringLiteral(R"({"type":"logOut","tag":"4"})")).toJson(),
-             QStringLiteral(R"({"data":{"result":"true"}})"));
 }
 
 void TestEchoServer::busyClientKeepsNobodyWaiting()
@@ -125,6 +97,8 @@ void TestEchoServer::requestCarriesPeer()
                                                   {R"(["peer"])", false}};
     EchoServer server(0);
     WebClient client(server.serverPort());
+    auto *accepted = server.findChild<server::web::ClientAcceptor *>()->findChild<QTcpSocket *>();
+    QCOMPARE(accepted->socketOption(QAbstractSocket::LowDelayOption).toInt(), 1);
     QSignalSpy requests(&server, &EchoServer::newRequest);
     QSignalSpy answers(&server, &EchoServer::newAnswer);
     for (const auto &[message, hasPeer] : rows) {
@@ -167,12 +141,11 @@ void TestEchoServer::loginEndsWithTheSocket()
 
 void TestEchoServer::messageBound_data()
 {
-    QTest::addColumn<int>("frameBytes");
-    QTest::addColumn<int>("extraBytes");
+    const auto row = columns<int, int>({"frameBytes", "extraBytes"});
     const int whole = int(server::web::WebSocketServer::kMaxMessageBytes) + 16;
-    QTest::newRow("at the bound") << whole << 0;
-    QTest::newRow("one byte more") << whole << 1;
-    QTest::newRow("one byte more, in small frames") << 65536 << 1;
+    row("at the bound", whole, 0);
+    row("one byte more", whole, 1);
+    row("one byte more, in small frames", 65536, 1);
 }
 
 void TestEchoServer::messageBound()
@@ -276,37 +249,6 @@ void TestEchoServer::destructionClosesClients()
     server.reset();
     QVERIFY(ended.wait());
     QCOMPARE(client.socket.closeCode(), QWebSocketProtocol::CloseCodeGoingAway);
-}
-
-void TestEchoServer::smallMessagesGoOutAtOnce()
-{
-    EchoServer server(0);
-    QSignalSpy events(&server, &EchoServer::newEvent);
-    QTcpSocket client;
-    client.connectToHost(QHostAddress::LocalHost, server.serverPort());
-    const auto *acceptor = server.findChild<server::web::ClientAcceptor *>();
-    QTRY_VERIFY(acceptor->findChild<QTcpSocket *>());
-    auto *accepted = acceptor->findChild<QTcpSocket *>();
-    client.write("GET / HTTP/1.1\r\nHost: x\r\nUpgrade: websocket\r\nConnection: Upgrade\r\n"
-                 "Sec-WebSocket-Version: 13\r\nSec-WebSocket-Key: dGhlIHNhbXBsZSBub25jZQ==\r\n\r\n");
-    QTRY_COMPARE(events.count(), 1);
-    QCOMPARE(accepted->socketOption(QAbstractSocket::LowDelayOption).toInt(), 1);
-}
-
-void TestEchoServer::silentConnectionIsDropped()
-{
-    class ImpatientServer : public EchoServer
-    {
-    public:
-        ImpatientServer() : EchoServer(0) { server().setHandshakeTimeout(200); }
-    };
-    ImpatientServer server;
-    WebClient client(server.serverPort());
-    QTcpSocket silent;
-    QSignalSpy ended(&silent, &QTcpSocket::disconnected);
-    silent.connectToHost(QHostAddress::LocalHost, server.serverPort());
-    QVERIFY(ended.wait());
-    QVERIFY(client.logIn()); // who was there in time stays
 }
 
 QTEST_GUILESS_MAIN(TestEchoServer)
