@@ -1,15 +1,11 @@
-# Tests of the service shell. The stand-ins for the system library are loaded when the tests run.
-foreach(standin standin_advapi32 standin_lacking)
-    add_library(${standin} MODULE standin_advapi32.cpp)
-    target_link_libraries(${standin} PRIVATE Qt5::Core)
-    set_target_properties(${standin} PROPERTIES PREFIX "" AUTOMOC OFF CXX_VISIBILITY_PRESET hidden)
-endforeach()
-target_compile_definitions(standin_lacking PRIVATE STANDIN_LACKING)
+# Tests of the service shell. The stand-in for the system library is loaded when the tests run.
+add_library(standin_advapi32 MODULE standin_advapi32.cpp)
+target_link_libraries(standin_advapi32 PRIVATE Qt5::Core)
+set_target_properties(standin_advapi32 PROPERTIES PREFIX "" AUTOMOC OFF CXX_VISIBILITY_PRESET hidden)
 
 zuk_test(tst_service zuk_service)
-target_compile_definitions(tst_service PRIVATE ZUK_STANDIN="$<TARGET_FILE:standin_advapi32>"
-    ZUK_STANDIN_LACKING="$<TARGET_FILE:standin_lacking>")
-add_dependencies(tst_service standin_advapi32 standin_lacking)
+target_compile_definitions(tst_service PRIVATE ZUK_STANDIN="$<TARGET_FILE:standin_advapi32>")
+add_dependencies(tst_service standin_advapi32)
 
 if(UNIX)
     zuk_test(tst_systemdservice zuk_service)

@@ -205,7 +205,6 @@ STANDIN_API int STANDIN_CALL StartServiceW(void *handle, quint32, Text *)
     return 1;
 }
 
-#ifndef STANDIN_LACKING
 STANDIN_API int STANDIN_CALL ControlService(void *handle, quint32 code, SERVICE_STATUS *status)
 {
     Standin::Service *service = opened(handle, code == 1 ? 0x20 : code < 4 ? 0x40 : 0x100);
@@ -259,7 +258,6 @@ STANDIN_API int STANDIN_CALL StartServiceCtrlDispatcherW(const SERVICE_TABLE_ENT
     known.note("dispatcher ended");
     return 1;
 }
-#endif
 
 STANDIN_API void *STANDIN_CALL RegisterServiceCtrlHandlerW(Text, void(STANDIN_CALL *function)(quint32))
 {

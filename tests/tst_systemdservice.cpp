@@ -1,4 +1,5 @@
 #include "files.h"
+#include "rows.h"
 #include "server/service/qtservicecontroller.h"
 #include "server/service/systemdservicemanager.h"
 #include "server/service/systemdunit.h"
@@ -150,12 +151,11 @@ void TestSystemdService::package()
 
 void TestSystemdService::unit_data()
 {
-    QTest::addColumn<QString>("name");
-    QTest::addColumn<bool>("isTaken"); // by systemd, whose rule it is
+    const auto row = columns<QString, bool>({"name", "isTaken"}); // by systemd, whose rule it is
     for (const char *name : {"plain", "with blanks", "100%n", "d$o${HOME}", "Č/ŽŠ", ";semi", "#hash"})
-        QTest::newRow(name) << QString(name) << true;
+        row(name, name, true);
     for (const char *name : {"qu\"ote", "qu'ote", "back\\slash\\n", "tab\tulator", "line\nExecStart=x"})
-        QTest::newRow(name) << QString(name) << false;
+        row(name, name, false);
 }
 
 void TestSystemdService::unit()
