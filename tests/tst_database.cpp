@@ -39,7 +39,6 @@ private slots:
     void nestedReads();
     void readsLeaveNothingOpen();
     void unusableFile();
-    void readOnlyFile();
     void damagedPage();
 
 private:
@@ -451,19 +450,6 @@ void TestDataBase::unusableFile()
         QCOMPARE(Warnings::lines, QStringList("DataBase::Database() can't open kservermain.db"));
     }
     QCOMPARE(contentOf(text), content);
-}
-
-void TestDataBase::readOnlyFile()
-{
-    QVERIFY(insertEvent("5"));
-    m_database->exec("PRAGMA query_only=ON");
-    expectWarning("DataBase::insert\\(\\).*readonly");
-    QCOMPARE(insertEvent("6").outcome(), Status::Passing);
-    expectWarning("DataBase::exec\\(\\).*readonly");
-    QVERIFY(m_database->exec("DELETE FROM events"));
-    expectWarning("DataBase::transaction\\(\\).*readonly");
-    QVERIFY(!log("x"));
-    QCOMPARE(cell("SELECT count(*) FROM events"), QAny(1));
 }
 
 /// Part of the file cannot be read, the rest serves on.

@@ -1,5 +1,6 @@
 #include "files.h"
 #include "peer.h"
+#include "rows.h"
 #include "storage/database.h"
 #include "storage/readconnection.h"
 #include "warnings.h"
@@ -89,10 +90,7 @@ void TestGuardedFile::cleanup()
 
 void TestGuardedFile::lostAndFound_data()
 {
-    QTest::addColumn<Act>("lose");
-    QTest::addColumn<Act>("find");
-    QTest::addColumn<QString>("stored");
-
+    const auto row = columns<Act, Act, QString>({"lose", "find", "stored"});
     const Act removeIt = [this] { QVERIFY(QFile::remove(path())); };
     const Act moveAway = [this] { move(path(), path("away.db")); };
     const Act moveBack = [this] { move(path("away.db"), path()); };
@@ -116,16 +114,16 @@ void TestGuardedFile::lostAndFound_data()
     };
     const Act empty = [this] { writeFile(path("garbage"), {}), move(path("garbage"), path()); };
     const Act truncate = [this] { writeFile(path(), {}); };
-    QTest::newRow("deleted") << removeIt << moveCopy << "copy new";
-    QTest::newRow("moved away and back") << moveAway << moveBack << "old new";
-    QTest::newRow("moved away for another") << moveAway << moveCopy << "copy new";
-    QTest::newRow("garbage") << garbage << moveCopy << "copy new";
-    QTest::newRow("garbage, filled in") << garbage << fillIn << "copy new";
-    QTest::newRow("damaged header") << damagedHeader << moveCopy << "copy new";
-    QTest::newRow("folder") << folder << folderAway << "copy new";
-    QTest::newRow("an empty one") << empty << moveCopy << "copy new";
-    QTest::newRow("truncated") << truncate << moveCopy << "copy new";
-    QTest::newRow("truncated, filled in") << truncate << fillIn << "copy new";
+    row("deleted", removeIt, moveCopy, "copy new");
+    row("moved away and back", moveAway, moveBack, "old new");
+    row("moved away for another", moveAway, moveCopy, "copy new");
+    row("garbage", garbage, moveCopy, "copy new");
+    row("garbage, filled in", garbage, fillIn, "copy new");
+    row("damaged header", damagedHeader, moveCopy, "copy new");
+    row("folder", folder, folderAway, "copy new");
+    row("an empty one", empty, moveCopy, "copy new");
+    row("truncated", truncate, moveCopy, "copy new");
+    row("truncated, filled in", truncate, fillIn, "copy new");
 }
 
 void TestGuardedFile::lostAndFound()
@@ -322,7 +320,7 @@ void TestGuardedFile::missingAtTheStart()
 void TestGuardedFile::faultOfTheConnection()
 {
     m_database->exec("PRAGMA query_only=ON");
-    QVERIFY(!insert("lost"));
+    QCOMPARE(m_database->insert("events", {{"USER", "lost"}}).outcome(), Status::Passing);
     QVERIFY(m_database->exec("BEGIN"));
     m_database->setRetryInterval(0);
     QTest::qSleep(2);

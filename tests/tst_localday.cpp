@@ -1,5 +1,6 @@
 #include "calc/rules/localday.h"
 #include "calc/rules/timeformat.h"
+#include "rows.h"
 
 #include <QDateTime>
 #include <QRandomGenerator>
@@ -27,12 +28,8 @@ static QString utcText(qint64 instant)
 
 void TestLocalDay::clockTimes_data()
 {
-    QTest::addColumn<QString>("zone");
-    QTest::addColumn<QString>("time");
-    QTest::addColumn<QString>("expected"); // UTC, the second one behind "/"
-    const auto row = [](const char *name, const char *zone, const char *time, const char *expected) {
-        QTest::newRow(name) << QString(zone) << QString(time) << QString(expected);
-    };
+    // expected: UTC, the second one behind "/"
+    const auto row = columns<QString, QString, QString>({"zone", "time", "expected"});
     const char *const here = "Europe/Ljubljana", *const brazil = "America/Sao_Paulo";
     row("summer", here, "2026-07-05 08:00", "2026-07-05 06:00:00");
     row("spring, before the change", here, "2026-03-29 01:59", "2026-03-29 00:59:00");

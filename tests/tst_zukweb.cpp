@@ -1,4 +1,5 @@
 #include "attendancefile.h"
+#include "rows.h"
 #include "server/web/echoserver.h"
 #include "terminalsite.h"
 #include "toolrun.h"
@@ -53,14 +54,13 @@ void TestZukWeb::cleanupTestCase()
 
 void TestZukWeb::wrongUse_data()
 {
-    QTest::addColumn<QStringList>("arguments");
-    QTest::addColumn<QString>("reason");
-    const auto row = [](const char *name, const QStringList &arguments, const char *reason) {
-        QTest::newRow(name) << QStringList{"--user", "ana"} + arguments << reason;
+    const auto add = columns<QStringList, QString>({"arguments", "reason"});
+    const auto row = [add](const char *name, const QStringList &arguments, const char *reason) {
+        add(name, QStringList{"--user", "ana"} + arguments, reason);
     };
     row("no command", {}, "command");
     row("unknown command", {"time"}, "unknown command: time");
-    QTest::newRow("no user") << QStringList{"presence"} << "--user is needed";
+    add("no user", {"presence"}, "--user is needed");
     row("unknown option", {"presence", "--fast"}, "fast");
     row("other protocol", {"presence", "--url", "http://x"}, "--url");
     row("no date", {"wtime", "--from", "31.2.2025"}, "date");
