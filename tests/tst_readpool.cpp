@@ -27,6 +27,7 @@ private slots:
     void anOwnerThatGoesCancelsItsWork();
     void whatEndedIsNotHandedOutAfterItsOwnerWent();
     void aReceiverMaySubmitCancelAndStop();
+    void whoIsGivenUpMayCancelOthers();
     void everythingStops_data();
     void everythingStops();
 };
@@ -191,6 +192,34 @@ void TestReadPool::aReceiverMaySubmitCancelAndStop()
     QTest::qWait(20);
     QCOMPARE(told, QStringList({"first", "second"}));
     QVERIFY(!site.pool.submit(Size::Small, "d", nothing, tell("after the stop")));
+}
+
+/// As an answer does that ends with its socket.
+void TestReadPool::whoIsGivenUpMayCancelOthers()
+{
+    constexpr int count = 50;
+    const auto nothing = [](Crew &) { return PoolSite::Text{"x"}; };
+    for (const bool stops : {true, false}) {
+        PoolSite site(2, count);
+        site.occupy();
+        int givenUp = 0;
+        for (int i = 0; i < count; ++i) {
+            const std::shared_ptr<int> held(new int(i), [&](const int *number) {
+                ++givenUp;
+                site.pool.cancel(QString::number((*number + 1) % count));
+                delete number;
+            });
+            QVERIFY(site.pool.submit(Size::Small, QString::number(i), nothing, [held](const PoolSite::Text &) {}));
+        }
+        if (stops) {
+            site.leave.add();
+            site.pool.stop();
+        } else {
+            site.pool.cancel("7");
+        }
+        QCOMPARE(givenUp, count);
+        site.leave.add();
+    }
 }
 
 void TestReadPool::everythingStops_data()

@@ -3,8 +3,10 @@
 #include "server/workers/worker.h"
 
 #include <algorithm>
+#include <iterator>
 #include <map>
 #include <thread>
+#include <utility>
 
 namespace server::workers {
 
@@ -81,13 +83,15 @@ QString ReadPool::ownerOf(const void *object)
 
 void ReadPool::cancel(const QString &owner)
 {
+    // Ends when nothing here is in use: who is given up may cancel others.
+    std::vector<std::map<quint64, Private::Submitted>::node_type> givenUp;
     for (auto one = d->submitted.begin(); one != d->submitted.end();) {
+        const auto next = std::next(one);
         if (one->second.owner == owner) {
             d->queue.cancel(one->second.job);
-            one = d->submitted.erase(one);
-        } else {
-            ++one;
+            givenUp.push_back(d->submitted.extract(one));
         }
+        one = next;
     }
 }
 
@@ -99,7 +103,7 @@ void ReadPool::stop()
     for (std::thread &thread : d->threads)
         thread.join();
     d->threads.clear();
-    d->submitted.clear();
+    const auto givenUp = std::exchange(d->submitted, {}); // ends last, as in cancel()
 }
 
 int ReadPool::threads() const
@@ -110,12 +114,9 @@ int ReadPool::threads() const
 void ReadPool::handOut()
 {
     for (FinishedJob &finished : d->queue.takeFinished()) {
-        const auto one = d->submitted.find(finished.id);
-        if (one == d->submitted.end())
-            continue; // cancelled meanwhile
-        const Ended ended = std::move(one->second.ended);
-        d->submitted.erase(one);
-        ended(std::move(finished.text));
+        const auto one = d->submitted.extract(finished.id);
+        if (!one.empty()) // not cancelled meanwhile
+            one.mapped().ended(std::move(finished.text));
     }
 }
 
