@@ -31,13 +31,14 @@ bool flushToDisk(int descriptor)
     return fdatasync(descriptor) == 0;
 }
 
-void flushFolderOf(const QString &path)
+bool flushFolderOf(const QString &path)
 {
     const int folder = open(QFile::encodeName(QFileInfo(path).path()).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     if (folder < 0)
-        return;
-    fsync(folder);
+        return false;
+    const bool isFlushed = fsync(folder) == 0 || errno == EINVAL; // a file system that has no such thing
     close(folder);
+    return isFlushed;
 }
 
 bool takeRoom(QFile &file, int descriptor, qint64 size)

@@ -1,6 +1,6 @@
 #include "tools/zukbackup/copyfolder.h"
 
-#include "tools/zukbackup/filesync.h"
+#include "storage/diskfile.h"
 
 #include <QDir>
 #include <QFileInfo>
@@ -133,9 +133,9 @@ CopyReport makeCopy(const QString &database, const QString &folderPath, const QS
         QFile::remove(part + suffix);
     if (!report.fault.isEmpty())
         return report;
-    report.rotationFault = rotate(folder, rotation);
-    if (!syncFolder(folderPath) && report.rotationFault.isEmpty())
-        report.rotationFault = folderPath + ": cannot be brought to the disk";
+    // A power cut must not take the new copy when the old ones have gone.
+    report.rotationFault =
+        storage::flushFolderOf(report.path) ? rotate(folder, rotation) : folderPath + ": cannot be brought to the disk";
     return report;
 }
 

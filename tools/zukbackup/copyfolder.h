@@ -25,14 +25,14 @@ QStringList superfluousCopies(const QStringList &names, const Rotation &rotation
 /// What makeCopy() tells.
 struct CopyReport {
     Fault fault;         ///< then there is no new copy, and the others are as they were
-    Fault rotationFault; ///< the new copy is good, but an old one could not be removed
+    Fault rotationFault; ///< the new copy is good, but an old one could not be removed, or none was for its sake
     QString path;
     QString rows;
     qint64 bytes = 0;
 };
 
 /// Makes a copy in the folder under a passing name, checks it, gives it its name when it is good, and removes
-/// superfluous ones. One process at a time works in a folder.
+/// superfluous ones when that is on the disk. One process at a time works in a folder.
 CopyReport makeCopy(const QString &database, const QString &folder, const QString &label, const Rotation &rotation);
 
 } // namespace tools::zukbackup

@@ -1,6 +1,6 @@
 #include "tools/zukbackup/copymaker.h"
 
-#include "tools/zukbackup/filesync.h"
+#include "storage/diskfile.h"
 
 #include <QFile>
 #include <QFileInfo>
@@ -101,7 +101,9 @@ Fault copyDatabase(const QString &sourcePath, const QString &copy)
         source.values("VACUUM INTO " + quoted(copy));
     if (!source.fault().isEmpty())
         return sourcePath + ": " + source.fault();
-    return syncFile(copy) ? Fault() : copy + ": cannot be brought to the disk";
+    if (!file.open(QIODevice::ReadWrite | QIODevice::ExistingOnly) || !storage::flushToDisk(file.handle()))
+        return copy + ": cannot be brought to the disk";
+    return Fault();
 }
 
 Fault checkDatabase(const QString &path, QString *rows)
