@@ -90,7 +90,7 @@ bool Connection::open(Access access)
         options += QLatin1String(";QSQLITE_OPEN_READONLY");
     m_connection.setConnectOptions(options);
     m_connection.setDatabaseName(access == Access::ReadWrite ? uriOf(m_path) : m_path);
-    m_impatient.invalidate();
+    m_impatient.reset();
     m_isAtFault = false;
     return m_connection.open();
 }
@@ -101,14 +101,16 @@ void Connection::close()
     m_connection.close();
 }
 
-Status Connection::outcomeOf(const char *where, const QSqlError &error)
+Status Connection::outcomeOf(const char *where, const QString &sql, const QSqlError &error)
 {
-    if (!error.isValid())
+    if (!error.isValid()) {
+        regainBusyPatience(useOf(sql));
         return Status::Done;
+    }
     if (where)
         qWarning().noquote() << where << error.text();
     if (primaryCode(error) == kBusy)
-        loseBusyPatience();
+        loseBusyPatience(useOf(sql));
     m_isAtFault = m_isAtFault || isFaultOfConnection(error);
     const Status failure = meaningOf(error);
     if (m_observer)
@@ -121,21 +123,30 @@ void Connection::setBusyTimeout(int ms)
     QSqlQuery(m_connection).exec(QStringLiteral("PRAGMA busy_timeout=%1").arg(ms));
 }
 
-/// Who has held the file for the whole time-out will hold it longer: statement after statement would wait as long, and
-/// nobody be served.
-void Connection::loseBusyPatience()
+/// Only texts that take the write lock wherever they succeed are taken for writing.
+Connection::Use Connection::useOf(const QString &sql)
 {
-    if (m_impatient.isValid())
-        return;
-    m_impatient.start();
-    setBusyTimeout(kImpatientTimeoutMs);
+    const auto begins = [&sql](const char *word) { return sql.startsWith(QLatin1String(word), Qt::CaseInsensitive); };
+    if (begins("SELECT"))
+        return Use::Read;
+    return begins("BEGIN IMMEDIATE") || begins("INSERT") || begins("UPDATE") || begins("DELETE") ? Use::Write
+                                                                                                 : Use::Unsure;
 }
 
-void Connection::regainBusyPatience()
+/// Who has held the file for the whole time-out will hold it longer: statement after statement would wait as long, and
+/// nobody be served.
+void Connection::loseBusyPatience(Use use)
 {
-    if (!m_impatient.isValid() || !m_impatient.hasExpired(kBusyTimeoutMs))
+    if (!m_impatient || use != Use::Read)
+        m_impatient = use == Use::Read ? Use::Read : Use::Write;
+    setBusyTimeout(kImpatientTimeoutMs); // always: somebody else may have set it
+}
+
+void Connection::regainBusyPatience(Use use)
+{
+    if (!m_impatient || use < *m_impatient)
         return;
-    m_impatient.invalidate();
+    m_impatient.reset();
     setBusyTimeout(kBusyTimeoutMs);
 }
 
@@ -148,12 +159,11 @@ Status Connection::runText(const char *where, const QString &sql, const std::fun
 {
     if (!isUsable())
         return Status::Passing;
-    regainBusyPatience();
     QSqlQuery query(m_connection);
     query.setForwardOnly(true);
     if (query.exec(sql) && use)
         use(query);
-    const Status status = outcomeOf(where, query.lastError());
+    const Status status = outcomeOf(where, sql, query.lastError());
     const bool isSelect = query.isSelect();
     query.finish();
     if (status && !isSelect && m_observer)
@@ -166,11 +176,10 @@ Status Connection::runCached(const char *where, const QString &sql, const QVaria
 {
     if (!isUsable())
         return Status::Passing;
-    regainBusyPatience();
     StatementCache::Lease lease = m_statements.lease(sql);
     QSqlQuery &query = lease.query();
     if (!lease.isPrepared())
-        return outcomeOf(where, query.lastError());
+        return outcomeOf(where, sql, query.lastError());
     for (int i = 0; i < bindings.size(); ++i)
         query.bindValue(i, bindings.at(i));
     if (query.exec() && reader) {
@@ -178,7 +187,7 @@ Status Connection::runCached(const char *where, const QString &sql, const QVaria
         while (query.next())
             reader(query);
     }
-    return outcomeOf(where, query.lastError());
+    return outcomeOf(where, sql, query.lastError());
 }
 
 std::optional<QVariant> Connection::firstValue(const char *where, const QString &sql, const QVariantList &bindings)

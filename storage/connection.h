@@ -4,7 +4,6 @@
 #include "storage/statementcache.h"
 #include "storage/status.h"
 
-#include <QElapsedTimer>
 #include <QSqlDatabase>
 #include <QSqlQuery>
 #include <QSqlRecord>
@@ -34,7 +33,7 @@ class Connection
 public:
     /// How long a statement waits for another process that holds the file.
     static constexpr int kBusyTimeoutMs = 5000;
-    /// And for the next kBusyTimeoutMs after it was held that long.
+    /// And once it was held that long, until a statement finds it free.
     static constexpr int kImpatientTimeoutMs = 100;
 
     /// Who must know what statements do to a transaction. Outlives the connection or takes itself away.
@@ -69,8 +68,8 @@ public:
     QString path() const { return m_path; }
     /// Whether rows of a query are being handed out.
     bool isReading() const { return m_reading > 0; }
-    /// Waits but shortly for others, for a while.
-    void loseBusyPatience();
+    /// Waits but shortly for others, until a statement that writes finds the file free.
+    void loseBusyPatience() { loseBusyPatience(Use::Write); }
     void setObserver(Observer *observer) { m_observer = observer; }
 
     /// Runs a text that is not likely to come again. A failure is one warning line that begins with the place; none
@@ -95,16 +94,21 @@ public:
 private:
     Q_DISABLE_COPY(Connection)
 
+    /// What a statement needs of the file: nothing for sure, less, more. Who reads does not wait for who writes.
+    enum class Use { Unsure, Read, Write };
+
+    static Use useOf(const QString &sql);
     bool isUsable();
-    Status outcomeOf(const char *where, const QSqlError &error);
+    Status outcomeOf(const char *where, const QString &sql, const QSqlError &error);
     void setBusyTimeout(int ms);
-    void regainBusyPatience();
+    void loseBusyPatience(Use use);
+    void regainBusyPatience(Use use);
 
     QString m_path;
     QSqlDatabase m_connection;
     StatementCache m_statements;
     Observer *m_observer = nullptr;
-    QElapsedTimer m_impatient; // runs while the busy time-out is short
+    std::optional<Use> m_impatient; // the busy time-out is short: the file was not free for this
     bool m_isAtFault = false;
     int m_reading = 0;
 };

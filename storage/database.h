@@ -32,7 +32,7 @@ public:
     static constexpr qint32 kLogIndexLimit = storage::LogRing::kLimit;
     /// How long a statement waits for another process that holds the file.
     static constexpr int kBusyTimeoutMs = storage::Connection::kBusyTimeoutMs;
-    /// And for the next kBusyTimeoutMs after it was held that long.
+    /// And once it was held that long, until a statement that writes finds it free.
     static constexpr int kImpatientTimeoutMs = storage::Connection::kImpatientTimeoutMs;
 
     /// The file beside the executable, or the given one.

@@ -325,7 +325,11 @@ void TestDataBase::lockedFileLosesTheWholeTransaction()
     QCOMPARE(log("half").outcome(), Status::Passing);
     QCOMPARE(m_database->commit().outcome(), Status::Passing);
     QCOMPARE(cell("SELECT count(*) FROM events"), QAny(0));
+    // Who reads, or only begins to, does not learn whether it is free.
+    QVERIFY(m_database->exec("BEGIN") && m_database->exec("COMMIT"));
+    QCOMPARE(cell("PRAGMA busy_timeout"), QAny(DataBase::kImpatientTimeoutMs));
     QVERIFY(insertEvent("whole"));
+    QCOMPARE(cell("PRAGMA busy_timeout"), QAny(DataBase::kBusyTimeoutMs));
 }
 
 void TestDataBase::fullDiskLosesTheWholeTransaction()
