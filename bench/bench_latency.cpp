@@ -79,7 +79,7 @@ quint16 startServer(const QString &file)
     controller->registerService(QStringLiteral("adminterminal"), adminTerminalService());
     controller->registerService(QStringLiteral("admincheck"), new AdminCheckService(qApp));
     controller->listen(QHostAddress::LocalHost, 0);
-    auto *pool = new ReadPool(std::make_unique<FileReaders>(file), ReadPool::Generation(), qApp);
+    auto *pool = new ReadPool(std::make_unique<FileReaders>(file), ReadPool::Wanted(), qApp);
     server::workers::setReadPool(pool);
     auto *web = new EchoServer(0, qApp);
     web->setReadPool(pool);

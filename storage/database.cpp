@@ -144,6 +144,11 @@ quint64 DataBase::readersGeneration() const
     return d->file.generation() + d->upkeeps;
 }
 
+storage::FileState DataBase::fileState() const
+{
+    return d->file.state();
+}
+
 void DataBase::upkeep()
 {
     d->upkeep();

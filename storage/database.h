@@ -2,6 +2,7 @@
 
 #include "qany.h"
 #include "storage/connection.h"
+#include "storage/filestate.h"
 #include "storage/logring.h"
 #include "storage/reader.h"
 #include "storage/status.h"
@@ -46,6 +47,8 @@ public:
     /// Who reads the file with connections of their own opens them anew when this has changed: another file is open, or
     /// the statistics, which a connection reads at its begin, are new.
     quint64 readersGeneration() const;
+    /// The file that is open, the only one that they may read; no file while none is open.
+    storage::FileState fileState() const;
     /// Gathers what SQLite's planner wants to know of tables that have grown. Done by itself once a day, and at the
     /// end.
     void upkeep();

@@ -1,6 +1,6 @@
 #include "storage/guardedfile.h"
 
-#include "storage/readconnection.h"
+#include "storage/sideconnection.h"
 
 #include <QDebug>
 #include <QFileInfo>
@@ -109,7 +109,7 @@ bool GuardedFile::isWorthATry(const FileState &found)
         return true;
     // The same file, changed. SQLite shares the journal's index among the connections of a process to one file, and
     // that of the readers which are still open speaks of the journal that was set aside.
-    return !ReadConnection::isAnyOpen(found);
+    return !SideConnection::isAnyOpen(found);
 }
 
 bool GuardedFile::reopen()

@@ -51,6 +51,8 @@ public:
 
     /// How often a file was opened. Readable from any thread.
     quint64 generation() const { return m_generation; }
+    /// The file that is open, as it was when it was last looked at; none while none is open.
+    FileState state() const { return m_connection.isOpen() ? m_known : FileState(); }
     void setRetryInterval(int ms);
 
 private:

@@ -1,8 +1,7 @@
 #pragma once
 
-#include "storage/connection.h"
-#include "storage/filestate.h"
 #include "storage/reader.h"
+#include "storage/sideconnection.h"
 
 namespace storage {
 
@@ -15,17 +14,15 @@ namespace storage {
 class ReadConnection final : public Reader
 {
 public:
-    explicit ReadConnection(const QString &path);
+    /// To this file only, if the path names it; without it to any that is there.
+    explicit ReadConnection(const QString &path, const std::optional<FileState> &only = {});
     ~ReadConnection();
-
-    /// Whether any connection of this process, on any thread, has the file open.
-    static bool isAnyOpen(const FileState &file);
 
     bool isOpen() const override { return m_connection.isOpen(); }
     QString filePath() const override { return m_connection.path(); }
 
     /// Whether the path still names the open file.
-    bool isCurrent() const;
+    bool isCurrent() const { return m_connection.isCurrent(); }
 
     /// Until endRead() all reads see the file as it is now, whatever is written meanwhile. A failure when they would
     /// not: nothing is open, the path names another file by now, or a read has begun already.
@@ -39,8 +36,7 @@ public:
                       const std::function<void(const QSqlQuery &)> &reader) override;
 
 private:
-    Connection m_connection;
-    FileState m_file; // that is open
+    SideConnection m_connection;
     bool m_isReading = false;
 };
 

@@ -2,24 +2,12 @@
 
 #include <QDebug>
 
-#include <atomic>
-
 namespace storage {
 
-namespace {
-
-/// A name of its own for every connection of the process.
-QString nextName()
+WriteHold::WriteHold(const QString &path, const std::optional<FileState> &only)
+    : m_connection("hold", path, Access::ReadWrite, only), m_status(Status::Passing)
 {
-    static std::atomic<quint64> count{0};
-    return QStringLiteral("hold-%1").arg(++count);
-}
-
-} // namespace
-
-WriteHold::WriteHold(const QString &path) : m_connection(nextName(), path), m_status(Status::Passing)
-{
-    if (m_connection.open(Access::ReadWrite)) {
+    if (m_connection.isOpen()) {
         m_connection.runText(nullptr, QStringLiteral("PRAGMA busy_timeout=%1").arg(kPatienceMs));
         m_status = m_connection.runCached("WriteHold::WriteHold()", QStringLiteral("BEGIN IMMEDIATE"));
     } else {

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "storage/connection.h"
+#include "storage/sideconnection.h"
 
 namespace storage {
 
@@ -9,13 +9,16 @@ namespace storage {
 ///
 /// Lives on any one thread, that of a reader or another; who made it tells the readers to begin and lets go when they
 /// have. Writers wait meanwhile, so it lives for moments. It waits itself for a writer, but not long: who makes it can
-/// do without. It must not be made on a thread that has a transaction open. It writes nothing and creates no file.
+/// do without. Somebody else has the file open, and has read it, until it has ended: the last to close a file writes
+/// the journal back. It must not be made on a thread that has a transaction open. It writes nothing and creates no
+/// file.
 class WriteHold
 {
 public:
     static constexpr int kPatienceMs = 200;
 
-    explicit WriteHold(const QString &path);
+    /// Of this file only, if the path names it; without it of any that is there.
+    explicit WriteHold(const QString &path, const std::optional<FileState> &only = {});
     /// Lets the writers go on.
     ~WriteHold();
 
@@ -23,7 +26,7 @@ public:
     Status status() const { return m_status; }
 
 private:
-    Connection m_connection;
+    SideConnection m_connection;
     Status m_status;
 };
 

@@ -20,9 +20,9 @@ public:
 
     GatedReaders(const QString &path, Gate &gate) : FileReaders(path), m_gate(gate) {}
 
-    std::unique_ptr<server::workers::ReadingConnection> open() override
+    std::unique_ptr<server::workers::ReadingConnection> open(const server::workers::WantedFile &file) override
     {
-        return std::make_unique<Connection>(FileReaders::open(), m_gate);
+        return std::make_unique<Connection>(FileReaders::open(file), m_gate);
     }
 
 private:

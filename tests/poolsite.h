@@ -117,11 +117,11 @@ class CountingSource : public server::workers::ReaderSource
 public:
     explicit CountingSource(ReaderLog &log) : m_log(log) {}
 
-    std::unique_ptr<server::workers::ReadingConnection> open() override
+    std::unique_ptr<server::workers::ReadingConnection> open(const server::workers::WantedFile &) override
     {
         return std::make_unique<CountingReader>(m_log);
     }
-    std::unique_ptr<StillFile> holdStill() override
+    std::unique_ptr<StillFile> holdStill(const server::workers::WantedFile &) override
     {
         if (!m_log.canHold)
             return nullptr;
@@ -152,7 +152,10 @@ public:
 
     explicit PoolSite(int threads = 2, int maxSmall = 100, int maxLarge = 10)
         : pool(
-              std::make_unique<CountingSource>(readers), [this] { return generation; },
+              std::make_unique<CountingSource>(readers),
+              [this] {
+                  return server::workers::WantedFile{generation, {}};
+              },
               Pool::Options{threads, maxSmall, maxLarge})
     {
     }

@@ -6,6 +6,7 @@
 #include <QtTest>
 
 #include <atomic>
+#include <cstdio>
 #include <future>
 #include <thread>
 
@@ -35,6 +36,7 @@ private slots:
     void missingFile();
     void readStandsStill();
     void readersSeeOneState();
+    void anotherFileIsLeftAlone();
 
 private:
     bool insertEvent() { return bool(m_database->insert("events", QAny({{"USER", "5"}}))); }
@@ -137,6 +139,31 @@ void TestReadConnection::readersSeeOneState()
             reader.join();
         QCOMPARE(seen.size(), 1);
     }
+}
+
+/// A copy that was moved over the open file, whose journal lies beside it still.
+void TestReadConnection::anotherFileIsLeftAlone()
+{
+    const QString copy = m_folder->filePath("copy.db");
+    QVERIFY(m_database->exec(QString("VACUUM INTO '%1'").arg(copy)));
+    QVERIFY(insertEvent());
+    const storage::FileState wanted = m_database->fileState();
+    const auto content = [](const QString &path) {
+        QFile file(path);
+        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+    };
+    const QByteArray before = content(copy);
+    QCOMPARE(std::rename(QFile::encodeName(copy).constData(), QFile::encodeName(m_path).constData()), 0);
+    QTest::ignoreMessage(QtWarningMsg, QRegularExpression("WriteHold::WriteHold\\(\\) can't open"));
+    const bool isHeld = bool(WriteHold(m_path, wanted).status());
+    QVERIFY(content(m_path) == before);
+    QVERIFY(!isHeld);
+    ReadConnection reader(m_path, wanted);
+    QVERIFY(!reader.isOpen());
+    QCOMPARE(reader.beginRead().outcome(), Status::Passing);
+    QVERIFY(m_database->look());
+    QVERIFY(ReadConnection(m_path, m_database->fileState()).isOpen());
+    QCOMPARE(countOf(*m_database), 0);
 }
 
 QTEST_GUILESS_MAIN(TestReadConnection)

@@ -58,14 +58,14 @@ KNet::RpcController *createController()
     return controller;
 }
 
-/// Its workers open the file anew when the main thread has.
+/// Its workers read what the main thread has open, and open it anew when the main thread has.
 ReadPool *createReadPool()
 {
-    const auto generation = [] {
+    const auto wanted = [] {
         db()->look();
-        return db()->readersGeneration();
+        return server::workers::WantedFile{db()->readersGeneration(), db()->fileState()};
     };
-    auto *pool = new ReadPool(std::make_unique<server::workers::FileReaders>(db()->filePath()), generation);
+    auto *pool = new ReadPool(std::make_unique<server::workers::FileReaders>(db()->filePath()), wanted);
     QObject::connect(rpcController(), &KNet::RpcController::disconnected, pool, &ReadPool::cancel);
     return pool;
 }

@@ -10,7 +10,12 @@ namespace {
 class FileConnection : public ReadingConnection
 {
 public:
-    explicit FileConnection(const QString &path) : m_connection(path) {}
+    FileConnection(const QString &path, const WantedFile &wanted) : m_connection(path, wanted.state)
+    {
+        // A connection that has read nothing yet does not keep others from being the last to close the file.
+        if (m_connection.beginRead())
+            m_connection.endRead();
+    }
 
     storage::Reader &reader() override { return m_connection; }
     bool beginState() override { return bool(m_connection.beginRead()); }
@@ -23,7 +28,7 @@ private:
 class HeldFile : public ReaderSource::StillFile
 {
 public:
-    explicit HeldFile(const QString &path) : m_hold(path) {}
+    HeldFile(const QString &path, const WantedFile &wanted) : m_hold(path, wanted.state) {}
 
     bool isHeld() const { return bool(m_hold.status()); }
 
@@ -33,14 +38,14 @@ private:
 
 } // namespace
 
-std::unique_ptr<ReadingConnection> FileReaders::open()
+std::unique_ptr<ReadingConnection> FileReaders::open(const WantedFile &wanted)
 {
-    return std::make_unique<FileConnection>(m_path);
+    return std::make_unique<FileConnection>(m_path, wanted);
 }
 
-std::unique_ptr<ReaderSource::StillFile> FileReaders::holdStill()
+std::unique_ptr<ReaderSource::StillFile> FileReaders::holdStill(const WantedFile &wanted)
 {
-    auto held = std::make_unique<HeldFile>(m_path);
+    auto held = std::make_unique<HeldFile>(m_path, wanted);
     return held->isHeld() ? std::move(held) : nullptr;
 }
 

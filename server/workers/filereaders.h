@@ -12,8 +12,8 @@ class FileReaders : public ReaderSource
 public:
     explicit FileReaders(const QString &path) : m_path(path) {}
 
-    std::unique_ptr<ReadingConnection> open() override;
-    std::unique_ptr<StillFile> holdStill() override;
+    std::unique_ptr<ReadingConnection> open(const WantedFile &wanted) override;
+    std::unique_ptr<StillFile> holdStill(const WantedFile &wanted) override;
 
 private:
     const QString m_path;

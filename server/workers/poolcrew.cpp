@@ -2,13 +2,22 @@
 
 namespace server::workers {
 
-storage::Reader &WorkerReaders::Opened::begin(quint64 wanted, ReaderSource &source)
+void WorkerReaders::Opened::open(const WantedFile &wanted, ReaderSource &source)
 {
-    hasState = connection && generation == wanted && connection->beginState();
+    if (connection && file.isSame(wanted))
+        return;
+    connection.reset(); // one less is open while the next opens
+    connection = source.open(wanted);
+    file = wanted;
+}
+
+storage::Reader &WorkerReaders::Opened::begin(const WantedFile &wanted, ReaderSource &source)
+{
+    open(wanted, source);
+    hasState = connection->beginState();
     if (!hasState) {
-        connection.reset(); // one less is open while the next opens
-        connection = source.open();
-        generation = wanted;
+        connection.reset();
+        open(wanted, source);
         hasState = connection->beginState();
     }
     return connection->reader();
@@ -26,9 +35,10 @@ PoolCrew::PoolCrew(WorkQueue &queue, ReaderSource &source, WorkerReaders &reader
     : m_queue(queue), m_readers(readers), m_job(std::move(job)), m_leader(leader), m_workers(workers),
       m_betweenShares(std::move(betweenShares))
 {
+    m_readers.openTeams(m_job->file);
     // Without a moment in which nobody writes the leader reads alone.
-    const auto still = source.holdStill();
-    if (m_readers.beginTeams(m_job->generation) && still)
+    const auto still = source.holdStill(m_job->file);
+    if (m_readers.beginTeams(m_job->file) && still)
         m_queue.gather();
 }
 

@@ -12,26 +12,29 @@ public:
     explicit WorkerReaders(ReaderSource &source) : m_source(source) {}
 
     /// Its reader sees the state that is there now, until the end. Opened anew where the file is another one.
-    storage::Reader &beginOwn(quint64 generation) { return m_own.begin(generation, m_source); }
+    storage::Reader &beginOwn(const WantedFile &wanted) { return m_own.begin(wanted, m_source); }
     void endOwn() { m_own.end(); }
     /// The same, for the calculation that all workers share, which goes on while the worker reads for another work.
     /// False when each statement sees a state of its own.
-    bool beginTeams(quint64 generation)
+    bool beginTeams(const WantedFile &wanted)
     {
-        m_teams.begin(generation, m_source);
+        m_teams.begin(wanted, m_source);
         return m_teams.hasState;
     }
     void endTeams() { m_teams.end(); }
+    /// Opens what beginTeams() is to begin.
+    void openTeams(const WantedFile &wanted) { m_teams.open(wanted, m_source); }
     /// As it was begun last; null before.
     storage::Reader *teams() { return m_teams.connection ? &m_teams.connection->reader() : nullptr; }
 
 private:
     struct Opened {
         std::unique_ptr<ReadingConnection> connection;
-        quint64 generation = 0;
+        WantedFile file;
         bool hasState = false;
 
-        storage::Reader &begin(quint64 wanted, ReaderSource &source);
+        void open(const WantedFile &wanted, ReaderSource &source);
+        storage::Reader &begin(const WantedFile &wanted, ReaderSource &source);
         void end();
     };
 

@@ -26,8 +26,8 @@ public:
         JobHandle job;
     };
 
-    Private(ReadPool &pool, std::unique_ptr<ReaderSource> readers, Generation numberOfFile, const Options &options)
-        : source(std::move(readers)), generation(std::move(numberOfFile)),
+    Private(ReadPool &pool, std::unique_ptr<ReaderSource> readers, Wanted wantedFile, const Options &options)
+        : source(std::move(readers)), wanted(std::move(wantedFile)),
           count(std::max({options.threads > 0 ? options.threads : static_cast<int>(std::thread::hardware_concurrency()),
                           kMinThreads})),
           queue(count, options.maxWaitingSmall, options.maxWaitingLarge, [&pool] { emit pool.textsAreReady(); })
@@ -37,7 +37,7 @@ public:
     }
 
     const std::unique_ptr<ReaderSource> source;
-    const Generation generation;
+    const Wanted wanted;
     const int count;
     WorkQueue queue;
     std::vector<std::thread> threads;
@@ -45,17 +45,17 @@ public:
     quint64 lastId = 0;
 };
 
-ReadPool::ReadPool(std::unique_ptr<ReaderSource> source, Generation generation, QObject *parent)
-    : ReadPool(std::move(source), std::move(generation), Options(), parent)
+ReadPool::ReadPool(std::unique_ptr<ReaderSource> source, Wanted wanted, QObject *parent)
+    : ReadPool(std::move(source), std::move(wanted), Options(), parent)
 {
 }
 
-ReadPool::ReadPool(std::unique_ptr<ReaderSource> source, Generation generation, Options options, QObject *parent)
+ReadPool::ReadPool(std::unique_ptr<ReaderSource> source, Wanted wanted, Options options, QObject *parent)
     : QObject(parent)
 {
     // No value travels with the signal: it only wakes this thread, which then looks into the queue.
     connect(this, &ReadPool::textsAreReady, this, &ReadPool::handOut, Qt::QueuedConnection);
-    d = std::make_unique<Private>(*this, std::move(source), std::move(generation), options);
+    d = std::make_unique<Private>(*this, std::move(source), std::move(wanted), options);
 }
 
 ReadPool::~ReadPool()
@@ -68,7 +68,7 @@ bool ReadPool::submit(Size size, const QString &owner, Work work, Ended ended)
     const auto job = std::make_shared<Job>();
     job->id = ++d->lastId;
     job->size = size;
-    job->generation = d->generation ? d->generation() : 0;
+    job->file = d->wanted ? d->wanted() : WantedFile();
     job->work = std::move(work);
     if (!d->queue.add(job))
         return false;

@@ -45,9 +45,8 @@ public:
     using Work = std::function<Text(calc::Crew &crew)>;
     /// Gets the text on the pool's thread, from its event loop. It may submit, cancel and stop.
     using Ended = std::function<void(Text text)>;
-    /// Numbers the states of the file's place: another number says that the file was replaced. Called on the pool's
-    /// thread.
-    using Generation = std::function<quint64()>;
+    /// Tells which file a work that is submitted now is to read. Called on the pool's thread.
+    using Wanted = std::function<WantedFile()>;
 
     struct Options {
         int threads = 0; ///< 0 takes the number of cores; at least kMinThreads
@@ -55,9 +54,9 @@ public:
         int maxWaitingLarge = kMaxWaitingLarge;
     };
 
-    /// Without a generation the file is never taken for replaced.
-    explicit ReadPool(std::unique_ptr<ReaderSource> source, Generation generation = {}, QObject *parent = nullptr);
-    ReadPool(std::unique_ptr<ReaderSource> source, Generation generation, Options options, QObject *parent = nullptr);
+    /// Without being told the file is never taken for replaced.
+    explicit ReadPool(std::unique_ptr<ReaderSource> source, Wanted wanted = {}, QObject *parent = nullptr);
+    ReadPool(std::unique_ptr<ReaderSource> source, Wanted wanted, Options options, QObject *parent = nullptr);
     /// Stops.
     ~ReadPool() override;
 

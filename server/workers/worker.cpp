@@ -58,7 +58,7 @@ void Worker::doSmall(const JobHandle &job)
     Text text;
     if (!job->isCancelled) {
         const ReadPool::Work work = std::move(job->work); // ends here, with all that it holds
-        WorkerAlone crew(m_readers.beginOwn(job->generation), *job);
+        WorkerAlone crew(m_readers.beginOwn(job->file), *job);
         text = work(crew);
         m_readers.endOwn();
     }
@@ -83,7 +83,7 @@ void Worker::doLarge(const JobHandle &job)
 
 void Worker::join(const JobHandle &job)
 {
-    m_queue.hasJoined(m_number, m_readers.beginTeams(job->generation));
+    m_queue.hasJoined(m_number, m_readers.beginTeams(job->file));
 }
 
 } // namespace server::workers

@@ -14,7 +14,7 @@ namespace server::workers {
 struct Job {
     quint64 id = 0;
     ReadPool::Size size = ReadPool::Size::Small;
-    quint64 generation = 0; ///< of the file that it is to read
+    WantedFile file;
     ReadPool::Work work;
     std::atomic<bool> isCancelled{false};
 };
