@@ -150,13 +150,13 @@ public:
     using Size = Pool::Size;
     using Text = server::workers::Text;
 
-    explicit PoolSite(int threads = 2, int maxSmall = 100, int maxLarge = 10)
+    explicit PoolSite(int threads = 2, int maxSmall = 100, int maxLarge = 10, int restMs = 10000)
         : pool(
               std::make_unique<CountingSource>(readers),
               [this] {
                   return server::workers::WantedFile{generation, {}};
               },
-              Pool::Options{threads, maxSmall, maxLarge})
+              Pool::Options{threads, maxSmall, maxLarge, restMs})
     {
     }
 

@@ -1,8 +1,12 @@
 #include "calc/recalctext.h"
 #include "calcsite.h"
+#include "peer.h"
 #include "poolsite.h"
 #include "server/workers/filereaders.h"
 
+#include <QTemporaryDir>
+
+#include <cstdio>
 #include <numeric>
 #include <set>
 
@@ -19,6 +23,8 @@ private slots:
     void whoIsBusyDoesNotReadWithTheTeam();
     void aFileThatIsWrittenIsReadByTheLeader();
     void aReplacedFileIsOpenedAnew();
+    void whoHasNothingToDoClosesItsReaders();
+    void aFileThatCameBackChangedIsOpened();
     void aStateThatFailsIsBegunAnew();
     void aLargeWorkKeepsItsStateWhileSmallOnesSeeWhatIsNew();
     void theCalculationIsTheSameOnThreads();
@@ -147,6 +153,72 @@ void TestPoolCrew::aReplacedFileIsOpenedAnew()
         QCOMPARE(site.readers.open.load(), 4);
     }
     QCOMPARE(site.readers.misuses.load(), 0);
+}
+
+void TestPoolCrew::whoHasNothingToDoClosesItsReaders()
+{
+    constexpr int restMs = 20;
+    PoolSite site(2, 10, 10, restMs);
+    QVERIFY(site.submit(Size::Small, "small", [](Crew &crew) { crew.reader().configValue("x"); }));
+    QVERIFY(site.waitForEnded(1));
+    QTRY_COMPARE(site.readers.open.load(), 0);
+    QVERIFY(site.submit(Size::Large, "large", [&](Crew &crew) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(3 * restMs)); // the other has a state, and no share yet
+        crew.read(20, [](int, int, storage::Reader &reader) { reader.configValue("x"); });
+    }));
+    QVERIFY(site.waitForEnded(2));
+    QTRY_COMPARE(site.readers.open.load(), 0);
+    QCOMPARE(site.readers.misuses.load(), 0);
+}
+
+void TestPoolCrew::aFileThatCameBackChangedIsOpened()
+{
+    QTemporaryDir folder;
+    const QString path = folder.filePath("a.db");
+    const QString away = folder.filePath("away.db");
+    const QString copy = folder.filePath("copy.db");
+    DataBase database(path);
+    database.setRetryInterval(10);
+    constexpr int restMs = 50;
+    PoolSite::Pool pool(
+        std::make_unique<server::workers::FileReaders>(path),
+        [&] {
+            database.look();
+            return server::workers::WantedFile{database.readersGeneration(), database.fileState()};
+        },
+        PoolSite::Pool::Options{2, 10, 10, restMs});
+    QByteArray told;
+    const auto read = [&] {
+        told.clear();
+        QVERIFY(pool.submit(
+            Size::Large, "x",
+            [](Crew &crew) {
+                return PoolSite::Text{crew.reader().select("SELECT count(*) N FROM events").toJsonUtf8()};
+            },
+            [&told](const PoolSite::Text &text) { told = text.front(); }));
+        QVERIFY(QTest::qWaitFor([&] { return !told.isEmpty(); }));
+    };
+    const auto move = [](const QString &from, const QString &to) {
+        QCOMPARE(std::rename(QFile::encodeName(from).constData(), QFile::encodeName(to).constData()), 0);
+    };
+    QVERIFY(database.insert("events", {{"USER", "1"}}));
+    QVERIFY(database.exec("VACUUM INTO '" + copy + "'"));
+    QVERIFY(Peer(copy).run("INSERT INTO events (USER) VALUES ('2')"));
+    read();
+    QCOMPARE(told, QByteArray("[{\"N\":1}]"));
+    move(path, away);
+    QVERIFY(!database.look());
+    {
+        QFile changed(away);
+        QFile from(copy);
+        QVERIFY(from.open(QIODevice::ReadOnly) && changed.open(QIODevice::WriteOnly));
+        QVERIFY(changed.write(from.readAll()) > 0);
+    }
+    move(away, path);
+    read(); // maybe nothing
+    QTRY_VERIFY(database.isOpen());
+    read();
+    QCOMPARE(told, QByteArray("[{\"N\":2}]"));
 }
 
 void TestPoolCrew::aStateThatFailsIsBegunAnew()

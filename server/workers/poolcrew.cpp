@@ -30,6 +30,18 @@ void WorkerReaders::Opened::end()
     hasState = false;
 }
 
+void WorkerReaders::Opened::closeIdle()
+{
+    if (!hasState)
+        connection.reset();
+}
+
+void WorkerReaders::Opened::closeIfOther(const WantedFile &wanted)
+{
+    if (!file.isSame(wanted))
+        closeIdle();
+}
+
 PoolCrew::PoolCrew(WorkQueue &queue, ReaderSource &source, WorkerReaders &readers, JobHandle job, int leader,
                    int workers, std::function<void()> betweenShares)
     : m_queue(queue), m_readers(readers), m_job(std::move(job)), m_leader(leader), m_workers(workers),

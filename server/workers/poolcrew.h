@@ -24,6 +24,19 @@ public:
     void endTeams() { m_teams.end(); }
     /// Opens what beginTeams() is to begin.
     void openTeams(const WantedFile &wanted) { m_teams.open(wanted, m_source); }
+    /// Closes what sees no state; not while the worker leads. A file that was moved away and comes back changed is not
+    /// opened by the main thread while anybody has it open.
+    void closeIdle()
+    {
+        m_own.closeIdle();
+        m_teams.closeIdle();
+    }
+    /// The same, of other files alone.
+    void closeOthers(const WantedFile &wanted)
+    {
+        m_own.closeIfOther(wanted);
+        m_teams.closeIfOther(wanted);
+    }
     /// As it was begun last; null before.
     storage::Reader *teams() { return m_teams.connection ? &m_teams.connection->reader() : nullptr; }
 
@@ -36,6 +49,8 @@ private:
         void open(const WantedFile &wanted, ReaderSource &source);
         storage::Reader &begin(const WantedFile &wanted, ReaderSource &source);
         void end();
+        void closeIdle();
+        void closeIfOther(const WantedFile &wanted);
     };
 
     ReaderSource &m_source;

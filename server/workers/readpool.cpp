@@ -33,7 +33,9 @@ public:
           queue(count, options.maxWaitingSmall, options.maxWaitingLarge, [&pool] { emit pool.textsAreReady(); })
     {
         for (int number = 0; number < count; ++number)
-            threads.emplace_back([this, number] { Worker(queue, *source, number, count).run(); });
+            threads.emplace_back([this, number, restMs = options.restMs] {
+                Worker(queue, *source, number, count, std::chrono::milliseconds(restMs)).run();
+            });
     }
 
     const std::unique_ptr<ReaderSource> source;

@@ -22,6 +22,8 @@ using Text = std::vector<QByteArray>;
 /// How much waits for a worker at most.
 constexpr int kMaxWaitingSmall = 1000;
 constexpr int kMaxWaitingLarge = 64;
+/// A worker that has nothing to do lets its connections go so long after it was first used again, in ms.
+constexpr int kRestMs = 2000;
 /// Two, so that a large calculation leaves one for what is small.
 constexpr int kMinThreads = 2;
 
@@ -52,6 +54,7 @@ public:
         int threads = 0; ///< 0 takes the number of cores; at least kMinThreads
         int maxWaitingSmall = kMaxWaitingSmall;
         int maxWaitingLarge = kMaxWaitingLarge;
+        int restMs = kRestMs;
     };
 
     /// Without being told the file is never taken for replaced.

@@ -25,23 +25,39 @@ void Worker::run()
 {
     process::lowerThreadPriority();
     for (;;) {
-        const Assignment assignment = m_queue.next(m_number);
-        switch (assignment.kind) {
-        case Assignment::Stop:
+        const Assignment assignment = m_queue.next(m_number, m_restAt);
+        if (assignment.kind == Assignment::Stop)
             return;
-        case Assignment::EndState:
-            m_readers.endTeams();
-            break;
-        case Assignment::DoJob:
-            doJob(assignment.job);
-            break;
-        case Assignment::JoinTeam:
-            join(assignment.job);
-            break;
-        case Assignment::DoShare:
-            m_queue.doShare(m_number, assignment.share, m_readers.teams());
-            break;
-        }
+        carryOut(assignment);
+        if (assignment.kind == Assignment::Rest)
+            m_restAt = WorkQueue::kNever;
+        else if (m_restAt == WorkQueue::kNever)
+            m_restAt = WorkQueue::Clock::now() + m_restAfter;
+    }
+}
+
+void Worker::carryOut(const Assignment &assignment)
+{
+    if (assignment.job)
+        m_readers.closeOthers(assignment.job->file);
+    switch (assignment.kind) {
+    case Assignment::Stop:
+        break;
+    case Assignment::EndState:
+        m_readers.endTeams();
+        break;
+    case Assignment::Rest:
+        m_readers.closeIdle();
+        break;
+    case Assignment::DoJob:
+        doJob(assignment.job);
+        break;
+    case Assignment::JoinTeam:
+        join(assignment.job);
+        break;
+    case Assignment::DoShare:
+        m_queue.doShare(m_number, assignment.share, m_readers.teams());
+        break;
     }
 }
 

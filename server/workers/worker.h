@@ -9,8 +9,9 @@ class Worker
 {
 public:
     /// Nothing is owned. Numbered from 0.
-    Worker(WorkQueue &queue, ReaderSource &source, int number, int workers)
-        : m_queue(queue), m_source(source), m_readers(source), m_number(number), m_workers(workers)
+    Worker(WorkQueue &queue, ReaderSource &source, int number, int workers, std::chrono::milliseconds restAfter)
+        : m_queue(queue), m_source(source), m_readers(source), m_number(number), m_workers(workers),
+          m_restAfter(restAfter)
     {
     }
 
@@ -18,6 +19,7 @@ public:
     void run();
 
 private:
+    void carryOut(const Assignment &assignment);
     void doJob(const JobHandle &job);
     void doSmall(const JobHandle &job);
     void doLarge(const JobHandle &job);
@@ -28,6 +30,8 @@ private:
     WorkerReaders m_readers;
     const int m_number;
     const int m_workers;
+    const std::chrono::milliseconds m_restAfter;
+    WorkQueue::Clock::time_point m_restAt = WorkQueue::kNever;
 };
 
 } // namespace server::workers

@@ -1,7 +1,6 @@
 #include "server/workers/workqueue.h"
 
 #include <algorithm>
-#include <chrono>
 
 namespace server::workers {
 
@@ -63,7 +62,7 @@ std::vector<FinishedJob> WorkQueue::takeFinished()
     return std::exchange(m_finished, {});
 }
 
-Assignment WorkQueue::next(int worker)
+Assignment WorkQueue::next(int worker, Clock::time_point restAt)
 {
     std::unique_lock<std::mutex> lock(m_mutex);
     for (;;) {
@@ -76,7 +75,12 @@ Assignment WorkQueue::next(int worker)
         const Assignment found = shareOrJob(worker);
         if (found.kind != Assignment::Stop)
             return found;
-        m_changed.wait(lock);
+        if (restAt == kNever)
+            m_changed.wait(lock); // some would add this time to another
+        else if (Clock::now() >= restAt)
+            return {Assignment::Rest, nullptr, 0};
+        else
+            m_changed.wait_until(lock, restAt);
     }
 }
 

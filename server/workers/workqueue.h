@@ -3,6 +3,7 @@
 #include "server/workers/readpool.h"
 
 #include <atomic>
+#include <chrono>
 #include <condition_variable>
 #include <deque>
 #include <mutex>
@@ -30,6 +31,7 @@ struct Assignment {
     enum Kind {
         Stop,
         EndState, ///< end the state that the team's reader sees
+        Rest,     ///< there was nothing to do by the time that was given
         DoJob,
         JoinTeam, ///< of the job: begin the state that its reader is to see, at once
         DoShare
@@ -66,8 +68,10 @@ public:
 
     // Workers.
 
-    /// Waits for something to do.
-    Assignment next(int worker);
+    using Clock = std::chrono::steady_clock;
+    static constexpr auto kNever = Clock::time_point::max();
+    /// Waits for something to do, or until it is time to rest.
+    Assignment next(int worker, Clock::time_point restAt);
     /// A small job, without waiting: for a leader between two shares.
     JobHandle takeSmall();
     /// Unless it was cancelled the text goes to the receiver. Ends the team of a large job.
