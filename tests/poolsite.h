@@ -52,6 +52,8 @@ struct ReaderLog {
     std::atomic<bool> isHeld{false};
     std::atomic<bool> canHold{true};
     std::atomic<int> failures{0}; ///< so many of the next states fail to begin
+    std::atomic<int> delays{0};   ///< so many of the next begin with leave, while others see theirs
+    Counter leave;
 };
 
 /// A reader without a file; its path is its number.
@@ -73,6 +75,8 @@ public:
         check(!m_hasState);
         if (m_log.failures > 0 && m_log.failures-- > 0)
             return false;
+        if (m_log.states > 0 && m_log.delays > 0 && m_log.delays-- > 0)
+            check(m_log.leave.waitFor(1));
         m_hasState = true;
         ++m_log.states;
         m_log.begunUnheld += m_log.isHeld ? 0 : 1;

@@ -21,6 +21,7 @@ private slots:
     void everyShareIsDoneOnce();
     void allReadersSeeOneState();
     void whoIsBusyDoesNotReadWithTheTeam();
+    void whoComesTooLateDoesNotReadWithTheTeam();
     void aFileThatIsWrittenIsReadByTheLeader();
     void aReplacedFileIsOpenedAnew();
     void whoHasNothingToDoClosesItsReaders();
@@ -105,6 +106,29 @@ void TestPoolCrew::whoIsBusyDoesNotReadWithTheTeam()
     QVERIFY(site.waitForEnded(2));
     QCOMPARE(readingMembers.size(), size_t(1));
     QCOMPARE(members.size(), size_t(2));
+    QCOMPARE(site.readers.misuses.load(), 0);
+}
+
+/// It has begun to join, and takes longer than the writers can wait for it.
+void TestPoolCrew::whoComesTooLateDoesNotReadWithTheTeam()
+{
+    PoolSite site(2);
+    std::set<QString> readers; // one thread alone fills it
+    Counter both;
+    const auto work = [&](Crew &crew) {
+        crew.read(5, [&](int, int, storage::Reader &reader) { readers.insert(reader.configValue("x")); });
+        site.readers.leave.add();
+        crew.run(2, [&](int, int) {
+            both.add();
+            both.waitFor(2); // it does what needs no reader
+        });
+        crew.read(5, [&](int, int, storage::Reader &reader) { readers.insert(reader.configValue("x")); });
+    };
+    site.readers.delays = 1;
+    QVERIFY(site.submit(Size::Large, "large", work));
+    QVERIFY(QTest::qWaitFor([&] { return !site.ended.isEmpty(); }, 30000));
+    QCOMPARE(readers.size(), size_t(1));
+    QVERIFY(QTest::qWaitFor([&] { return site.readers.states == 0; }));
     QCOMPARE(site.readers.misuses.load(), 0);
 }
 

@@ -6,7 +6,7 @@ namespace server::workers {
 
 namespace {
 
-/// Who writes has to wait so long at most; an idle worker joins in a fraction of it.
+/// Who writes has to wait twice so long at most; an idle worker joins in a fraction of it.
 constexpr std::chrono::milliseconds kGatherPatience(20);
 
 JobHandle takeFirst(std::deque<JobHandle> &jobs)
@@ -130,7 +130,11 @@ void WorkQueue::finish(const JobHandle &job, Text text)
 void WorkQueue::hasJoined(int worker, bool isReading)
 {
     const std::lock_guard<std::mutex> lock(m_mutex);
-    m_members[static_cast<size_t>(worker)] = isReading ? Member::Reading : Member::Absent;
+    Member &member = m_members[static_cast<size_t>(worker)];
+    if (member == Member::Joining)
+        member = isReading ? Member::Reading : Member::Absent;
+    else
+        m_mustEnd[static_cast<size_t>(worker)] = isReading; // too late: it may see what was written meanwhile
     m_changed.notify_all();
 }
 
@@ -150,7 +154,8 @@ void WorkQueue::gather()
     const int others = static_cast<int>(m_members.size()) - 1;
     m_changed.wait_for(lock, kGatherPatience, [&] { return m_isStopping || countOf(Member::Reading) == others; });
     m_isGathering = false;
-    m_changed.wait(lock, [this] { return countOf(Member::Joining) == 0; });
+    m_changed.wait_for(lock, kGatherPatience, [this] { return countOf(Member::Joining) == 0; });
+    std::replace(m_members.begin(), m_members.end(), Member::Joining, Member::Absent);
 }
 
 void WorkQueue::runShares(int shares, bool isReading, const Share &work, const std::function<bool(int share)> &doOwn)

@@ -77,7 +77,7 @@ public:
     /// Unless it was cancelled the text goes to the receiver. Ends the team of a large job.
     void finish(const JobHandle &job, Text text);
 
-    /// What became of a worker that was to join a team: whether its reader sees the team's state.
+    /// What became of a worker that was to join a team: whether its reader sees a state, the team's if it is in time.
     void hasJoined(int worker, bool isReading);
     /// Runs a share that it was assigned. The reader is the one that it joined with.
     void doShare(int worker, int share, storage::Reader *reader);
