@@ -69,7 +69,7 @@ public:
 /// The process has a pool of workers while this lives; none without readers.
 struct Workers {
     explicit Workers(std::unique_ptr<server::workers::ReaderSource> readers, const ReadPool::Options &options = {})
-        : pool(readers ? std::make_unique<ReadPool>(std::move(readers), ReadPool::Generation(), options) : nullptr)
+        : pool(readers ? std::make_unique<ReadPool>(std::move(readers), ReadPool::Wanted(), options) : nullptr)
     {
         server::workers::setReadPool(pool.get());
     }
