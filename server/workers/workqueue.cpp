@@ -6,8 +6,10 @@ namespace server::workers {
 
 namespace {
 
-/// Who writes has to wait twice so long at most; an idle worker joins in a fraction of it.
+/// Who writes has to wait so long for workers to begin to join, and for those that have begun, at most; an idle one
+/// joins in a fraction of it.
 constexpr std::chrono::milliseconds kGatherPatience(20);
+constexpr std::chrono::milliseconds kJoinPatience(100);
 
 JobHandle takeFirst(std::deque<JobHandle> &jobs)
 {
@@ -154,7 +156,7 @@ void WorkQueue::gather()
     const int others = static_cast<int>(m_members.size()) - 1;
     m_changed.wait_for(lock, kGatherPatience, [&] { return m_isStopping || countOf(Member::Reading) == others; });
     m_isGathering = false;
-    m_changed.wait_for(lock, kGatherPatience, [this] { return countOf(Member::Joining) == 0; });
+    m_changed.wait_for(lock, kJoinPatience, [this] { return countOf(Member::Joining) == 0; });
     std::replace(m_members.begin(), m_members.end(), Member::Joining, Member::Absent);
 }
 
