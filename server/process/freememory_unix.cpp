@@ -1,5 +1,7 @@
 #include "server/process/freememory.h"
 
+#include <cstdlib> // tells whether this is glibc
+
 #ifdef __GLIBC__
 #include <malloc.h>
 #endif

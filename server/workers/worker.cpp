@@ -3,9 +3,16 @@
 #include "server/process/freememory.h"
 #include "server/process/threadpriority.h"
 
+#include <algorithm>
+
 namespace server::workers {
 
 namespace {
+
+/// The text of a large job goes away when its receiver has got it, which may be slow: nobody tells when. So memory is
+/// given back as often, and for so long.
+constexpr std::chrono::seconds kTrimInterval(4);
+constexpr int kTrims = 150;
 
 /// The crew of a small job.
 class WorkerAlone : public calc::CrewOfOne
@@ -25,14 +32,12 @@ void Worker::run()
 {
     process::lowerThreadPriority();
     for (;;) {
-        const Assignment assignment = m_queue.next(m_number, m_restAt);
+        const Assignment assignment = m_queue.next(m_number, std::min(m_closeAt, m_trimAt));
         if (assignment.kind == Assignment::Stop)
             return;
         carryOut(assignment);
-        if (assignment.kind == Assignment::Rest)
-            m_restAt = WorkQueue::kNever;
-        else if (m_restAt == WorkQueue::kNever)
-            m_restAt = WorkQueue::Clock::now() + m_restAfter;
+        if (assignment.kind != Assignment::Rest && m_closeAt == WorkQueue::kNever)
+            m_closeAt = Clock::now() + m_restAfter;
     }
 }
 
@@ -47,7 +52,7 @@ void Worker::carryOut(const Assignment &assignment)
         m_readers.endTeams();
         break;
     case Assignment::Rest:
-        m_readers.closeIdle();
+        rest();
         break;
     case Assignment::DoJob:
         doJob(assignment.job);
@@ -95,11 +100,26 @@ void Worker::doLarge(const JobHandle &job)
     }
     m_queue.finish(job, std::move(text));
     process::returnFreeMemory(); // more than a gigabyte where a company's year was calculated
+    m_trims = kTrims;
+    m_trimAt = Clock::now() + kTrimInterval;
 }
 
 void Worker::join(const JobHandle &job)
 {
     m_queue.hasJoined(m_number, m_readers.beginTeams(job->file));
+}
+
+void Worker::rest()
+{
+    const Clock::time_point now = Clock::now();
+    if (now >= m_closeAt) {
+        m_readers.closeIdle();
+        m_closeAt = WorkQueue::kNever;
+    }
+    if (now < m_trimAt)
+        return;
+    process::returnFreeMemory();
+    m_trimAt = --m_trims > 0 ? now + kTrimInterval : WorkQueue::kNever;
 }
 
 } // namespace server::workers

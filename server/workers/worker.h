@@ -19,11 +19,14 @@ public:
     void run();
 
 private:
+    using Clock = WorkQueue::Clock;
+
     void carryOut(const Assignment &assignment);
     void doJob(const JobHandle &job);
     void doSmall(const JobHandle &job);
     void doLarge(const JobHandle &job);
     void join(const JobHandle &job);
+    void rest();
 
     WorkQueue &m_queue;
     ReaderSource &m_source;
@@ -31,7 +34,9 @@ private:
     const int m_number;
     const int m_workers;
     const std::chrono::milliseconds m_restAfter;
-    WorkQueue::Clock::time_point m_restAt = WorkQueue::kNever;
+    Clock::time_point m_closeAt = WorkQueue::kNever; ///< the idle connections
+    Clock::time_point m_trimAt = WorkQueue::kNever;  ///< the memory of the last large job
+    int m_trims = 0;
 };
 
 } // namespace server::workers
