@@ -1,5 +1,7 @@
 #include "storage/connection.h"
 
+#include "storage/hardening.h"
+
 #include <QDebug>
 #include <QDir>
 #include <QScopedValueRollback>
@@ -92,7 +94,10 @@ bool Connection::open(Access access)
     m_connection.setDatabaseName(access == Access::ReadWrite ? uriOf(m_path) : m_path);
     m_impatient.reset();
     m_isAtFault = false;
-    return m_connection.open();
+    if (!m_connection.open())
+        return false;
+    harden(m_connection);
+    return true;
 }
 
 void Connection::close()

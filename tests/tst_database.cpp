@@ -3,6 +3,7 @@
 #include "storage/database.h"
 #include "storage/schema.h"
 #include "storage/statementcache.h"
+#include "storage/worklimit.h"
 #include "warnings.h"
 
 #include <QSqlError>
@@ -40,6 +41,8 @@ private slots:
     void readsLeaveNothingOpen();
     void unusableFile();
     void damagedPage();
+    void statementsStayInTheFile();
+    void workIsLimited();
 
 private:
     QString path() const { return m_folder->filePath("zuknetserver.db"); }
@@ -488,6 +491,43 @@ void TestDataBase::damagedPage()
     QVERIFY(insertEvent("later"));
     QCOMPARE(cells("SELECT USER FROM events ORDER BY ID"), "alone later");
     QCOMPARE(m_database->generation(), quint64(1));
+}
+
+void TestDataBase::statementsStayInTheFile()
+{
+    QVERIFY(m_database->exec("create virtual table found using fts4(words)"));
+    QVERIFY(m_database->exec("insert into found values ('one two')"));
+    for (const char *sql : {"select fts3_tokenizer('simple', x'0102030405060708')", "select load_extension('libm')"}) {
+        expectWarning("^DataBase::select\\(\\)");
+        QCOMPARE(m_database->select(sql).count(), 0);
+    }
+    QCOMPARE(cell("select hex(fts3_tokenizer('simple'))"), QAny("")); // an address
+    for (const char *sql : {"update found_content set c0words='three'", "update sqlite_master set sql='x'"}) {
+        expectWarning("^DataBase::exec\\(\\)");
+        m_database->exec("pragma writable_schema=1");
+        m_database->exec(sql);
+    }
+    // What an administrator does goes on.
+    for (const char *sql :
+         {"analyze", "vacuum", "reindex", "pragma user_version=7", "pragma wal_checkpoint",
+          "insert into found(found) values ('optimize')", "alter table logs add column more",
+          "create trigger t after delete on logs begin delete from found; end", "delete from sqlite_stat1"})
+        m_database->exec(sql);
+    QCOMPARE(cells("select words from found where words match 'two'"), QStringLiteral("one two"));
+    QCOMPARE(cells("pragma user_version"), QStringLiteral("7"));
+}
+
+void TestDataBase::workIsLimited()
+{
+    const QString sql(
+        "with recursive c(n) as (select 1 union all select n+1 from c limit %1) select max(n) as N from c");
+    {
+        const storage::WorkLimit limit(1000000);
+        QCOMPARE(m_database->select(sql.arg(10000)).count(), 1);
+        expectWarning("^DataBase::select\\(\\) interrupted");
+        QCOMPARE(m_database->select(sql.arg(1000000)).count(), 0);
+    }
+    QCOMPARE(m_database->select(sql.arg(1000000)).count(), 1);
 }
 
 QTEST_GUILESS_MAIN(TestDataBase)

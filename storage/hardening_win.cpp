@@ -1,0 +1,7 @@
+#include "storage/hardening.h"
+
+namespace storage {
+
+void harden(const QSqlDatabase &) {}
+
+} // namespace storage
