@@ -1,6 +1,7 @@
 #include "attendancefile.h"
 #include "rows.h"
 #include "server/logger/logger.h"
+#include "server/web/literaltext.h"
 #include "server/web/webmetods.h"
 #include "storage/readconnection.h"
 
@@ -44,6 +45,7 @@ private Q_SLOTS:
     void init();
     void cleanup();
 
+    void literalTexts();
     void refusals_data();
     void refusals();
     void loginAnswersEmployee();
@@ -99,6 +101,25 @@ bool TestWebMetods::logIn(const QObject *peer)
     return ask(request("getUser", R"({"user":"ana","pass":"geslo"})"), peer).lookup("data").contains("idp");
 }
 
+void TestWebMetods::literalTexts()
+{
+    const QString half(QChar(0xd83d));
+    const QString otherHalf(QChar(0xde00));
+    const QString longest(server::web::kMaxLiteral, 'x');
+    for (const QString &text : {QString(), QString("ana"), QString("''"), QString("o''neil ''''"), QString("\" --;"),
+                                half + otherHalf, longest})
+        QVERIFY2(server::web::isLiteral(text), qPrintable(text.left(20)));
+    for (const QString &text :
+         {QString("'"), QString("'x''"), QString("''x'"), QString("x'''"), QString("'x'"), half, otherHalf, half + "x",
+          half + half + otherHalf, otherHalf + half, half + "'", "x" + QString(QChar(0)), longest + "x"})
+        QVERIFY2(!server::web::isLiteral(text), qPrintable(text.left(20)));
+
+    // SQLite would take the quote behind it for the other half, and the password for SQL.
+    const QAny login{{"user", half}, {"pass", " or 1=1 --"}};
+    const QAny answer = m_web->request(QAny{{"type", "getUser"}, {"tag", "t"}, {"data", login}}, &m_peer);
+    QCOMPARE(answer.lookup("data").lookup("reason"), QAny("User unknown!"));
+}
+
 void TestWebMetods::refusals_data()
 {
     const auto row = columns<QString, QString>({"request", "reason"});
@@ -112,6 +133,9 @@ void TestWebMetods::refusals_data()
     row("no password", user(R"({"user":"ana"})"), "No password!");
     row("wrong password", user(R"({"user":"ana","pass":"Geslo"})"), "User unknown!");
     row("lists as user and password", user(R"({"user":["ana"],"pass":{}})"), "User unknown!");
+    row("quote ends the name", user(R"({"user":"ana' --","pass":"x"})"), "User unknown!");
+    row("quote ends the password", user(R"({"user":"ana","pass":"x' or 'a'='a"})"), "User unknown!");
+    row("quote in a name", user(R"({"user":"d'Este","pass":"x"})"), "User unknown!");
     row("access switched off", user(R"({"user":"bor","pass":"geslo"})"), "User unknown!");
     row("employee who left", user(R"({"user":"cene","pass":"geslo"})"), "User unknown!");
     const auto time = [](const QString &data) { return request("getWTime", data); };
@@ -157,8 +181,8 @@ void TestWebMetods::loginAnswersEmployee()
     QCOMPARE(log, (QAny{{"V", 0}, {"G", 0}, {"M", "Logger::Webser NewUser:ana geslo"}}));
 
     // Deliberate: what the user types stands in the statement as it is.
-    QCOMPARE(data(request("getUser", R"({"user":"ana' --","pass":"x"})")).lookup("idp"), QAny(5));
-    QCOMPARE(data(request("getUser", R"({"user":"d'Este","pass":"x"})")).lookup("reason"), QAny("User unknown!"));
+    QVERIFY(run(*m_database, {"insert into USER_ACCESS (IDP,NAME,PASSWORD,ACTIVE) values (5,'d''Este','x',1)"}));
+    QCOMPARE(data(request("getUser", R"({"user":"d''Este","pass":"x"})")).lookup("idp"), QAny(5));
     // Filled in one step: a name that holds a place marker stays as it is.
     ask(request("getUser", R"({"user":"%2","pass":"skrivnost"})"));
     logger()->keptEvents().finishTurn();
@@ -284,7 +308,9 @@ void TestWebMetods::addMetaStoresEvent()
     QCOMPARE(event, (QAny{{"L", 6}, {"U", 6}, {"C", "102:1:Dopust"}, {"Y", "MP"}, {"R", "ves dan"}}));
 
     // A text that breaks the statement, and requests that name nobody, store nothing.
-    for (const QString &bad : {addMeta("5", "a'b"), addMeta("null", "x"), data(request("addMeta", "[6]")).toJson()})
+    const QString type = R"({"ID":6,"AC":"102","TYPE":"x',(select password from USER_ACCESS)) --","REM":"y"})";
+    for (const QString &bad : {addMeta("5", "a'b"), addMeta("5", "x' || 'y"), addMeta("null", "x"),
+                               data(request("addMeta", type)).toJson(), data(request("addMeta", "[6]")).toJson()})
         QCOMPARE(bad, QStringLiteral(R"({"result":false})"));
     QCOMPARE(m_database->select(stored).count(), 1);
 }

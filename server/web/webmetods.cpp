@@ -2,9 +2,11 @@
 
 #include "calc/input/metaevents.h"
 #include "server/logger/logger.h"
+#include "server/web/literaltext.h"
 #include "server/web/readings.h"
 #include "server/web/webanswer.h"
 #include "storage/database.h"
+#include "storage/worklimit.h"
 
 #include <QDateTime>
 #include <QDebug>
@@ -15,7 +17,8 @@ using namespace server::web;
 
 namespace {
 
-/// Values stand in it unescaped: deliberate, the site's names and passwords are stored and compared so.
+/// Values stand in it unescaped: deliberate, the site's names and passwords are stored and compared so. Those that
+/// would not stay between their quotes are kept away from it.
 const QString &userSql()
 {
     static const QString sql = QStringLiteral(
@@ -41,6 +44,23 @@ public:
         return storage::Status::Lasting;
     }
 };
+
+/// What waits for the answer is everybody: it must not take long.
+QAny rowsOf(const QString &sql)
+{
+    const storage::WorkLimit limit;
+    return db() ? db()->select(sql) : QAny(QAny::List);
+}
+
+bool store(const MetaEvent &event)
+{
+    for (const QString &text : {event.accessCode, event.type, event.remark}) {
+        if (!isLiteral(text))
+            return false;
+    }
+    const storage::WorkLimit limit;
+    return db() && InsertMeta(*db(), event);
+}
 
 QAny tooBusy(QAny answer)
 {
@@ -127,7 +147,7 @@ QAny webMetods::getUser(const QAny &req, const QObject *peer, const QString &tag
         logger()->note(
             QStringLiteral("Logger::Webser NewUser:%1 %2").arg(user.left(kMaxLogged), password.left(kMaxLogged)));
     qDebug() << "SQL getUser: " << sql;
-    const QAny rows = db() ? db()->select(sql) : QAny(QAny::List);
+    const QAny rows = isLiteral(user) && isLiteral(password) ? rowsOf(sql) : QAny(QAny::List);
     if (rows.count() == 0)
         return refused(answer, "User unknown!");
 
@@ -175,6 +195,6 @@ QAny webMetods::addMeta(const QAny &req) const
     event.type = data.lookup(QStringLiteral("TYPE")).toString();
     event.remark = data.lookup(QStringLiteral("REM")).toString();
     // A request that names nobody must not leave an event that belongs to nobody.
-    const bool stored = db() && event.user > 0 && InsertMeta(*db(), event);
+    const bool stored = event.user > 0 && store(event);
     return answerOf(QAny{{kResult, stored}});
 }
