@@ -12,6 +12,18 @@
 
 #include <functional>
 
+#ifdef Q_OS_UNIX
+#include <sys/resource.h>
+#include <unistd.h>
+#endif
+
+namespace {
+
+const char *const kHandshake = "GET / HTTP/1.1\r\nHost: x\r\nUpgrade: websocket\r\nConnection: Upgrade\r\n"
+                               "Sec-WebSocket-Version: 13\r\nSec-WebSocket-Key: dGhlIHNhbXBsZSBub25jZQ==\r\n\r\n";
+
+} // namespace
+
 /// The plain web server with real sockets.
 class TestEchoServer : public QObject
 {
@@ -27,6 +39,11 @@ private Q_SLOTS:
     void loginEndsWithTheSocket();
     void messageBound_data();
     void messageBound();
+    void unreadPongs();
+    void guessingIsSlow();
+#ifdef Q_OS_UNIX
+    void guestsLeaveTheReserve();
+#endif
     void requestBeforeCloseIsCarriedOut();
     void clientVanishesWhileAnswered();
     void serverDeletedInSignal_data();
@@ -141,28 +158,32 @@ void TestEchoServer::loginEndsWithTheSocket()
 
 void TestEchoServer::messageBound_data()
 {
-    const auto row = columns<int, int>({"frameBytes", "extraBytes"});
-    const int whole = int(server::web::WebSocketServer::kMaxMessageBytes) + 16;
-    row("at the bound", whole, 0);
-    row("one byte more", whole, 1);
-    row("one byte more, in small frames", 65536, 1);
+    const auto row = columns<bool, int, int>({"isGuest", "frameBytes", "bytes"});
+    const int whole = 32 * 1024 * 1024;
+    row("at the bound", false, whole, 16 * 1024 * 1024);
+    row("one byte more", false, whole, 16 * 1024 * 1024 + 1);
+    row("one byte more, in small frames", false, 65536, 16 * 1024 * 1024 + 1);
+    row("before the login", true, whole, 1024 * 1024);
+    row("before the login, one byte more", true, whole, 1024 * 1024 + 1);
+    row("before the login, in small frames", true, 65536, 1024 * 1024 + 1);
 }
 
 void TestEchoServer::messageBound()
 {
     QFETCH(int, frameBytes);
-    QFETCH(int, extraBytes);
-    const bool isAnswered = extraBytes == 0;
+    QFETCH(bool, isGuest);
+    QFETCH(int, bytes);
+    const bool isAnswered = bytes % 2 == 0;
     EchoServer server(0);
     WebClient client(server.serverPort());
+    QVERIFY(isGuest || client.logIn());
     client.socket.setOutgoingFrameSize(quint64(frameBytes));
     QSignalSpy answered(&client.socket, &QWebSocket::textMessageReceived);
     QSignalSpy closed(&client.socket, &QWebSocket::disconnected);
     if (!isAnswered)
         QTest::ignoreMessage(QtWarningMsg, QRegularExpression("^WebSocketServer::boundClient message of more than"));
     QLoggingCategory::setFilterRules(QStringLiteral("default.debug=false")); // they would show the message
-    client.socket.sendTextMessage(
-        QString(int(server::web::WebSocketServer::kMaxMessageBytes) + extraBytes, QLatin1Char(' ')));
+    client.socket.sendTextMessage(QString(bytes, QLatin1Char(' ')));
     QTRY_VERIFY_WITH_TIMEOUT(answered.count() + closed.count() > 0, 20000);
     QLoggingCategory::setFilterRules(QString());
     QCOMPARE(answered.count(), isAnswered ? 1 : 0);
@@ -171,6 +192,80 @@ void TestEchoServer::messageBound()
     WebClient next(server.serverPort());
     QVERIFY(next.logIn());
 }
+
+/// A web socket answers pings by itself.
+void TestEchoServer::unreadPongs()
+{
+    EchoServer server(0);
+    QSignalSpy events(&server, &EchoServer::newEvent);
+    QTcpSocket client;
+    client.setReadBufferSize(1);
+    client.connectToHost(QHostAddress::LocalHost, server.serverPort());
+    client.write(kHandshake);
+    QTRY_COMPARE(events.count(), 1);
+    QTest::ignoreMessage(QtWarningMsg, QRegularExpression("more than 16777216 bytes unread"));
+    const QByteArray ping = QByteArray::fromHex("89fd00000000") + QByteArray(125, 'x');
+    for (int i = 0; i < 20 && client.state() == QAbstractSocket::ConnectedState; ++i) {
+        client.write(ping.repeated(20000));
+        QTest::qWait(20);
+    }
+    QTRY_COMPARE(events.count(), 2);
+    QVERIFY(events.last().first().toString().startsWith(QLatin1String("socketDisconnected: ")));
+}
+
+void TestEchoServer::guessingIsSlow()
+{
+    const QString guess = QStringLiteral(R"({"type":"getUser","tag":"t","data":{"user":"bor","pass":"x"}})");
+    EchoServer server(0);
+    WebClient client(server.serverPort());
+    WebClient second(server.serverPort());
+    WebClient other(server.serverPort());
+    for (int i = 0; i < 10; ++i)
+        QVERIFY(client.ask(guess).isHash());
+    QSignalSpy answers(&client.socket, &QWebSocket::textMessageReceived);
+    QSignalSpy answersOfSecond(&second.socket, &QWebSocket::textMessageReceived);
+    QElapsedTimer time;
+    time.start();
+    client.socket.sendTextMessage(guess);
+    client.socket.sendTextMessage(QStringLiteral("{}")); // waits for its turn
+    second.socket.sendTextMessage(guess);
+    QVERIFY(other.logIn());
+    QCOMPARE(answers.count() + answersOfSecond.count(), 0);
+    QTRY_COMPARE(answers.count(), 2);
+    QVERIFY(time.elapsed() > 900);
+    QCOMPARE(answers.last().first().toString(), QStringLiteral(R"({"data":{"reason":"Not tag!","result":"false"}})"));
+    QCOMPARE(answersOfSecond.count(), 0);
+    QTRY_COMPARE(answersOfSecond.count(), 1);
+    QVERIFY(time.elapsed() > 1900);
+}
+
+#ifdef Q_OS_UNIX
+void TestEchoServer::guestsLeaveTheReserve()
+{
+    struct rlimit former = {};
+    QCOMPARE(getrlimit(RLIMIT_NOFILE, &former), 0);
+    EchoServer server(0);
+    WebClient member(server.serverPort());
+    WebClient oldest(server.serverPort());
+    WebClient guest(server.serverPort());
+    QVERIFY(member.logIn());
+    QSignalSpy gone(&oldest.socket, &QWebSocket::disconnected);
+
+    // The client's own end is the last but the reserve, the server's the first in it.
+    const int lowest = dup(0);
+    close(lowest);
+    struct rlimit low = former;
+    for (low.rlim_cur = 1; low.rlim_cur - low.rlim_cur / 4 < rlim_t(lowest) + 1;)
+        ++low.rlim_cur;
+    QCOMPARE(setrlimit(RLIMIT_NOFILE, &low), 0);
+    QTest::ignoreMessage(QtWarningMsg, QRegularExpression("^ClientAcceptor::outOfReserve few descriptors are left"));
+    WebClient next(server.serverPort());
+    setrlimit(RLIMIT_NOFILE, &former);
+    QTRY_COMPARE(gone.count(), 1);
+    for (WebClient *client : {&member, &guest, &next})
+        QVERIFY(client->ask("{}").isHash());
+}
+#endif
 
 void TestEchoServer::requestBeforeCloseIsCarriedOut()
 {

@@ -41,6 +41,7 @@ private Q_SLOTS:
     void cleanupTestCase();
 
     void answersOverTls();
+    void manyMessagesOverTls();
     void newerVersionsOnlyAreRefused();
     void handshakesFailWithoutFiles_data();
     void handshakesFailWithoutFiles();
@@ -112,6 +113,23 @@ void TestSslEchoServer::answersOverTls()
     QVERIFY(events.at(0).first().toString().startsWith(QLatin1String("New Connection: ")));
     QVERIFY(events.at(1).first().toString().startsWith(QLatin1String("ANS: {")));
     QVERIFY(events.at(2).first().toString().startsWith(QLatin1String("socketDisconnected: ")));
+}
+
+/// More than wait at once: reading rests and goes on.
+void TestSslEchoServer::manyMessagesOverTls()
+{
+    constexpr int many = 3000;
+    SslEchoServer server(0, QStringLiteral("site"));
+    TlsClient client(server.serverPort(), QSsl::TlsV1_0);
+    QSignalSpy connected(&client.socket, &QWebSocket::connected);
+    QVERIFY(connected.wait());
+    QSignalSpy echoes(&client.socket, &QWebSocket::binaryMessageReceived);
+    const QByteArray content(1000, 'x');
+    for (int i = 0; i < many; ++i)
+        client.socket.sendBinaryMessage(QByteArray::number(i) + content);
+    QTRY_COMPARE_WITH_TIMEOUT(echoes.count(), many, 20000);
+    for (int i = 0; i < many; ++i)
+        QVERIFY(echoes.at(i).first().toByteArray() == QByteArray::number(i) + content);
 }
 
 void TestSslEchoServer::newerVersionsOnlyAreRefused()

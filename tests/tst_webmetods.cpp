@@ -126,6 +126,8 @@ void TestWebMetods::refusals_data()
     row("no JSON", "{\"tag\":", "Not tag!");
     row("no tag", R"({"type":"getUser","data":{"user":"ana","pass":"geslo"}})", "Not tag!");
     row("empty tag", R"({"type":"logOut","tag":""})", "Not tag!");
+    row("long tag", R"({"type":"logOut","tag":")" + QString(257, 'x') + "\"}", "Not tag!");
+    row("longest tag", R"({"type":"getPresence","tag":")" + QString(256, 'x') + "\"}", "Not logged in!");
     row("list as tag", R"({"type":"logOut","tag":["t"]})", "Not tag!");
     const auto user = [](const QString &data) { return request("getUser", data); };
     row("user: no data", R"({"type":"getUser","tag":"t"})", "No Data");

@@ -32,6 +32,8 @@ private Q_SLOTS:
     void cleanup();
 
     void orderOfAnswers();
+    void busyClientRests();
+    void restingClientGoes();
     void clientGoes();
     void serverGoes_data();
     void serverGoes();
@@ -119,6 +121,51 @@ void TestWebReading::orderOfAnswers()
     // What was stored before a request is in its answer.
     storeDepartures("103:Malica");
     QVERIFY(client.ask(kPresence).toJson().contains("103:Malica"));
+}
+
+void TestWebReading::busyClientRests()
+{
+    constexpr int many = 3000;
+    const QByteArray content(16 * 1024, 'x');
+    WebClient client(m_server->serverPort());
+    WebClient other(m_server->serverPort());
+    QVERIFY(client.logIn() && other.logIn());
+    QSignalSpy answers(&client.socket, &QWebSocket::textMessageReceived);
+    QSignalSpy echoes(&client.socket, &QWebSocket::binaryMessageReceived);
+    client.socket.sendTextMessage(kPresence);
+    QTRY_COMPARE(m_gate->waiting.load(), 1);
+    for (int i = 0; i < many; ++i)
+        client.socket.sendBinaryMessage(QByteArray::number(i) + content);
+    // 256 messages are taken, and what the system holds of the others: a few MiB of 48.
+    QTest::qWait(500);
+    QVERIFY(client.socket.bytesToWrite() > 24 * 1024 * 1024);
+    QCOMPARE(other.ask(kQuick).toJson(), kQuickAnswer);
+    QCOMPARE(echoes.count(), 0);
+
+    m_gate->open();
+    QTRY_COMPARE_WITH_TIMEOUT(echoes.count(), many, 20000);
+    QCOMPARE(answers.count(), 1);
+    for (int i = 0; i < many; ++i)
+        QVERIFY(echoes.at(i).first().toByteArray() == QByteArray::number(i) + content);
+}
+
+void TestWebReading::restingClientGoes()
+{
+    QSignalSpy events(m_server.get(), &EchoServer::newEvent);
+    WebClient client(m_server->serverPort());
+    QVERIFY(client.logIn());
+    client.socket.sendTextMessage(kPresence);
+    QTRY_COMPARE(m_gate->waiting.load(), 1);
+    events.clear();
+    for (int i = 0; i < 1000; ++i)
+        client.socket.sendTextMessage(kQuick);
+    QTRY_COMPARE(client.socket.bytesToWrite(), 0);
+    QTest::qWait(100); // more than it takes are with the system
+    QCOMPARE(events.count(), 0);
+    client.socket.abort();
+    // What it sent is carried out, read or not, while its reading still goes on.
+    QTRY_COMPARE(events.count(), 1001);
+    QVERIFY(events.last().first().toString().startsWith(QLatin1String("socketDisconnected: ")));
 }
 
 void TestWebReading::clientGoes()

@@ -1,5 +1,6 @@
 #include "server/web/clientacceptor.h"
 
+#include "server/process/descriptorreserve.h"
 #include "server/web/clientsocket.h"
 
 #include <QDebug>
@@ -7,33 +8,88 @@
 #include <QWebSocket>
 #include <QWebSocketServer>
 
+#include <algorithm>
+
 namespace server::web {
 
 ClientAcceptor::ClientAcceptor(QWebSocketServer &server, QObject *parent) : QTcpServer(parent), m_server(server) {}
 
+bool ClientAcceptor::open(quint16 port)
+{
+    if (!listen(QHostAddress::Any, port))
+        return false;
+    if (!process::AcceptLoop::isNeeded())
+        return true;
+    pauseAccepting();
+    m_loop = std::make_unique<process::AcceptLoop>(socketDescriptor(), "WebSocketServer",
+                                                   [this](qintptr handle) { incomingConnection(handle); });
+    return true;
+}
+
+void ClientAcceptor::shut()
+{
+    m_loop.reset();
+    close();
+}
+
 void ClientAcceptor::incomingConnection(qintptr handle)
 {
+    if (process::isInReserve(handle))
+        handle = outOfReserve(handle);
+    if (handle < 0)
+        return;
     if (m_server.secureMode() == QWebSocketServer::NonSecureMode)
         acceptPlain(handle);
     else
         acceptEncrypted(handle);
 }
 
-/// False when the connection is no more; the socket then goes.
-bool ClientAcceptor::take(QTcpSocket *socket, qintptr handle)
+/// The last descriptors are the terminals': somebody makes room below them. -1 when nobody does.
+qintptr ClientAcceptor::outOfReserve(qintptr handle)
 {
+    if (!m_crowded.isValid() || m_crowded.hasExpired(process::AcceptLoop::kQuietMs))
+        qWarning()
+            << "ClientAcceptor::outOfReserve few descriptors are left: web connections without a login have to go";
+    m_crowded.start();
+    if (QTcpSocket *longest = m_guests.longest())
+        giveUp(longest);
+    handle = process::movedDown(handle);
+    if (!process::isInReserve(handle))
+        return handle;
+    process::closeSocket(handle);
+    return -1;
+}
+
+void ClientAcceptor::giveUp(QTcpSocket *socket)
+{
+    m_guests.remove(socket);
+    const bool isConnecting = std::any_of(m_connecting.cbegin(), m_connecting.cend(),
+                                          [socket](ClientLine *line) { return &line->socket() == socket; });
+    socket->abort();
+    if (isConnecting) // no web socket owns it
+        socket->deleteLater();
+}
+
+/// False when the connection is no more; the socket then goes.
+template <typename Line> bool ClientAcceptor::take(Line *line, qintptr handle)
+{
+    QTcpSocket *socket = line;
     if (!socket->setSocketDescriptor(handle)) {
         qWarning() << "ClientAcceptor::take" << socket->errorString();
         delete socket;
         return false;
     }
     const quint16 port = socket->peerPort();
-    m_connecting.insert(port, socket);
-    connect(socket, &QObject::destroyed, this, [this, port, socket] { m_connecting.remove(port, socket); });
+    m_connecting.insert(port, line);
+    m_guests.add(socket);
+    connect(socket, &QObject::destroyed, this, [this, port, line, socket] {
+        m_connecting.remove(port, line);
+        m_guests.remove(socket);
+    });
     const int timeout = m_server.handshakeTimeoutMS();
     if (timeout >= 0) {
-        QTimer::singleShot(timeout, socket, [this, port, socket] {
-            if (m_connecting.contains(port, socket))
+        QTimer::singleShot(timeout, socket, [this, port, line, socket] {
+            if (m_connecting.contains(port, line))
                 socket->close();
         });
     }
@@ -41,14 +97,15 @@ bool ClientAcceptor::take(QTcpSocket *socket, qintptr handle)
 }
 
 /// By the addresses: a web socket does not show the socket below it.
-QTcpSocket *ClientAcceptor::upgraded(const QWebSocket &webSocket)
+ClientLine *ClientAcceptor::upgraded(const QWebSocket &webSocket)
 {
-    const QList<QTcpSocket *> sockets = m_connecting.values(webSocket.peerPort());
-    for (QTcpSocket *socket : sockets) {
-        if (socket->peerAddress() != webSocket.peerAddress() || socket->localAddress() != webSocket.localAddress())
+    const QList<ClientLine *> lines = m_connecting.values(webSocket.peerPort());
+    for (ClientLine *line : lines) {
+        const QTcpSocket &socket = line->socket();
+        if (socket.peerAddress() != webSocket.peerAddress() || socket.localAddress() != webSocket.localAddress())
             continue;
-        m_connecting.remove(webSocket.peerPort(), socket);
-        return socket;
+        m_connecting.remove(webSocket.peerPort(), line);
+        return line;
     }
     return nullptr;
 }

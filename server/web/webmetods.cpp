@@ -27,6 +27,13 @@ const QString &userSql()
     return sql;
 }
 
+const QString kUser = QStringLiteral("user");
+
+QString userOf(const QAny &req)
+{
+    return req.lookup(kData).lookup(kUser).toString();
+}
+
 /// Nobody who has not logged in may fill the journal with long names and passwords.
 constexpr int kMaxLogged = 256;
 
@@ -77,7 +84,7 @@ webMetods::webMetods(server::process::Clock clock) : m_clock(std::move(clock))
 
 QAny webMetods::request(const QAny &req, const QObject *peer)
 {
-    const Outcome outcome = begin(req, peer);
+    const Outcome outcome = answer(req, peer, false);
     if (!outcome.reading)
         return outcome.answer;
     NoFile noFile;
@@ -86,16 +93,23 @@ QAny webMetods::request(const QAny &req, const QObject *peer)
 
 webMetods::Outcome webMetods::begin(const QAny &req, const QObject *peer)
 {
+    return answer(req, peer, true);
+}
+
+webMetods::Outcome webMetods::answer(const QAny &req, const QObject *peer, bool mayHold)
+{
     // An array or a text that is no JSON has no tag either, so that every shape of request is answered here.
     const QString tag = req.contains(kTag) ? req.lookup(kTag).toString() : QString();
-    if (tag.isEmpty())
+    if (tag.isEmpty() || tag.size() > KnownTags::kMaxLength)
         return {refused(startOfAnswer(), "Not tag!"), {}};
 
     const QString type = req.lookup(kType).toString();
     if (type == QLatin1String("getUser")) {
-        QAny answer = getUser(req, peer, tag);
-        answer.insert(kTag, tag);
-        return {answer, {}};
+        if (!m_brake.allows(userOf(req)) && mayHold)
+            return {{}, {}, true};
+        QAny login = getUser(req, peer, tag);
+        login.insert(kTag, tag);
+        return {login, {}};
     }
     if (type == QLatin1String("logOut"))
         return {logOut(peer, tag), {}};
@@ -115,6 +129,7 @@ webMetods::Outcome webMetods::begin(const QAny &req, const QObject *peer)
 void webMetods::removePeer(const QObject *peer)
 {
     m_peers.remove(peer);
+    m_tags.clientIsGone(peer);
 }
 
 bool webMetods::isLoggedIn(const QObject *peer, const QString &tag) const
@@ -132,14 +147,13 @@ QAny webMetods::getUser(const QAny &req, const QObject *peer, const QString &tag
     if (!req.contains(kData))
         return refused(answer, "No Data");
     const QAny &data = req.lookup(kData);
-    const QString userKey = QStringLiteral("user");
     const QString passKey = QStringLiteral("pass");
-    if (!data.contains(userKey))
+    if (!data.contains(kUser))
         return refused(answer, "No user!");
     if (!data.contains(passKey))
         return refused(answer, "No password!");
 
-    const QString user = data.lookup(userKey).toString();
+    const QString user = userOf(req);
     const QString password = data.lookup(passKey).toString();
     const QString sql = userSql().arg(user, password);
     // Deliberate: the row names the password, administrators look up failed logins by it.
@@ -148,14 +162,16 @@ QAny webMetods::getUser(const QAny &req, const QObject *peer, const QString &tag
             QStringLiteral("Logger::Webser NewUser:%1 %2").arg(user.left(kMaxLogged), password.left(kMaxLogged)));
     qDebug() << "SQL getUser: " << sql;
     const QAny rows = isLiteral(user) && isLiteral(password) ? rowsOf(sql) : QAny(QAny::List);
-    if (rows.count() == 0)
+    if (rows.count() == 0) {
+        m_brake.failed(user);
         return refused(answer, "User unknown!");
+    }
 
     QAny row = withKeys(rows.at(0), [](const QString &key) { return key.toLower(); });
     row.insert(kResult, true); // deliberately a Bool, where other answers have a text: the page relies on it
     answer.insert(kData, row);
     m_peers.insert(peer);
-    m_tags.insert(tag);
+    m_tags.add(tag, peer);
     return answer;
 }
 

@@ -2,6 +2,8 @@
 
 #include "qany.h"
 #include "server/process/clock.h"
+#include "server/web/knowntags.h"
+#include "server/web/loginbrake.h"
 
 #include <QSet>
 #include <QString>
@@ -25,23 +27,28 @@ public:
 
     /// The answer, or what gives it.
     struct Outcome {
-        QAny answer;     ///< beside a reading the one to be given where too much else is read
-        Reading reading; ///< empty where the answer is there
+        QAny answer;         ///< beside a reading the one to be given where too much else is read
+        Reading reading;     ///< empty where the answer is there
+        bool isHeld = false; ///< a login that may not be tried yet: nothing was done, begin it again a little later
     };
 
     /// The clock tells which day today is, and when a hand-entered event was made.
     explicit webMetods(server::process::Clock clock = server::process::machineTime);
 
     /// Answers one request. Always a Hash with "data" / "result"; a request of any shape gets an answer.
-    /// The peer is only an identity, kept until logOut or removePeer.
+    /// The peer is only an identity, kept until logOut or removePeer. A login is tried at once, however many have
+    /// failed.
     QAny request(const QAny &req, const QObject *peer);
-    /// The same, but a work time, presence list or balance is still to be read.
+    /// The same, but a work time, presence list or balance is still to be read, and a login may have to wait.
     Outcome begin(const QAny &req, const QObject *peer);
 
     /// The peer's socket is gone. Its tag stays known.
     void removePeer(const QObject *peer);
+    /// With any tag.
+    bool hasLoggedIn(const QObject *peer) const { return m_peers.contains(peer); }
 
 private:
+    Outcome answer(const QAny &req, const QObject *peer, bool mayHold);
     bool isLoggedIn(const QObject *peer, const QString &tag) const;
 
     QAny getUser(const QAny &req, const QObject *peer, const QString &tag);
@@ -55,5 +62,6 @@ private:
 
     server::process::Clock m_clock;
     QSet<const QObject *> m_peers;
-    QSet<QString> m_tags;
+    server::web::KnownTags m_tags;
+    server::web::LoginBrake m_brake;
 };

@@ -1,11 +1,11 @@
 #include "server/web/websocketserver.h"
 
-#include "calc/crew.h"
+#include "server/process/peergone.h"
+#include "server/web/clientsocket.h"
 #include "server/workers/readpool.h"
 
 #include <QDebug>
-#include <QPointer>
-#include <QTimer>
+#include <QTcpSocket>
 #include <QWebSocket>
 
 #include <utility>
@@ -19,8 +19,11 @@ WebSocketServer::WebSocketServer(const QString &name, QWebSocketServer::SslMode 
     : QObject(parent), m_server(name, mode), m_acceptor(m_server, this), m_linePrefix(linePrefix)
 {
     m_turn.setSingleShot(true);
-    m_turn.setInterval(0);
     connect(&m_turn, &QTimer::timeout, this, [this] { takeTurn(); });
+    m_heldLook.setInterval(kHeldLookMs);
+    connect(&m_heldLook, &QTimer::timeout, this, [this] { lookAtHeld(); });
+    m_restLook.setInterval(kRestLookMs);
+    connect(&m_restLook, &QTimer::timeout, this, [this] { lookAtResting(); });
     connect(&m_acceptor, &QTcpServer::acceptError, this, [this](QAbstractSocket::SocketError error) {
         // The server stops accepting for good after such an error.
         qWarning() << "WebSocketServer::WebSocketServer can't accept:" << error;
@@ -55,16 +58,16 @@ QByteArray WebSocketServer::named(const char *text) const
 
 bool WebSocketServer::listen(quint16 port)
 {
-    return m_acceptor.listen(QHostAddress::Any, port);
+    return m_acceptor.open(port);
 }
 
 void WebSocketServer::shutDown()
 {
-    m_acceptor.close();
+    m_acceptor.shut();
     m_server.close();
     const QList<QWebSocket *> readers = m_clients.keys();
     for (QWebSocket *socket : readers)
-        giveReadingUp(socket);
+        leave(socket);
     const QList<QWebSocket *> clients = std::exchange(m_clients, {}).keys();
     for (QWebSocket *socket : clients) {
         socket->disconnect(this);
@@ -78,9 +81,8 @@ void WebSocketServer::acceptPending()
     QWebSocket *socket = m_server.nextPendingConnection();
     if (!socket)
         return;
-    m_acceptor.upgraded(*socket);
     const Peer peer{socket->peerAddress().toString(), socket->peerPort()};
-    m_clients.insert(socket, {peer, {}});
+    addClient(socket, peer);
     qDebug() << named("New Connection").constData();
     boundClient(socket, peer);
     connectClient(socket);
@@ -92,14 +94,46 @@ void WebSocketServer::acceptPending()
         this, [this, event] { tellEvent(event); }, Qt::QueuedConnection);
 }
 
+void WebSocketServer::addClient(QWebSocket *socket, const Peer &peer)
+{
+    Client client;
+    client.peer = peer;
+    client.line = m_acceptor.upgraded(*socket);
+    client.socket = client.line ? &client.line->socket() : nullptr;
+    m_clients.insert(socket, client);
+    setBounds(socket, true);
+}
+
+void WebSocketServer::setBounds(QWebSocket *socket, bool isGuest)
+{
+    const quint64 most = isGuest ? kMaxGuestMessageBytes : kMaxMessageBytes;
+    socket->setMaxAllowedIncomingFrameSize(most);
+    socket->setMaxAllowedIncomingMessageSize(most);
+    const Client &client = m_clients[socket];
+    if (client.socket)
+        client.line->setMaxUnread(isGuest ? kMaxGuestUnreadBytes : kMaxUnreadBytes);
+}
+
+/// A request may have logged the client in or out.
+void WebSocketServer::noteLogin(QWebSocket *socket)
+{
+    Client &client = m_clients[socket];
+    if (client.isGuest != m_methods.hasLoggedIn(socket))
+        return;
+    client.isGuest = !client.isGuest;
+    setBounds(socket, client.isGuest);
+    if (client.isGuest && client.socket)
+        m_acceptor.guests().add(client.socket);
+    else
+        m_acceptor.guests().remove(client.socket);
+}
+
 void WebSocketServer::boundClient(QWebSocket *socket, const Peer &peer)
 {
-    socket->setMaxAllowedIncomingFrameSize(kMaxMessageBytes);
-    socket->setMaxAllowedIncomingMessageSize(kMaxMessageBytes);
     connect(socket, &QWebSocket::aboutToClose, this, [socket, peer] {
         if (socket->closeCode() == QWebSocketProtocol::CloseCodeTooMuchData)
-            qWarning() << "WebSocketServer::boundClient message of more than" << kMaxMessageBytes << "bytes, peer"
-                       << peer.address << peer.port;
+            qWarning() << "WebSocketServer::boundClient message of more than" << socket->maxAllowedIncomingMessageSize()
+                       << "bytes, peer" << peer.address << peer.port;
         QTimer::singleShot(kCloseGraceMs, socket, [socket] { socket->abort(); });
     });
 }
@@ -124,36 +158,86 @@ void WebSocketServer::receive(QWebSocket *socket, const Message &message)
     const auto client = m_clients.find(socket);
     if (client == m_clients.end())
         return;
-    client->waiting.enqueue(message);
+    client->waiting.add(message);
     if (message.kind == Message::End) {
-        client->isEnding = true;
-        giveReadingUp(socket);
+        leave(socket);
+    } else if (client->waiting.isFull() && client->socket) {
+        client->line->rest();
+        m_restLook.start();
     }
-    m_turn.start();
+    makeDue(socket);
+}
+
+void WebSocketServer::makeDue(QWebSocket *socket)
+{
+    Client &client = m_clients[socket];
+    if (client.isDue || client.isBlocked() || client.waiting.isEmpty())
+        return;
+    client.isDue = true;
+    m_due.enqueue(socket);
+    if (!m_turn.isActive())
+        m_turn.start(0);
 }
 
 void WebSocketServer::takeTurn()
 {
     const QPointer<WebSocketServer> self(this);
-    QList<QPointer<QWebSocket>> sockets;
-    for (auto client = m_clients.cbegin(); client != m_clients.cend(); ++client) {
-        if (!client->waiting.isEmpty() && !client->isReading)
-            sockets.append(client.key());
+    QElapsedTimer turn;
+    turn.start();
+    // Who becomes due meanwhile has to wait for the next turn.
+    for (int left = m_due.size(); left > 0 && !m_due.isEmpty() && !turn.hasExpired(kMaxTurnMs); --left) {
+        const QPointer<QWebSocket> socket = m_due.dequeue();
+        const auto client = m_clients.find(socket);
+        if (!socket || client == m_clients.end())
+            continue;
+        client->isDue = false;
+        workOff(socket, turn);
+        if (!self)
+            return;
+        if (socket && m_clients.contains(socket))
+            readOn(socket);
     }
-    if (sockets.isEmpty())
-        return;
-    m_turn.start(); // for what is left over, and for a handler that runs the event loop
-    for (const QPointer<QWebSocket> &socket : qAsConst(sockets)) {
-        for (int handled = 0; handled < kMaxMessagesPerTurn; ++handled) {
-            const auto client = m_clients.find(socket);
-            if (!socket || client == m_clients.end() || client->waiting.isEmpty() || client->isReading)
-                break;
-            const Message message = client->waiting.dequeue();
-            handle(socket, message);
-            if (!self)
-                return;
-        }
+    if (!m_due.isEmpty())
+        m_turn.start(turn.hasExpired(kMaxTurnMs) ? kBreathMs : 0);
+}
+
+void WebSocketServer::workOff(const QPointer<QWebSocket> &socket, const QElapsedTimer &turn)
+{
+    const QPointer<WebSocketServer> self(this);
+    for (int handled = 0; handled < kMaxMessagesPerTurn; ++handled) {
+        const auto client = m_clients.find(socket);
+        if (!socket || client == m_clients.end() || client->waiting.isEmpty() || client->isBlocked())
+            return;
+        const Message message = client->waiting.take();
+        makeDue(socket); // with the rest, and for a handler that runs the event loop
+        handle(socket, message);
+        if (!self || turn.hasExpired(kMaxTurnMs))
+            return;
     }
+}
+
+void WebSocketServer::readOn(QWebSocket *socket)
+{
+    const Client &client = m_clients[socket];
+    if (client.socket && client.line->isResting() && client.waiting.hasRoom())
+        client.line->goOn();
+}
+
+/// Who has left is read for no longer. What it sent before, read or not, is carried out first.
+void WebSocketServer::lookAtResting()
+{
+    bool isAnyResting = false;
+    const QList<QWebSocket *> sockets = m_clients.keys();
+    for (QWebSocket *socket : sockets) {
+        const Client &client = m_clients[socket];
+        if (!client.socket || !client.line->isResting())
+            continue;
+        isAnyResting = true;
+        if (!client.isEnding && process::isPeerGone(client.socket->socketDescriptor()))
+            leave(socket);
+    }
+    if (!isAnyResting)
+        m_restLook.stop();
 }
 
 void WebSocketServer::handle(QWebSocket *socket, const Message &message)
@@ -168,121 +252,19 @@ void WebSocketServer::handle(QWebSocket *socket, const Message &message)
     }
 }
 
-/// Whether the client reads its answers; one that does not is dropped.
-bool WebSocketServer::hasRoomFor(QWebSocket *socket) const
-{
-    if (socket->state() != QAbstractSocket::ConnectedState)
-        return false;
-    if (socket->bytesToWrite() <= kMaxUnreadBytes)
-        return true;
-    const Peer peer = m_clients.value(socket).peer;
-    qWarning() << "WebSocketServer::hasRoomFor more than" << kMaxUnreadBytes << "bytes unread, peer" << peer.address
-               << peer.port;
-    socket->abort();
-    return false;
-}
-
-void WebSocketServer::answerText(QWebSocket *socket, const QString &message)
-{
-    if (!m_clients.contains(socket))
-        return;
-    const QPointer<WebSocketServer> self(this);
-    // Not by address: that of a socket which has gone may be the next client's.
-    const QPointer<QWebSocket> client(socket);
-    const auto isInProgress = [&] { return self && client && m_clients.contains(client); };
-
-    qDebug() << named("Message received:").constData() << message;
-    QAny request = QAny::fromJson(message);
-    if (!request.isList()) { // an array has no place for them and is answered as it is
-        const Peer peer = m_clients.value(socket).peer;
-        request[QStringLiteral("peer")] = peer.address;
-        request[QStringLiteral("port")] = peer.port;
-    }
-    tellRequest(request);
-    if (!isInProgress())
-        return;
-    if (!m_pool)
-        return giveAnswer(socket, m_methods.request(request, socket));
-    webMetods::Outcome outcome = m_methods.begin(request, socket);
-    if (!outcome.reading || !readLater(socket, std::move(outcome.reading)))
-        giveAnswer(socket, outcome.answer);
-}
-
-/// False when the pool has no room for it.
-bool WebSocketServer::readLater(QWebSocket *socket, webMetods::Reading reading)
-{
-    Client &client = m_clients[socket];
-    if (client.isEnding)
-        return true; // there is nobody left to read for
-    client.isReading = m_pool->submit(
-        ReadPool::Size::Small, ReadPool::ownerOf(socket),
-        [read = std::move(reading)](calc::Crew &crew) { return workers::Text{read(crew.reader()).toJsonUtf8()}; },
-        [this, socket](const workers::Text &text) { giveReading(socket, text); });
-    return client.isReading;
-}
-
-/// The socket is there: its end would have given the reading up.
-void WebSocketServer::giveReading(QWebSocket *socket, const std::vector<QByteArray> &pieces)
-{
-    m_clients[socket].isReading = false;
-    m_turn.start();
-    QByteArray text;
-    for (const QByteArray &piece : pieces)
-        text += piece;
-    const QPointer<WebSocketServer> self(this);
-    const QPointer<QWebSocket> client(socket);
-    if (isAnswerHeard())
-        tellAnswer(QAny::fromJson(text));
-    if (self && client && m_clients.contains(client))
-        giveText(client, QString::fromUtf8(text));
-}
-
-void WebSocketServer::giveReadingUp(QWebSocket *socket)
-{
-    Client &client = m_clients[socket];
-    if (client.isReading && m_pool)
-        m_pool->cancel(ReadPool::ownerOf(socket));
-    client.isReading = false;
-}
-
-void WebSocketServer::giveAnswer(QWebSocket *socket, const QAny &answer)
-{
-    const QPointer<WebSocketServer> self(this);
-    const QPointer<QWebSocket> client(socket);
-    tellAnswer(answer);
-    if (self && client && m_clients.contains(client))
-        giveText(socket, answer.toJson());
-}
-
-void WebSocketServer::giveText(QWebSocket *socket, const QString &text)
-{
-    if (hasRoomFor(socket))
-        socket->sendTextMessage(text);
-    const QByteArray sent = named("Answer sent:");
-    tellEvent(QStringLiteral("ANS: ") + text);
-    qDebug() << sent.constData();
-}
-
-void WebSocketServer::echoBinary(QWebSocket *socket, const QByteArray &message)
-{
-    if (!m_clients.contains(socket))
-        return;
-    qDebug() << "Binary Message received:" << message;
-    if (hasRoomFor(socket))
-        socket->sendBinaryMessage(message);
-}
-
 void WebSocketServer::forget(QWebSocket *socket)
 {
     if (!m_clients.contains(socket))
         return;
-    const Peer peer = m_clients.take(socket).peer;
+    const Client client = m_clients.take(socket);
+    m_acceptor.guests().remove(client.socket);
+    const Peer &peer = client.peer;
     m_methods.removePeer(socket);
     socket->deleteLater();
     const QByteArray ended = named("socketDisconnected:");
-    const QPointer<QWebSocket> client(socket);
+    const QPointer<QWebSocket> gone(socket);
     tellEvent(QStringLiteral("socketDisconnected: %1 %2").arg(peer.address, QString::number(peer.port)));
-    qDebug() << ended.constData() << client.data();
+    qDebug() << ended.constData() << gone.data();
 }
 
 } // namespace server::web

@@ -2,9 +2,11 @@
 
 #include "qany.h"
 #include "server/web/clientacceptor.h"
+#include "server/web/inbox.h"
 #include "server/web/webmetods.h"
 
 #include <QByteArray>
+#include <QElapsedTimer>
 #include <QHash>
 #include <QObject>
 #include <QPointer>
@@ -12,8 +14,10 @@
 #include <QTimer>
 #include <QWebSocketServer>
 
+#include <optional>
 #include <vector>
 
+class QTcpSocket;
 class QWebSocket;
 
 namespace server::workers {
@@ -29,7 +33,9 @@ namespace server::web {
 /// Lives on the main thread. A handler of one of the signals may close sockets, run the event loop or delete the
 /// server; what was in progress then ends without an answer. To allow this, messages and ends of connections wait in
 /// a queue of their client, in their order, for a turn of the event loop: no socket's own code is below a handler on
-/// the stack, and no client keeps the others waiting for more than kMaxMessagesPerTurn of its messages.
+/// the stack, and no client keeps the others waiting for more than kMaxMessagesPerTurn of its messages. Nor do all of
+/// them together keep the terminals waiting for more than kMaxTurnMs and the message that is being answered. A client
+/// whose queue is full is not read until a part of it is worked off; that it has left is noticed all the same.
 ///
 /// With a pool, answers that are only read are worked out by it, down to their text. What such a client sends
 /// meanwhile waits, so that its answers come in the order of its requests. When the client goes, its reading is given
@@ -42,13 +48,27 @@ public:
     /// A request is a few hundred bytes; the bound keeps one client from filling the memory. A socket that sends a
     /// longer message is closed with one warning line.
     static constexpr quint64 kMaxMessageBytes = 16 * 1024 * 1024;
+    /// The same before its login.
+    static constexpr quint64 kMaxGuestMessageBytes = 1024 * 1024;
     /// What one client may have answered before the others' turn comes.
     static constexpr int kMaxMessagesPerTurn = 64;
-    /// A client that has left more than this of its answers unread when another is due is dropped with a warning.
+    /// What a turn of all clients takes, but for its last message.
+    static constexpr int kMaxTurnMs = 50;
+    /// Behind a turn that was cut off: lets everything be read that has come, which a timer of 0 may overtake.
+    static constexpr int kBreathMs = 1;
+    /// A client that has left more than this of its answers and pongs unread when another is due is dropped with a
+    /// warning.
     static constexpr qint64 kMaxUnreadBytes = 256 * 1024 * 1024;
+    /// The same before its login.
+    static constexpr qint64 kMaxGuestUnreadBytes = 16 * 1024 * 1024;
+    /// A longer answer is not given.
+    static constexpr qint64 kMaxAnswerBytes = 64 * 1024 * 1024;
+    /// How often logins that are held are tried again, and clients that are not read looked at.
+    static constexpr int kHeldLookMs = 50;
+    static constexpr int kRestLookMs = 1000;
     /// A closing socket that has not gone by then is aborted.
     static constexpr int kCloseGraceMs = 5000;
-    /// Pause after an accept that failed, for want of descriptors for example.
+    /// Pause after an accept that failed, where QTcpServer does it.
     static constexpr int kAcceptPauseMs = 1000;
 
     ~WebSocketServer() override;
@@ -92,37 +112,54 @@ private:
         quint16 port = 0;
     };
 
-    struct Message {
-        enum Kind { Text, Binary, End } kind;
-        QString text;
-        QByteArray bytes;
-    };
     struct Client {
         Peer peer;
-        QQueue<Message> waiting;
-        bool isReading = false; ///< the pool works for it; what waits has to
-        bool isEnding = false;  ///< its end waits behind the rest
+        QPointer<QTcpSocket> socket; ///< below the web socket
+        ClientLine *line = nullptr;  ///< the same, as long as it is there
+        Inbox waiting;
+        std::optional<QAny> held; ///< a login that may not be tried yet; what waits has to
+        bool isReading = false;   ///< the pool works for it; what waits has to
+        bool isEnding = false;    ///< nobody is there for answers any more
+        bool isDue = false;       ///< stands in the row for the turns
+        bool isGuest = true;      ///< has not logged in
+
+        bool isBlocked() const { return isReading || held; }
     };
 
     QByteArray named(const char *text) const;
+    void addClient(QWebSocket *socket, const Peer &peer);
     void receive(QWebSocket *socket, const Message &message);
+    void makeDue(QWebSocket *socket);
     void takeTurn();
+    void workOff(const QPointer<QWebSocket> &socket, const QElapsedTimer &turn);
+    void readOn(QWebSocket *socket);
+    void lookAtResting();
+    void lookAtHeld();
     void handle(QWebSocket *socket, const Message &message);
+    void boundClient(QWebSocket *socket, const Peer &peer);
+    void setBounds(QWebSocket *socket, bool isGuest);
+    void noteLogin(QWebSocket *socket);
+    void forget(QWebSocket *socket);
+
+    // How a message is answered.
     void answerText(QWebSocket *socket, const QString &message);
+    void answerRequest(QWebSocket *socket, const QAny &request);
     bool readLater(QWebSocket *socket, webMetods::Reading reading);
-    void giveReadingUp(QWebSocket *socket);
+    void leave(QWebSocket *socket);
     void giveReading(QWebSocket *socket, const std::vector<QByteArray> &pieces);
     void giveAnswer(QWebSocket *socket, const QAny &answer);
     void giveText(QWebSocket *socket, const QString &text);
     void echoBinary(QWebSocket *socket, const QByteArray &message);
-    void forget(QWebSocket *socket);
-    void boundClient(QWebSocket *socket, const Peer &peer);
     bool hasRoomFor(QWebSocket *socket) const;
 
     QWebSocketServer m_server;
     ClientAcceptor m_acceptor;
     QHash<QWebSocket *, Client> m_clients; // sockets are owned
-    QTimer m_turn;                         // single shot: messages are waiting
+    QQueue<QPointer<QWebSocket>> m_due;    // whose messages wait for a turn, in the order of their turns
+    QQueue<QPointer<QWebSocket>> m_held;   // whose logins wait, in the order in which they came
+    QTimer m_turn;                         // single shot: somebody is due
+    QTimer m_heldLook;                     // runs while there are such
+    QTimer m_restLook;
     webMetods m_methods;
     QPointer<server::workers::ReadPool> m_pool;
     QByteArray m_linePrefix;
