@@ -75,6 +75,8 @@ private Q_SLOTS:
     void neverReading();
     void messageBound_data();
     void messageBound();
+    void strangersMessageIsBounded();
+    void strangersAreBoundedTogether();
     void busyPeerKeepsNobodyWaiting();
     void lastWordsAreHeard();
     void strangers();
@@ -505,6 +507,79 @@ void TestRpcWire::messageBound()
         }
         QCOMPARE(other->ask(callText("test.echo", "1")), resultText("1"));
     }
+}
+
+void TestRpcWire::strangersMessageIsBounded()
+{
+    const Warnings warnings;
+    RpcLimits limits;
+    limits.maxStrangerMessageBytes = 1000;
+    RpcSite site(limits);
+    const auto stranger = site.peer();
+    const auto known = site.peer();
+    const auto dialled = site.dial();
+    site.controller->addAuthorization(known->connectionId, "a");
+    const QByteArray text = '"' + QByteArray(1000, 'x') + '"';
+    for (const auto &peer : {known.get(), dialled.get()})
+        QCOMPARE(peer->ask(callText("test.echo", text)), resultText(text));
+    site.controller->removeAuthorization(known->connectionId, "a");
+    for (const auto &peer : {stranger.get(), known.get()}) {
+        QCOMPARE(peer->ask(callText("test.echo", "1")), resultText("1"));
+        peer->write(callText("test.echo", text));
+        QVERIFY(peer->waitClosed());
+    }
+    QCOMPARE(Warnings::lines.filter("message of more than 1000 bytes").size(), 2);
+    QCOMPARE(Warnings::lines.size(), 2);
+}
+
+void TestRpcWire::strangersAreBoundedTogether()
+{
+    const Warnings warnings;
+    RpcLimits limits;
+    limits.maxStrangersBytes = 1'000'000;
+    RpcSite site(limits);
+    site.service->action = [](const QString &, const QAny &) { return QAny(QString(16'000'000, 'x')); };
+    const auto known = site.peer();
+    const auto dialled = site.dial();
+    site.controller->addAuthorization(known->connectionId, "a");
+    const auto large = site.peer();
+    const auto small = site.peer();
+    const auto begin = [&](RpcPeer &peer, int bytes) {
+        peer.write(R"({"knetrpc":"1.0","id":"1","method":"test.echo","params":")" + QByteArray(bytes, 'x'));
+        return waitFor([&] { return site.controller->bytesOfMessageInProgress(peer.connectionId) > bytes; });
+    };
+    QVERIFY(begin(*known, 2'000'000) && begin(*dialled, 2'000'000));
+    known->stopReading();
+    QVERIFY(begin(*large, 600'000) && begin(*small, 300'000));
+    // What is complete counts no longer, and neither does who has gone.
+    for (int i = 0; i < 3; ++i) {
+        const auto passing = site.peer();
+        QVERIFY(begin(*passing, 90'000));
+        passing->write("\"}");
+        QVERIFY(passing->next().contains("\"result\""));
+        QVERIFY(begin(*passing, 90'000));
+        site.controller->abortConnection(passing->connectionId);
+    }
+    site.gone.clear();
+    QVERIFY(Warnings::lines.isEmpty());
+    // One byte too many is anybody's; who holds most goes.
+    small->write(QByteArray(110'000, 'x'));
+    QVERIFY(large->waitClosed());
+    QCOMPARE(site.gone, QStringList(large->connectionId));
+    QCOMPARE(Warnings::lines.size(), 1);
+    // So it is with answers that a stranger does not read.
+    const auto silent = site.peer();
+    silent->stopReading();
+    silent->write(callText("test.run", "1"));
+    QTRY_COMPARE(site.gone.size(), 2);
+    QCOMPARE(site.gone.last(), silent->connectionId);
+    small->write("\"}");
+    QVERIFY(small->next().contains("\"result\""));
+    for (const auto &peer : {known.get(), dialled.get()})
+        peer->write("\"}" + callText("test.run", "1"));
+    QVERIFY(dialled->next().size() > 2'000'000 && dialled->next(30000).size() > 16'000'000);
+    QVERIFY(!known->isClosed());
+    QCOMPARE(Warnings::lines.size(), 2);
 }
 
 void TestRpcWire::busyPeerKeepsNobodyWaiting()

@@ -170,6 +170,10 @@ void TestServicesStarter::rpcServices()
         QCOMPARE(terminal.ask(event), resultText("true"));
         QCOMPARE(terminal.ask(callText("terminalcheck.ping", "{}")), resultText(R"({"PING":"OK"})"));
         QCOMPARE(terminal.ask(callText("admincheck.version", "{}")), refused);
+        RpcPeer stranger(3501);
+        QTest::ignoreMessage(QtWarningMsg, QRegularExpression("message of more than 1048576 bytes"));
+        stranger.write("[\"" + QByteArray(1024 * 1024, 'x'));
+        QVERIFY(stranger.waitClosed());
         starter.stop();
         QVERIFY(terminal.waitClosed());
     }

@@ -49,9 +49,20 @@ template <typename T> void destroy(T *(*accessor)(), void (*setAccessor)(T *))
     delete object;
 }
 
+/// Bounds on those who have not logged in, for whom a login is all there is to send.
+KNet::RpcLimits rpcLimits()
+{
+    constexpr qint64 mebibyte = 1024 * 1024;
+    KNet::RpcLimits limits;
+    limits.maxStrangerMessageBytes = mebibyte;
+    limits.maxStrangersBytes = 32 * mebibyte;
+    return limits;
+}
+
 KNet::RpcController *createController()
 {
     auto *controller = new KNet::RpcController;
+    controller->setLimits(rpcLimits());
     if (!controller->listen(ServicesStarter::kRpcPort))
         qWarning() << "ServicesStarter::start can't listen on TCP port" << ServicesStarter::kRpcPort
                    << controller->errorString();

@@ -7,6 +7,7 @@
 #include <QPointer>
 
 #include <algorithm>
+#include <utility>
 
 namespace KNet {
 
@@ -14,6 +15,9 @@ namespace {
 
 /// What the socket may hold unread. A peer that sends faster than it is served then fills its own side.
 constexpr qint64 kReadBufferBytes = 256 * 1024;
+
+/// The same for strangers where they are bounded: all of them may send at the same moment.
+constexpr qint64 kStrangerBufferBytes = 16 * 1024;
 
 /// How long a peer may take nothing of a large message and count as taking it.
 constexpr int kTakingMs = 30000;
@@ -44,7 +48,7 @@ RpcConnection::RpcConnection(RpcController *controller, bool incoming, const Rpc
     : m_controller(controller), m_incoming(incoming), m_connectionId(IdGenerator::connections().next()),
       m_input(this, limits), m_output(this), m_limits(limits)
 {
-    setReadBufferSize(kReadBufferBytes);
+    setReadBufferSize(isStranger() && limits.maxStrangersBytes > 0 ? kStrangerBufferBytes : kReadBufferBytes);
     connect(this, &QTcpSocket::readyRead, this, &RpcConnection::onReadyRead, Qt::QueuedConnection);
     connect(this, &QTcpSocket::connected, this, &RpcConnection::onConnected, Qt::QueuedConnection);
     connect(this, &QTcpSocket::bytesWritten, this, &RpcConnection::onBytesWritten);
@@ -62,6 +66,26 @@ RpcConnection::~RpcConnection()
 {
     // The base class still closes the socket.
     disconnect(this, nullptr, this, nullptr);
+}
+
+void RpcConnection::addAuthorization(const QString &token)
+{
+    m_authorizations.insert(token);
+    setReadBufferSize(kReadBufferBytes);
+    noteHeld();
+}
+
+/// To be called when it may have changed. May end this connection.
+void RpcConnection::noteHeld()
+{
+    if (!m_ended && m_limits.maxStrangersBytes > 0)
+        tellHeld(isStranger() ? m_input.heldBytes() + m_output.queuedBytes() : 0);
+}
+
+void RpcConnection::tellHeld(qint64 bytes)
+{
+    if (bytes != m_held)
+        m_controller->noteStranger(this, std::exchange(m_held, bytes), bytes);
 }
 
 bool RpcConnection::sendText(RpcOutput::Kind kind, const QByteArray &text)
@@ -210,6 +234,7 @@ void RpcConnection::onBytesWritten(qint64 bytes)
     if (m_output.noteTaken())
         noteActivity(); // the peer has no time for messages
     m_output.pump();
+    noteHeld();
     if (!m_closing || m_ended)
         return;
     m_grace.start();
@@ -256,6 +281,7 @@ void RpcConnection::end()
     m_activityTimer.stop();
     dropInput();
     m_calls.clear();
+    tellHeld(0);
     const QPointer<RpcConnection> self(this);
     m_controller->completeLostCalls(m_connectionId);
     if (self && m_controller)

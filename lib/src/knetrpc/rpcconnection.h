@@ -42,8 +42,11 @@ public:
     const QString &name() const { return m_name; }
     void setName(const QString &name) { m_name = name; }
     /// Tokens granted to the peer.
-    QSet<QString> &authorizations() { return m_authorizations; }
     const QSet<QString> &authorizations() const { return m_authorizations; }
+    void addAuthorization(const QString &token);
+    void removeAuthorization(const QString &token) { m_authorizations.remove(token); }
+    /// Whether the peer came to us and holds no token.
+    bool isStranger() const { return m_incoming && m_authorizations.isEmpty(); }
     /// In ms; 0 for none.
     int activityTimeout() const { return m_limits.activityTimeoutMs; }
 
@@ -107,6 +110,9 @@ private:
     bool handle(const QPointer<RpcConnection> &self, const std::function<bool()> &handling);
     /// Nothing is read until waiting calls have been dispatched.
     bool isResting() const { return m_calls.waitingBytes() > m_limits.maxWaitingBytes; }
+    qint64 maxMessageBytes() const;
+    void noteHeld();
+    void tellHeld(qint64 bytes);
     int takingMs() const;
     void endBehindCalls();
     void closeBehindCalls();
@@ -130,6 +136,7 @@ private:
     RpcInput m_input;
     RpcOutput m_output;
     RpcLimits m_limits;
+    qint64 m_held = 0; // what the controller knows that a stranger holds
     QTimer m_activityTimer;
 
     QElapsedTimer m_lastActivity;

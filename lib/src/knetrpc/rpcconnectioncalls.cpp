@@ -7,6 +7,7 @@
 #include <QElapsedTimer>
 #include <QPointer>
 
+#include <algorithm>
 #include <utility>
 
 namespace KNet {
@@ -15,8 +16,18 @@ void RpcConnection::onReadyRead()
 {
     const QPointer<RpcConnection> self(this);
     const int handled = handleInput(self);
-    if (self && handled > 0)
+    if (!self)
+        return;
+    if (handled > 0)
         noteActivity();
+    noteHeld();
+}
+
+qint64 RpcConnection::maxMessageBytes() const
+{
+    return isStranger() && m_limits.maxStrangerMessageBytes > 0
+               ? std::min(m_limits.maxStrangerMessageBytes, m_limits.maxMessageBytes)
+               : m_limits.maxMessageBytes;
 }
 
 /// What is left for the next turn of the event loop. Posted rather than timed: a timer would not serve the event loops
@@ -60,7 +71,9 @@ bool RpcConnection::handleNext(const QPointer<RpcConnection> &self)
         return handle(self, [&] { return m_controller->dispatch(self, call.id, call.method, call.params); });
     }
     RpcInput::Incoming incoming;
-    switch (m_broken ? RpcInput::Broken : isResting() ? RpcInput::Exhausted : m_input.next(&incoming)) {
+    switch (m_broken      ? RpcInput::Broken
+            : isResting() ? RpcInput::Exhausted
+                          : m_input.next(maxMessageBytes(), &incoming)) {
     case RpcInput::Message:
         m_output.noteHeard();
         return handle(self, [&] { return m_controller->handleMessage(self, incoming.message, incoming.bytes); });

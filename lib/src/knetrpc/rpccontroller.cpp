@@ -101,13 +101,13 @@ void RpcController::removeServiceRequirement(const QString &service, const QStri
 void RpcController::addAuthorization(const QString &connectionId, const QString &token)
 {
     if (RpcConnection *connection = m_connections.value(connectionId))
-        connection->authorizations().insert(token);
+        connection->addAuthorization(token);
 }
 
 void RpcController::removeAuthorization(const QString &connectionId, const QString &token)
 {
     if (RpcConnection *connection = m_connections.value(connectionId))
-        connection->authorizations().remove(token);
+        connection->removeAuthorization(token);
 }
 
 QSet<QString> RpcController::authorizations(const QString &connectionId) const
@@ -213,6 +213,19 @@ void RpcController::incomingConnection(qintptr socketDescriptor)
 void RpcController::timeoutPendingCalls()
 {
     m_pendingCalls.sweep();
+}
+
+/// Neither that connection nor this object need exist afterwards.
+void RpcController::noteStranger(RpcConnection *connection, qint64 before, qint64 now)
+{
+    m_strangers.change(connection, before, now);
+    if (now <= before || m_limits.maxStrangersBytes <= 0 || m_strangers.bytes() <= m_limits.maxStrangersBytes)
+        return;
+    RpcConnection *largest = m_strangers.largest(); // grew as much at least, so one is enough
+    qWarning() << "KNet::RpcController::noteStranger() more than" << m_limits.maxStrangersBytes
+               << "bytes of peers without a token," << m_strangers.largestBytes() << "of them of peer"
+               << largest->peerAddress().toString() << largest->peerPort();
+    largest->abortConnection();
 }
 
 void RpcController::removeConnection(RpcConnection *connection)

@@ -5,6 +5,7 @@
 #include "knetrpc/rpcpendingcalls.h"
 #include "knetrpc/rpcprotocol.h"
 #include "knetrpc/rpcservices.h"
+#include "knetrpc/rpcstrangers.h"
 #include "qany.h"
 
 #include <QHostAddress>
@@ -158,6 +159,7 @@ private:
     bool mustWait(const RpcConnection *connection, const QString &method) const;
     void completeLostCalls(const QString &connectionId) { m_pendingCalls.lose(connectionId); }
     void removeConnection(RpcConnection *connection);
+    void noteStranger(RpcConnection *connection, qint64 before, qint64 now);
 
     // For RpcCall.
     Wait beginWait(RpcCall *call);
@@ -175,6 +177,7 @@ private:
     QTimer m_pingTimer;
     RpcServices m_services;
     QMap<QString, RpcConnection *> m_connections;
+    RpcStrangers m_strangers;
     RpcPendingCalls m_pendingCalls;
     QSet<QString> m_pinged;
     QVector<RpcCall *> m_waiting;   // synchronous, outermost first

@@ -15,7 +15,7 @@ constexpr qint64 kBytesPerValue = 32;
 
 } // namespace
 
-RpcInput::Read RpcInput::next(Incoming *incoming)
+RpcInput::Read RpcInput::next(qint64 maxBytes, Incoming *incoming)
 {
     while (m_fed < m_bytes.size() || fill()) {
         qsizetype taken = 0;
@@ -25,8 +25,8 @@ RpcInput::Read RpcInput::next(Incoming *incoming)
         m_messageBytes += taken;
         if (fed == Json::Parser::Rejected)
             return Broken;
-        if (m_messageBytes > m_maxBytes)
-            return tooLong(m_maxBytes, "bytes,");
+        if (m_messageBytes > maxBytes)
+            return tooLong(maxBytes, "bytes,");
         if (m_reader.valueCount() > m_maxValues)
             return tooLong(m_maxValues, "values,");
         if (fed != Json::Parser::Complete)
@@ -61,6 +61,11 @@ bool RpcInput::hasMore() const
     return m_fed < m_bytes.size() || m_socket->bytesAvailable() > 0;
 }
 
+qint64 RpcInput::heldBytes() const
+{
+    return m_messageBytes + (m_bytes.size() - m_fed) + m_socket->bytesAvailable();
+}
+
 void RpcInput::keep()
 {
     if (m_socket->bytesAvailable() == 0)
@@ -73,6 +78,7 @@ void RpcInput::drop()
 {
     m_bytes = QByteArray();
     m_fed = 0;
+    m_messageBytes = 0;
     m_reader.reset();
 }
 

@@ -22,16 +22,15 @@ public:
     };
 
     /// The socket is not owned.
-    RpcInput(QTcpSocket *socket, const RpcLimits &limits)
-        : m_socket(socket), m_maxBytes(limits.maxMessageBytes), m_maxValues(limits.maxMessageValues)
-    {
-    }
+    RpcInput(QTcpSocket *socket, const RpcLimits &limits) : m_socket(socket), m_maxValues(limits.maxMessageValues) {}
 
     /// Broken, for good, at what is no JSON, and with a warning line at what is longer than it may be.
-    Read next(Incoming *incoming);
+    Read next(qint64 maxBytes, Incoming *incoming);
     bool hasMore() const;
     /// Of a message that is not complete.
     qint64 bytesOfMessage() const { return m_messageBytes; }
+    /// Of all that is not yet a message: what has not reached the reader as well.
+    qint64 heldBytes() const;
 
     /// Takes what the socket has, which forgets it.
     void keep();
@@ -42,7 +41,6 @@ private:
     Read tooLong(qint64 bound, const char *what) const;
 
     QTcpSocket *m_socket;
-    qint64 m_maxBytes;
     qint64 m_maxValues;
     // Peers write as we do.
     Json::Parser m_reader{Json::Parser::Controls::AsWritten};

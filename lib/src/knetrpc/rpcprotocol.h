@@ -31,6 +31,13 @@ struct RpcLimits {
     qint64 maxMessageBytes = 256 * 1024 * 1024;
     /// So is one that sends a message of more values: a small value costs thirty times its text.
     qint64 maxMessageValues = 8 * 1024 * 1024;
+    /// The bound on the length of a message that a stranger sends: a peer that came to us and holds no token yet. 0:
+    /// none of its own.
+    qint64 maxStrangerMessageBytes = 0;
+    /// Where all strangers together hold more than this of messages that are not complete, and of answers that they
+    /// have not read, the one that holds most is disconnected. A byte that has come can cost 24 of memory. 0: no such
+    /// bound.
+    qint64 maxStrangersBytes = 0;
     /// A peer that has left more than this unread of answers, pongs included, when another one is due is disconnected,
     /// and so is one that has left so much unread of our calls when another one is due. One of them may be larger.
     qint64 maxUnreadBytes = 256 * 1024 * 1024;
