@@ -1,16 +1,13 @@
 #include "knetrpc/rpcserver.h"
 
+#include "knetrpc/acceptor.h"
 #include "knetrpc/rpccontroller.h"
 
-#include <QDebug>
-#include <QTimer>
+#include <utility>
 
 namespace KNet {
 
-RpcServer::RpcServer(RpcController *controller) : m_controller(controller)
-{
-    connect(this, &QTcpServer::acceptError, this, &RpcServer::pauseAfter);
-}
+RpcServer::RpcServer(RpcController *controller) : m_controller(controller) {}
 
 bool RpcServer::listen(const QHostAddress &address, quint16 port)
 {
@@ -18,12 +15,14 @@ bool RpcServer::listen(const QHostAddress &address, quint16 port)
         return false;
     // QTcpServer has set its own, which is too small for a site that comes back from a power cut.
     setListenBacklog(socketDescriptor(), kBacklog);
+    m_acceptor = new Acceptor(this, [this](qintptr descriptor) { incomingConnection(descriptor); });
     return true;
 }
 
 void RpcServer::retire()
 {
     m_controller = nullptr;
+    delete std::exchange(m_acceptor, nullptr);
     QTcpServer::close();
     if (m_accepting == 0)
         deleteLater();
@@ -35,16 +34,9 @@ void RpcServer::incomingConnection(qintptr socketDescriptor)
         return;
     ++m_accepting;
     m_controller->incomingConnection(socketDescriptor);
-    // Not before: a receiver of the signal may run the event loop, and QTcpServer goes on accepting behind us.
+    // Not before: a receiver of the signal may run the event loop, and the accepting may go on behind us.
     if (--m_accepting == 0 && !m_controller)
         deleteLater();
-}
-
-/// QTcpServer stops accepting for good after such an error.
-void RpcServer::pauseAfter(QAbstractSocket::SocketError error)
-{
-    qWarning() << "KNet::RpcServer::pauseAfter()" << error << errorString();
-    QTimer::singleShot(kAcceptPauseMs, this, &QTcpServer::resumeAccepting);
 }
 
 } // namespace KNet

@@ -4,6 +4,7 @@
 
 namespace KNet {
 
+class Acceptor;
 class RpcController;
 
 /// Listens for the controller and passes every accepted descriptor on to it. Takes a whole site's terminals that
@@ -14,8 +15,6 @@ class RpcServer : public QTcpServer
 public:
     /// Connections that the system may hold ready until they are accepted.
     static constexpr int kBacklog = 4096;
-    /// Pause after an accept that failed, for want of descriptors for example.
-    static constexpr int kAcceptPauseMs = 1000;
 
     explicit RpcServer(RpcController *controller);
 
@@ -28,10 +27,9 @@ protected:
     void incomingConnection(qintptr socketDescriptor) override;
 
 private:
-    void pauseAfter(QAbstractSocket::SocketError error);
-
     RpcController *m_controller;
-    int m_accepting = 0; // calls of incomingConnection() on the stack
+    Acceptor *m_acceptor = nullptr; // while it listens
+    int m_accepting = 0;            // calls of incomingConnection() on the stack
 };
 
 /// Sets the backlog of a socket that listens already; does nothing where the platform has no way.

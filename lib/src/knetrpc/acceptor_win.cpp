@@ -1,0 +1,30 @@
+#include "knetrpc/acceptor.h"
+
+#include <QDebug>
+#include <QTcpServer>
+#include <QTimer>
+
+#include <utility>
+
+namespace KNet {
+
+/// Qt, which stops accepting for good after such an error, hands over what comes.
+Acceptor::Acceptor(QTcpServer *server, Take take) : QObject(server), m_server(server), m_take(std::move(take))
+{
+    connect(server, &QTcpServer::acceptError, this, [this] { pause(m_server->errorString()); });
+}
+
+void Acceptor::acceptWaiting()
+{
+    m_isTold = false;
+    m_server->resumeAccepting();
+}
+
+void Acceptor::pause(const QString &reason)
+{
+    if (!std::exchange(m_isTold, true))
+        qWarning() << "KNet::Acceptor accepts nothing on port" << m_server->serverPort() << "for now:" << reason;
+    QTimer::singleShot(kPauseMs, this, &Acceptor::acceptWaiting);
+}
+
+} // namespace KNet
