@@ -359,7 +359,7 @@ void tst_Json::emptyKeyIsRejectedAndLogged()
                 {"{\"\":\"x^\"}", "({})"},
                 {"{\"a\":1,\"\":^[]}", "({\"a\":1})"},
                 {"[{\"\":nul^l}]", "([{}])"},
-                {"{\"a\":\"" + QByteArray(1000000, 'x') + "\",\"\":1^}", ", too long to show"}};
+                {"{\"a\":\"" + QByteArray(1000, 'x') + "\",\"\":1^}", ", too long to show"}};
     for (const auto &row : rows) {
         const QByteArray kind = row.text.startsWith('[') ? "<List>" : "<Hash>";
         const QByteArray line = "Parser::parse() QAny" + kind + row.root + " error key= \"\"";

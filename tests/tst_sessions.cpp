@@ -1,3 +1,4 @@
+#include "server/sessions/abridged.h"
 #include "terminalsite.h"
 
 #include <QElapsedTimer>
@@ -19,6 +20,7 @@ private Q_SLOTS:
     void init();
     void cleanup();
 
+    void parametersInDiagnostics();
     void loginAnswers();
     void oneConnectionPerNumber();
     void catchUp();
@@ -59,6 +61,24 @@ void TestSessions::answerLogsWith(const char *logs, const char *events)
     m_site->side.answer = [this, logs, events](const QString &, const QString &method, const QAny &) {
         return json(method == "getLogs" ? logs : events);
     };
+}
+
+void TestSessions::parametersInDiagnostics()
+{
+    using server::sessions::abridged;
+    const QString text(2'000'000, 'x');
+    QAny many = QAny::list({});
+    for (int i = 0; i < 100000; ++i)
+        many.append(text.left(700));
+    for (const QAny &value : {QAny(text), many, QAny::list({many, many}), QAny{{text, text}, {text + 'y', many}},
+                              QAny::list({QAny{{"a", many}}, text})}) {
+        QString line;
+        QDebug(&line) << abridged(value);
+        QVERIFY2(line.size() > 900 && line.size() < 1500, qPrintable(QString::number(line.size())));
+    }
+    QVERIFY(abridged(text).size() <= 1001 && abridged(text).startsWith("xxx"));
+    const QAny usual{{"id", 5}, {"list", QAny::list({1, 2.5, "a", QAny()})}};
+    QCOMPARE(abridged(usual), usual);
 }
 
 void TestSessions::loginAnswers()

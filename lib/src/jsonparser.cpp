@@ -12,7 +12,7 @@ namespace Json {
 namespace {
 
 /// A text that has grown beyond this is not written into the log whole when a value of it is refused.
-constexpr qint64 kMaxLoggedBytes = 256 * 1024;
+constexpr qint64 kMaxLoggedBytes = 1000;
 
 /// A container gets room at once for as many elements as its predecessor at the same depth had, up to this bound: rows
 /// are alike, and what a hostile text can waste stays small.

@@ -109,7 +109,7 @@ QAny CheckService::storeFile(const QAny &params, qint64 *size)
     qint64 decoded = 0;
     // Deliberate: the caller does not learn of a failure; the warning line tells it.
     if (!isPlainBelowProgram(path)) {
-        qWarning() << "CheckService::storeFile no plain file below the program's folder:" << path;
+        qWarning() << "CheckService::storeFile no plain file below the program's folder:" << sessions::abridged(path);
     } else {
         if (!QDir(folder).exists())
             QDir().mkdir(folder);
@@ -128,7 +128,7 @@ QString CheckService::fileName(const QAny &params)
 QAny CheckService::readFile(const QAny &params, const char *logName)
 {
     const QString path = fileName(params);
-    qDebug().noquote() << QLatin1String(logName) + QStringLiteral(" file:") << path;
+    qDebug().noquote() << QLatin1String(logName) + QStringLiteral(" file:") << sessions::abridged(path);
     QString content;
     if (!FileTransfer::encode(path, &content))
         return {};

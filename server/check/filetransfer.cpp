@@ -10,6 +10,9 @@ constexpr int kBytesPerGroup = 3; // of content, as
 constexpr int kCharsPerGroup = 4; // of text
 constexpr int kGroupsPerPiece = 256 * 1024;
 
+/// Of a path in the diagnostics; a peer may have chosen it.
+constexpr int kShownChars = 1000;
+
 constexpr int kBitsPerChar = 6;
 constexpr quint8 kForeign = 0xff;
 
@@ -78,7 +81,7 @@ bool FileTransfer::encode(const QString &path, QString *base64)
         return false;
     if (file.size() <= kMaxFileBytes)
         return encode(file, base64);
-    qWarning() << "FileTransfer::encode more than" << kMaxFileBytes << "bytes:" << path;
+    qWarning() << "FileTransfer::encode more than" << kMaxFileBytes << "bytes:" << path.left(kShownChars);
     return false;
 }
 
@@ -108,7 +111,7 @@ bool FileTransfer::decode(const QString &base64, const QString &path, qint64 *si
     const bool ok = file.open(QIODevice::WriteOnly | QIODevice::Truncate);
     if (ok && decode(base64, file, size) && file.flush())
         return true;
-    qWarning() << "FileTransfer::decode can't write" << path << file.errorString();
+    qWarning() << "FileTransfer::decode can't write" << path.left(kShownChars) << file.errorString();
     return false;
 }
 
