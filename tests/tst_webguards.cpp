@@ -149,6 +149,22 @@ void TestWebGuards::guests()
     QCOMPARE(guests.longest(), socket(3));
     guests.remove(socket(3));
     QCOMPARE(guests.longest(), socket(1));
+
+    const qint64 third = Guests::kMaxBytes / 3;
+    for (const quintptr number : {2, 3, 4})
+        guests.add(socket(number));
+    guests.setBytes(socket(1), third - 1);
+    guests.setBytes(socket(2), third + 1);
+    guests.setBytes(socket(3), third);
+    guests.setBytes(socket(5), Guests::kMaxBytes); // no guest
+    QCOMPARE(guests.tooLarge(), nullptr);
+    guests.setBytes(socket(4), 3);
+    QCOMPARE(guests.tooLarge(), socket(2));
+    guests.setBytes(socket(2), 0);
+    QCOMPARE(guests.tooLarge(), nullptr);
+    guests.setBytes(socket(2), third + 1);
+    guests.remove(socket(1));
+    QCOMPARE(guests.tooLarge(), nullptr);
 }
 
 void TestWebGuards::inbox()

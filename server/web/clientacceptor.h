@@ -36,6 +36,9 @@ public:
     /// The connections without a login; who knows of logins keeps it so.
     Guests &guests() { return m_guests; }
 
+    /// Cuts a connection that was accepted here.
+    void giveUp(QTcpSocket *socket);
+
     /// To be told of each of the server's new web sockets, whose time then runs no longer. The socket below it, which
     /// lives as long as its connection; null when that has gone.
     ClientLine *upgraded(const QWebSocket &webSocket);
@@ -50,7 +53,6 @@ protected:
 private:
     template <typename Line> bool take(Line *line, qintptr handle);
     qintptr outOfReserve(qintptr handle);
-    void giveUp(QTcpSocket *socket);
     void acceptPlain(qintptr handle);
     void acceptEncrypted(qintptr handle);
     void encrypt(QSslSocket *socket);

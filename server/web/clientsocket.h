@@ -23,6 +23,10 @@ public:
     virtual void rest() = 0;
     virtual void goOn() = 0;
     virtual bool isResting() const = 0;
+    /// Bytes that were received since the last whole message. To be told of each message, and when what came is read.
+    virtual qint64 partialBytes() const = 0;
+    virtual void messageIsWhole() = 0;
+    virtual void allIsRead() = 0;
     /// Bytes that are still to be sent, encrypted ones included.
     virtual qint64 unreadBytes() const = 0;
     /// Who leaves more than this unread when a pong is due is disconnected; answers are the server's business.
@@ -46,6 +50,11 @@ public:
             return false;
         this->setSocketOption(QAbstractSocket::LowDelayOption, 1);
         this->setSocketOption(QAbstractSocket::ReceiveBufferSizeSocketOption, kReceiveBuffer);
+        // Before a web socket reads: it does not tell how much it keeps.
+        this->connect(this, &QIODevice::readyRead, this, [this] {
+            m_partial += qMax<qint64>(0, Socket::bytesAvailable() - m_left);
+            m_left = Socket::bytesAvailable();
+        });
         return true;
     }
 
@@ -64,6 +73,9 @@ public:
             this, [this] { readOn(); }, Qt::QueuedConnection);
     }
     bool isResting() const override { return m_isResting; }
+    qint64 partialBytes() const override { return m_partial; }
+    void messageIsWhole() override { m_partial = Socket::bytesAvailable(); }
+    void allIsRead() override { m_left = Socket::bytesAvailable(); }
     qint64 unreadBytes() const override { return this->bytesToWrite() + encryptedBytes(); }
     void setMaxUnread(qint64 bytes) override { m_maxUnread = bytes; }
     QTcpSocket &socket() override { return *this; }
@@ -105,6 +117,8 @@ private:
     }
 
     qint64 m_maxUnread = std::numeric_limits<qint64>::max();
+    qint64 m_partial = 0;
+    qint64 m_left = 0; // after the last reading
     bool m_isResting = false;
     bool m_isDropped = false;
 };

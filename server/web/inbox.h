@@ -35,6 +35,7 @@ public:
         m_bytes -= message.size();
         return message;
     }
+    qint64 bytes() const { return m_bytes; }
     bool isEmpty() const { return m_messages.isEmpty(); }
     /// Nothing more should be read from the client.
     bool isFull() const { return m_messages.size() >= kMaxMessages || m_bytes >= kMaxBytes; }

@@ -28,10 +28,27 @@ const QString &userSql()
 }
 
 const QString kUser = QStringLiteral("user");
+const QString kPassword = QStringLiteral("pass");
 
 QString userOf(const QAny &req)
 {
     return req.lookup(kData).lookup(kUser).toString();
+}
+
+QAny shortened(const QAny &text)
+{
+    return QAny(text.toString().left(kMaxLiteral + 1));
+}
+
+/// What matters of a login, to be kept: no more than a text of a statement, or what is too long for one.
+QAny loginOf(const QAny &req)
+{
+    QAny data(QAny::Hash);
+    for (const QString &key : {kUser, kPassword}) {
+        if (req.lookup(kData).contains(key))
+            data.insert(key, shortened(req.lookup(kData).lookup(key)));
+    }
+    return QAny{{kType, req.lookup(kType)}, {kTag, req.lookup(kTag).toString()}, {kData, data}};
 }
 
 /// Nobody who has not logged in may fill the journal with long names and passwords.
@@ -106,7 +123,7 @@ webMetods::Outcome webMetods::answer(const QAny &req, const QObject *peer, bool 
     const QString type = req.lookup(kType).toString();
     if (type == QLatin1String("getUser")) {
         if (!m_brake.allows(userOf(req)) && mayHold)
-            return {{}, {}, true};
+            return {{}, {}, loginOf(req)};
         QAny login = getUser(req, peer, tag);
         login.insert(kTag, tag);
         return {login, {}};
@@ -147,20 +164,20 @@ QAny webMetods::getUser(const QAny &req, const QObject *peer, const QString &tag
     if (!req.contains(kData))
         return refused(answer, "No Data");
     const QAny &data = req.lookup(kData);
-    const QString passKey = QStringLiteral("pass");
     if (!data.contains(kUser))
         return refused(answer, "No user!");
-    if (!data.contains(passKey))
+    if (!data.contains(kPassword))
         return refused(answer, "No password!");
 
     const QString user = userOf(req);
-    const QString password = data.lookup(passKey).toString();
+    const QString password = data.lookup(kPassword).toString();
     const QString sql = userSql().arg(user, password);
     // Deliberate: the row names the password, administrators look up failed logins by it.
     if (logger())
         logger()->note(
             QStringLiteral("Logger::Webser NewUser:%1 %2").arg(user.left(kMaxLogged), password.left(kMaxLogged)));
-    qDebug() << "SQL getUser: " << sql;
+    constexpr int kMaxShown = 1000;
+    qDebug() << "SQL getUser: " << sql.left(kMaxShown);
     const QAny rows = isLiteral(user) && isLiteral(password) ? rowsOf(sql) : QAny(QAny::List);
     if (rows.count() == 0) {
         m_brake.failed(user);

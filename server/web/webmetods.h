@@ -9,6 +9,7 @@
 #include <QString>
 
 #include <functional>
+#include <optional>
 
 class QObject;
 
@@ -27,9 +28,10 @@ public:
 
     /// The answer, or what gives it.
     struct Outcome {
-        QAny answer;         ///< beside a reading the one to be given where too much else is read
-        Reading reading;     ///< empty where the answer is there
-        bool isHeld = false; ///< a login that may not be tried yet: nothing was done, begin it again a little later
+        QAny answer;     ///< beside a reading the one to be given where too much else is read
+        Reading reading; ///< empty where the answer is there
+        std::optional<QAny> held =
+            {}; ///< a login that may not be tried yet; nothing was done: begin this a little later
     };
 
     /// The clock tells which day today is, and when a hand-entered event was made.

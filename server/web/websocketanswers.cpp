@@ -77,11 +77,11 @@ void WebSocketServer::answerText(QWebSocket *socket, const QString &message)
 void WebSocketServer::answerRequest(QWebSocket *socket, const QAny &request)
 {
     webMetods::Outcome outcome = m_methods.begin(request, socket);
-    if (outcome.isHeld) {
+    if (outcome.held) {
         Client &client = m_clients[socket];
         if (client.isEnding)
             return;
-        client.held = request;
+        client.held = outcome.held;
         m_held.enqueue(socket);
         m_heldLook.start();
         return;

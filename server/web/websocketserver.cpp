@@ -102,6 +102,38 @@ void WebSocketServer::addClient(QWebSocket *socket, const Peer &peer)
     client.socket = client.line ? &client.line->socket() : nullptr;
     m_clients.insert(socket, client);
     setBounds(socket, true);
+    // After the web socket's own: what it could make a message of, it has.
+    if (client.socket) {
+        connect(client.socket, &QIODevice::readyRead, socket, [this, socket] {
+            if (m_clients.contains(socket))
+                noteBytes(socket);
+        });
+    }
+}
+
+void WebSocketServer::noteBytes(QWebSocket *socket)
+{
+    const Client &client = m_clients[socket];
+    if (!client.socket)
+        return;
+    client.line->allIsRead();
+    if (!client.isGuest)
+        return;
+    m_acceptor.guests().setBytes(client.socket,
+                                 client.line->partialBytes() + client.waiting.bytes() + client.line->unreadBytes());
+    if (m_acceptor.guests().tooLarge()) // the socket's own code is on the stack
+        QMetaObject::invokeMethod(
+            this, [this] { dropLargestGuest(); }, Qt::QueuedConnection);
+}
+
+void WebSocketServer::dropLargestGuest()
+{
+    QTcpSocket *guest = m_acceptor.guests().tooLarge();
+    if (!guest)
+        return;
+    qWarning() << "WebSocketServer::dropLargestGuest clients without a login hold too much, peer"
+               << guest->peerAddress().toString() << guest->peerPort();
+    m_acceptor.giveUp(guest);
 }
 
 void WebSocketServer::setBounds(QWebSocket *socket, bool isGuest)
@@ -159,6 +191,8 @@ void WebSocketServer::receive(QWebSocket *socket, const Message &message)
     if (client == m_clients.end())
         return;
     client->waiting.add(message);
+    if (client->socket)
+        client->line->messageIsWhole();
     if (message.kind == Message::End) {
         leave(socket);
     } else if (client->waiting.isFull() && client->socket) {
@@ -194,8 +228,10 @@ void WebSocketServer::takeTurn()
         workOff(socket, turn);
         if (!self)
             return;
-        if (socket && m_clients.contains(socket))
-            readOn(socket);
+        if (!socket || !m_clients.contains(socket))
+            continue;
+        noteBytes(socket);
+        readOn(socket);
     }
     if (!m_due.isEmpty())
         m_turn.start(turn.hasExpired(kMaxTurnMs) ? kBreathMs : 0);

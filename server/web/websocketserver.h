@@ -35,7 +35,8 @@ namespace server::web {
 /// a queue of their client, in their order, for a turn of the event loop: no socket's own code is below a handler on
 /// the stack, and no client keeps the others waiting for more than kMaxMessagesPerTurn of its messages. Nor do all of
 /// them together keep the terminals waiting for more than kMaxTurnMs and the message that is being answered. A client
-/// whose queue is full is not read until a part of it is worked off; that it has left is noticed all the same.
+/// whose queue is full is not read until a part of it is worked off; that it has left is noticed all the same. Where
+/// the clients without a login hold too much memory together, the one goes that holds most.
 ///
 /// With a pool, answers that are only read are worked out by it, down to their text. What such a client sends
 /// meanwhile waits, so that its answers come in the order of its requests. When the client goes, its reading is given
@@ -139,6 +140,8 @@ private:
     void boundClient(QWebSocket *socket, const Peer &peer);
     void setBounds(QWebSocket *socket, bool isGuest);
     void noteLogin(QWebSocket *socket);
+    void noteBytes(QWebSocket *socket);
+    void dropLargestGuest();
     void forget(QWebSocket *socket);
 
     // How a message is answered.

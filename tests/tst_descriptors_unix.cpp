@@ -104,4 +104,4 @@ void TestDescriptors::peerGone()
 }
 
 QTEST_GUILESS_MAIN(TestDescriptors)
-#include "tst_descriptors.moc"
+#include "tst_descriptors_unix.moc"
