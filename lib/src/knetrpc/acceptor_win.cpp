@@ -12,11 +12,11 @@ namespace KNet {
 Acceptor::Acceptor(QTcpServer *server, Take take) : QObject(server), m_server(server), m_take(std::move(take))
 {
     connect(server, &QTcpServer::acceptError, this, [this] { pause(m_server->errorString()); });
+    connect(server, &QTcpServer::newConnection, this, [this] { m_isTold = false; });
 }
 
 void Acceptor::acceptWaiting()
 {
-    m_isTold = false;
     m_server->resumeAccepting();
 }
 
