@@ -1,28 +1,12 @@
 // Whatever the bytes are: the reader must come to the same verdict, at the same byte and with the same value, however
 // they are cut into pieces; and what it accepts must survive being written and read again.
 
+#include "driver.h"
 #include "jsonparser.h"
 
-#include <QtGlobal>
-
 #include <cmath>
-#include <cstdint>
-#include <cstdio>
-#include <cstdlib>
-
-#ifdef ZUK_FUZZ_FILES
-#include <QFile>
-#endif
 
 namespace {
-
-void require(bool holds, const char *what)
-{
-    if (holds)
-        return;
-    std::fprintf(stderr, "fuzz_json: %s\n", what);
-    std::abort();
-}
 
 struct Reading {
     Json::Parser::Feed last = Json::Parser::NeedsMore;
@@ -64,8 +48,12 @@ bool isFinite(const QAny &value)
     return true;
 }
 
-void check(const char *bytes, qsizetype length)
+} // namespace
+
+void check(const QByteArray &input)
 {
+    const char *const bytes = input.constData();
+    const qsizetype length = input.size();
     const Reading whole = read(bytes, length, 0);
     const QByteArray text = whole.value.toJsonUtf8();
     require(whole.finished == (whole.last == Json::Parser::Complete), "complete, but not finished, or the reverse");
@@ -82,25 +70,3 @@ void check(const char *bytes, qsizetype length)
     require(again.finished && again.taken == text.size(), "what was written is not read");
     require(again.value.toJsonUtf8() == text, "what was written reads as another value");
 }
-
-} // namespace
-
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
-{
-    check(reinterpret_cast<const char *>(data), static_cast<qsizetype>(size));
-    return 0;
-}
-
-#ifdef ZUK_FUZZ_FILES
-int main(int argc, char **argv)
-{
-    for (int i = 1; i < argc; ++i) {
-        QFile file(QString::fromLocal8Bit(argv[i]));
-        require(file.open(QIODevice::ReadOnly), "a file cannot be read");
-        const QByteArray bytes = file.readAll();
-        check(bytes.constData(), bytes.size());
-    }
-    std::printf("%d files\n", argc - 1);
-    return 0;
-}
-#endif

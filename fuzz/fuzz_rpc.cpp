@@ -1,45 +1,15 @@
 // Whatever a peer sends, in whatever pieces, and whenever it goes: the server must handle it to the end, keep nothing
 // of the connection, and go on serving others.
 
+#include "driver.h"
 #include "knetrpc/rpccall.h"
 #include "knetrpc/rpccontroller.h"
 
 #include <QCoreApplication>
-#include <QDeadlineTimer>
 #include <QTcpSocket>
 #include <QTimer>
 
-#include <cstdint>
-#include <cstdio>
-#include <cstdlib>
-#include <functional>
-
-#ifdef ZUK_FUZZ_FILES
-#include <QFile>
-#endif
-
 namespace {
-
-void require(bool holds, const char *what)
-{
-    if (holds)
-        return;
-    std::fprintf(stderr, "fuzz_rpc: %s\n", what);
-    std::abort();
-}
-
-/// Runs the event loop until the condition holds.
-void runUntil(const std::function<bool()> &holds, const char *what)
-{
-    constexpr int kPatienceMs = 10000;
-    QTimer wake;
-    wake.start(kPatienceMs);
-    const QDeadlineTimer deadline(kPatienceMs);
-    while (!holds()) {
-        require(!deadline.hasExpired(), what);
-        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
-    }
-}
 
 /// What a stranger can reach without a login.
 class Service : public QObject
@@ -113,39 +83,12 @@ private:
     int m_open = 0;
 };
 
-void check(const char *bytes, int length)
-{
-    static int argc = 1;
-    static char name[] = "fuzz_rpc";
-    static char *argv[] = {name, nullptr};
-    static QCoreApplication application(argc, argv);
-    static const bool quiet =
-        qInstallMessageHandler([](QtMsgType, const QMessageLogContext &, const QString &) {}) != nullptr;
-    static Site site;
-    Q_UNUSED(quiet)
-    site.check(bytes, length);
-}
-
 } // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
+void check(const QByteArray &input)
 {
-    check(reinterpret_cast<const char *>(data), static_cast<int>(size));
-    return 0;
+    static Site site;
+    site.check(input.constData(), input.size());
 }
-
-#ifdef ZUK_FUZZ_FILES
-int main(int argc, char **argv)
-{
-    for (int i = 1; i < argc; ++i) {
-        QFile file(QString::fromLocal8Bit(argv[i]));
-        require(file.open(QIODevice::ReadOnly), "a file cannot be read");
-        const QByteArray bytes = file.readAll();
-        check(bytes.constData(), bytes.size());
-    }
-    std::printf("%d files\n", argc - 1);
-    return 0;
-}
-#endif
 
 #include "fuzz_rpc.moc"
