@@ -8,6 +8,7 @@
 #include <atomic>
 #include <cstdio>
 #include <future>
+#include <optional>
 #include <thread>
 
 using storage::ReadConnection;
@@ -119,8 +120,8 @@ void TestReadConnection::readersSeeOneState()
         std::vector<std::thread> readers;
         std::vector<std::promise<bool>> begun(counts.size());
         {
-            const WriteHold hold(m_path);
-            QVERIFY(hold.status());
+            std::optional<WriteHold> hold; // is only as patient as its user
+            QTRY_VERIFY(hold.emplace(m_path).status());
             for (size_t i = 0; i < counts.size(); ++i) {
                 readers.emplace_back([this, &count = counts[i], &hasBegun = begun[i]] {
                     ReadConnection reader(m_path);
