@@ -16,12 +16,16 @@ bool isShown(QChar character)
     return character == QLatin1Char('\t') || character.category() != QChar::Other_Control;
 }
 
+bool isAscii(const QByteArray &bytes)
+{
+    return std::all_of(bytes.begin(), bytes.end(), [](char byte) { return static_cast<signed char>(byte) >= 0; });
+}
+
 QString decoded(const QByteArray &bytes)
 {
     // The form for a QByteArray alone ends at a NUL.
     const auto asLatin1 = [&bytes] { return QString::fromLatin1(bytes.constData(), bytes.size()); };
-    const auto isAscii = [](char byte) { return static_cast<signed char>(byte) >= 0; };
-    if (std::all_of(bytes.begin(), bytes.end(), isAscii))
+    if (isAscii(bytes))
         return asLatin1();
     QTextCodec::ConverterState state;
     const QString text = QTextCodec::codecForName("UTF-8")->toUnicode(bytes.constData(), bytes.size(), &state);
@@ -63,7 +67,9 @@ QString EkeyLine::dateOf(const QByteArray &bytes)
     }
     const int end = bytes.indexOf(kSeparator, begin);
     const int length = (end < 0 ? bytes.size() : end) - begin;
-    return textOf(QByteArray::fromRawData(bytes.constData() + begin, length)).trimmed();
+    const QByteArray field = QByteArray::fromRawData(bytes.constData() + begin, length);
+    // What is not ASCII is in the encoding of the whole line.
+    return isAscii(field) ? textOf(field).trimmed() : EkeyLine(bytes).date();
 }
 
 } // namespace server::reader
