@@ -1,9 +1,6 @@
-#include "server/process/acceptloop.h"
 #include "server/process/descriptorreserve.h"
 #include "server/process/peergone.h"
 
-#include <QTcpServer>
-#include <QTcpSocket>
 #include <QTest>
 
 #include <fcntl.h>
@@ -22,7 +19,6 @@ private Q_SLOTS:
     void cleanup() { setLimit(m_limit.rlim_cur); }
 
     void reserve();
-    void acceptsAgain();
     void peerGone();
 
 private:
@@ -57,38 +53,6 @@ void TestDescriptors::reserve()
     QCOMPARE(movedDown(lowest), qintptr(lowest));
     closeSocket(lowest);
     QCOMPARE(lowestFree(), lowest);
-}
-
-void TestDescriptors::acceptsAgain()
-{
-    QTcpServer server;
-    QVERIFY(server.listen(QHostAddress::LocalHost));
-    server.pauseAccepting();
-    QList<qintptr> accepted;
-    AcceptLoop loop(server.serverPort() ? server.socketDescriptor() : -1, "Test",
-                    [&](qintptr descriptor) { accepted += descriptor; });
-    QTcpSocket first;
-    QTcpSocket second;
-    first.connectToHost(QHostAddress::LocalHost, server.serverPort());
-    QTRY_COMPARE(accepted.size(), 1);
-
-    // One is left, for the client's own socket.
-    static int warnings = 0;
-    const QtMessageHandler before = qInstallMessageHandler(
-        [](QtMsgType type, const QMessageLogContext &, const QString &) { warnings += type == QtWarningMsg ? 1 : 0; });
-    setLimit(rlim_t(lowestFree()) + 1);
-    second.connectToHost(QHostAddress::LocalHost, server.serverPort());
-    const clock_t start = clock();
-    QTest::qWait(3 * AcceptLoop::kPauseMs);
-    const double busy = double(clock() - start) / CLOCKS_PER_SEC;
-    qInstallMessageHandler(before);
-    QCOMPARE(accepted.size(), 1);
-    QCOMPARE(warnings, 1);
-    QVERIFY2(busy < 0.3, qPrintable(QString::number(busy)));
-    setLimit(m_limit.rlim_cur);
-    QTRY_COMPARE(accepted.size(), 2);
-    for (const qintptr descriptor : qAsConst(accepted))
-        closeSocket(descriptor);
 }
 
 void TestDescriptors::peerGone()

@@ -1,5 +1,5 @@
-#include "knetrpc/acceptor.h"
 #include "knetrpc/rpcconnection.h"
+#include "net/acceptor.h"
 #include "rows.h"
 #include "rpcpeer.h"
 
@@ -346,7 +346,7 @@ void TestRpcWire::outOfDescriptors()
     // The few that get free are left to files.
     for (int i = 0; i < 2; ++i, taken.pop_back())
         close(taken.back());
-    waitFor([&] { return !site.incoming.isEmpty(); }, KNet::Acceptor::kPauseMs + 200);
+    waitFor([&] { return !site.incoming.isEmpty(); }, Net::Acceptor::kPauseMs + 200);
     const int accepted = site.incoming.size();
     std::for_each(taken.begin(), taken.end(), close);
     setrlimit(RLIMIT_NOFILE, &limit);
@@ -355,7 +355,7 @@ void TestRpcWire::outOfDescriptors()
     QCOMPARE(one.next(), canonical(kPong));
     QCOMPARE(two.ask(kPing), canonical(kPong));
     QCOMPARE(Warnings::lines.size(), 1);
-    QVERIFY2(Warnings::lines.first().startsWith("KNet::Acceptor "), qPrintable(Warnings::lines.first()));
+    QVERIFY2(Warnings::lines.first().startsWith("Net::Acceptor "), qPrintable(Warnings::lines.first()));
 #else
     QSKIP("needs the limits of a Unix process");
 #endif

@@ -1,5 +1,6 @@
 #include "server/web/clientacceptor.h"
 
+#include "net/acceptor.h"
 #include "server/process/descriptorreserve.h"
 #include "server/web/clientsocket.h"
 
@@ -9,8 +10,12 @@
 #include <QWebSocketServer>
 
 #include <algorithm>
+#include <utility>
 
 namespace server::web {
+
+/// After so long without a shortage of descriptors another one is told of.
+constexpr int kQuietMs = 60000;
 
 ClientAcceptor::ClientAcceptor(QWebSocketServer &server, QObject *parent) : QTcpServer(parent), m_server(server) {}
 
@@ -18,17 +23,13 @@ bool ClientAcceptor::open(quint16 port)
 {
     if (!listen(QHostAddress::Any, port))
         return false;
-    if (!process::AcceptLoop::isNeeded())
-        return true;
-    pauseAccepting();
-    m_loop = std::make_unique<process::AcceptLoop>(socketDescriptor(), "WebSocketServer",
-                                                   [this](qintptr handle) { incomingConnection(handle); });
+    m_acceptor = new Net::Acceptor(this, 0, [this](qintptr handle) { incomingConnection(handle); });
     return true;
 }
 
 void ClientAcceptor::shut()
 {
-    m_loop.reset();
+    delete std::exchange(m_acceptor, nullptr);
     close();
 }
 
@@ -47,7 +48,7 @@ void ClientAcceptor::incomingConnection(qintptr handle)
 /// The last descriptors are the terminals': somebody makes room below them. -1 when nobody does.
 qintptr ClientAcceptor::outOfReserve(qintptr handle)
 {
-    if (!m_crowded.isValid() || m_crowded.hasExpired(process::AcceptLoop::kQuietMs))
+    if (!m_crowded.isValid() || m_crowded.hasExpired(kQuietMs))
         qWarning()
             << "ClientAcceptor::outOfReserve few descriptors are left: web connections without a login have to go";
     m_crowded.start();

@@ -1,17 +1,18 @@
 #pragma once
 
-#include "server/process/acceptloop.h"
 #include "server/web/guests.h"
 
 #include <QElapsedTimer>
 #include <QHash>
 #include <QTcpServer>
 
-#include <memory>
-
 class QSslSocket;
 class QWebSocket;
 class QWebSocketServer;
+
+namespace Net {
+class Acceptor;
+}
 
 namespace server::web {
 
@@ -58,7 +59,7 @@ private:
     void encrypt(QSslSocket *socket);
 
     QWebSocketServer &m_server;
-    std::unique_ptr<process::AcceptLoop> m_loop;    // while it listens, where one is needed
+    Net::Acceptor *m_acceptor = nullptr;            // while it listens
     QMultiHash<quint16, ClientLine *> m_connecting; // no web sockets yet, by the peer's port
     Guests m_guests;
     QElapsedTimer m_crowded; // since a connection had to go the last time

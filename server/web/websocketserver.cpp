@@ -24,11 +24,6 @@ WebSocketServer::WebSocketServer(const QString &name, QWebSocketServer::SslMode 
     connect(&m_heldLook, &QTimer::timeout, this, [this] { lookAtHeld(); });
     m_restLook.setInterval(kRestLookMs);
     connect(&m_restLook, &QTimer::timeout, this, [this] { lookAtResting(); });
-    connect(&m_acceptor, &QTcpServer::acceptError, this, [this](QAbstractSocket::SocketError error) {
-        // The server stops accepting for good after such an error.
-        qWarning() << "WebSocketServer::WebSocketServer can't accept:" << error;
-        QTimer::singleShot(kAcceptPauseMs, this, [this] { m_acceptor.resumeAccepting(); });
-    });
 }
 
 WebSocketServer::~WebSocketServer()

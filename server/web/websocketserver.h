@@ -69,8 +69,6 @@ public:
     static constexpr int kRestLookMs = 1000;
     /// A closing socket that has not gone by then is aborted.
     static constexpr int kCloseGraceMs = 5000;
-    /// Pause after an accept that failed, where QTcpServer does it.
-    static constexpr int kAcceptPauseMs = 1000;
 
     ~WebSocketServer() override;
 

@@ -1,7 +1,7 @@
 #include "knetrpc/rpcserver.h"
 
-#include "knetrpc/acceptor.h"
 #include "knetrpc/rpccontroller.h"
+#include "net/acceptor.h"
 
 #include <utility>
 
@@ -15,7 +15,8 @@ bool RpcServer::listen(const QHostAddress &address, quint16 port)
         return false;
     // QTcpServer has set its own, which is too small for a site that comes back from a power cut.
     setListenBacklog(socketDescriptor(), kBacklog);
-    m_acceptor = new Acceptor(this, [this](qintptr descriptor) { incomingConnection(descriptor); });
+    m_acceptor =
+        new Net::Acceptor(this, kLeftDescriptors, [this](qintptr descriptor) { incomingConnection(descriptor); });
     return true;
 }
 

@@ -2,9 +2,12 @@
 
 #include <QTcpServer>
 
+namespace Net {
+class Acceptor;
+}
+
 namespace KNet {
 
-class Acceptor;
 class RpcController;
 
 /// Listens for the controller and passes every accepted descriptor on to it. Takes a whole site's terminals that
@@ -15,6 +18,8 @@ class RpcServer : public QTcpServer
 public:
     /// Connections that the system may hold ready until they are accepted.
     static constexpr int kBacklog = 4096;
+    /// Descriptors that are left to files: what is logged in has to be served.
+    static constexpr int kLeftDescriptors = 32;
 
     explicit RpcServer(RpcController *controller);
 
@@ -28,8 +33,8 @@ protected:
 
 private:
     RpcController *m_controller;
-    Acceptor *m_acceptor = nullptr; // while it listens
-    int m_accepting = 0;            // calls of incomingConnection() on the stack
+    Net::Acceptor *m_acceptor = nullptr; // while it listens
+    int m_accepting = 0;                 // calls of incomingConnection() on the stack
 };
 
 /// Sets the backlog of a socket that listens already; does nothing where the platform has no way.

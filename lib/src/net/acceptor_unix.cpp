@@ -1,4 +1,4 @@
-#include "knetrpc/acceptor.h"
+#include "net/acceptor.h"
 
 #include <QDebug>
 #include <QPointer>
@@ -15,12 +15,12 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
-namespace KNet {
+namespace Net {
 
 namespace {
 
 /// Whether one more may be taken. The system gives the lowest number that is free, so the highest ones stay free.
-bool hasDescriptors(int any)
+bool hasDescriptors(int any, int left)
 {
     rlimit limit{};
     const int next = ::fcntl(any, F_DUPFD_CLOEXEC, 0);
@@ -29,13 +29,14 @@ bool hasDescriptors(int any)
     ::close(next);
     if (getrlimit(RLIMIT_NOFILE, &limit) != 0)
         return true;
-    const rlim_t left = std::min<rlim_t>(Acceptor::kLeftDescriptors, limit.rlim_cur / 4);
-    return static_cast<rlim_t>(next) < limit.rlim_cur - left;
+    const rlim_t last = limit.rlim_cur - std::min<rlim_t>(static_cast<rlim_t>(left), limit.rlim_cur / 4);
+    return static_cast<rlim_t>(next) < last;
 }
 
 } // namespace
 
-Acceptor::Acceptor(QTcpServer *server, Take take) : QObject(server), m_server(server), m_take(std::move(take))
+Acceptor::Acceptor(QTcpServer *server, int left, Take take)
+    : QObject(server), m_server(server), m_left(left), m_take(std::move(take))
 {
     server->pauseAccepting(); // for good: a socket has one notifier
     m_notifier = new QSocketNotifier(server->socketDescriptor(), QSocketNotifier::Read, this);
@@ -48,7 +49,7 @@ void Acceptor::acceptWaiting()
     const Take take = m_take; // may end this object
     const int listening = static_cast<int>(m_server->socketDescriptor());
     for (int i = 0; self && i < kMaxAtOnce; ++i) {
-        if (!hasDescriptors(listening))
+        if (!hasDescriptors(listening, m_left))
             return pause(qt_error_string(EMFILE));
         const int descriptor = ::accept4(listening, nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK);
         if (descriptor >= 0) {
@@ -67,7 +68,7 @@ void Acceptor::pause(const QString &reason)
     m_notifier->setEnabled(false);
     QTimer::singleShot(kPauseMs, m_notifier, [this] { m_notifier->setEnabled(true); });
     if (!std::exchange(m_isTold, true))
-        qWarning() << "KNet::Acceptor accepts nothing on port" << m_server->serverPort() << "for now:" << reason;
+        qWarning() << "Net::Acceptor accepts nothing on port" << m_server->serverPort() << "for now:" << reason;
 }
 
-} // namespace KNet
+} // namespace Net

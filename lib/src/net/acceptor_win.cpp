@@ -1,4 +1,4 @@
-#include "knetrpc/acceptor.h"
+#include "net/acceptor.h"
 
 #include <QDebug>
 #include <QTcpServer>
@@ -6,10 +6,11 @@
 
 #include <utility>
 
-namespace KNet {
+namespace Net {
 
 /// Qt, which stops accepting for good after such an error, hands over what comes.
-Acceptor::Acceptor(QTcpServer *server, Take take) : QObject(server), m_server(server), m_take(std::move(take))
+Acceptor::Acceptor(QTcpServer *server, int left, Take take)
+    : QObject(server), m_server(server), m_left(left), m_take(std::move(take))
 {
     connect(server, &QTcpServer::acceptError, this, [this] { pause(m_server->errorString()); });
     connect(server, &QTcpServer::newConnection, this, [this] { m_isTold = false; });
@@ -23,8 +24,8 @@ void Acceptor::acceptWaiting()
 void Acceptor::pause(const QString &reason)
 {
     if (!std::exchange(m_isTold, true))
-        qWarning() << "KNet::Acceptor accepts nothing on port" << m_server->serverPort() << "for now:" << reason;
+        qWarning() << "Net::Acceptor accepts nothing on port" << m_server->serverPort() << "for now:" << reason;
     QTimer::singleShot(kPauseMs, this, &Acceptor::acceptWaiting);
 }
 
-} // namespace KNet
+} // namespace Net
