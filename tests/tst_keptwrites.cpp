@@ -234,7 +234,7 @@ void TestKeptWrites::whatMeetsDamageIsPutAside()
     line.isKept = false;
     writes.gather(line);
     comeRound();
-    QCOMPARE(m_log.last(), QString("refused 5"));
+    QVERIFY(m_log.contains("refused 5"));
     // Traffic does not put the next attempt off.
     m_fails.clear();
     while (writes.count() > 0) {
