@@ -5,14 +5,16 @@
 #include <cstdint>
 #include <string>
 
+constexpr char kWebSocketRequest[] = "GET / HTTP/1.1\r\nHost: bench\r\nUpgrade: websocket\r\nConnection: Upgrade\r\n"
+                                     "Sec-WebSocket-Key: AAAAAAAAAAAAAAAAAAAAAA==\r\nSec-WebSocket-Version: 13\r\n\r\n";
+
 /// A web client on a bare socket: one request, one answer. Ends the process when the server does not keep to that.
 class WireWebClient
 {
 public:
     explicit WireWebClient(quint16 port) : m_socket(connectedSocket(port))
     {
-        sendAll("GET / HTTP/1.1\r\nHost: bench\r\nUpgrade: websocket\r\nConnection: Upgrade\r\n"
-                "Sec-WebSocket-Key: AAAAAAAAAAAAAAAAAAAAAA==\r\nSec-WebSocket-Version: 13\r\n\r\n");
+        sendAll(kWebSocketRequest);
         while (m_input.find("\r\n\r\n") == std::string::npos)
             receive();
         m_input.erase(0, m_input.find("\r\n\r\n") + 4);

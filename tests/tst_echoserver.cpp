@@ -40,6 +40,7 @@ private Q_SLOTS:
     void messageBound_data();
     void messageBound();
     void unreadPongs();
+    void pingsAreReadInTurns();
     void guestsHoldLittle();
     void guessingIsSlow();
     void guestsLeaveTheReserve();
@@ -210,6 +211,28 @@ void TestEchoServer::unreadPongs()
     }
     QTRY_COMPARE(events.count(), 2);
     QVERIFY(events.last().first().toString().startsWith(QLatin1String("socketDisconnected: ")));
+}
+
+/// What has come is not read in one piece: others have their turns between.
+void TestEchoServer::pingsAreReadInTurns()
+{
+    constexpr int kPings = 50000;
+    constexpr int kPongBytes = 2;
+    constexpr int kMostOfHead = 1000;
+    EchoServer server(0);
+    QSignalSpy events(&server, &EchoServer::newEvent);
+    QTcpSocket client;
+    client.connectToHost(QHostAddress::LocalHost, server.serverPort());
+    client.write(kHandshake);
+    QTRY_COMPARE(events.count(), 1);
+    QTRY_VERIFY(client.peek(kMostOfHead).endsWith("\r\n\r\n"));
+    client.readAll();
+    WebClient other(server.serverPort());
+    client.write(QByteArray::fromHex("898000000000").repeated(kPings));
+    int answered = 0;
+    for (; client.bytesAvailable() < kPings * kPongBytes; ++answered)
+        QVERIFY(other.ask("{}").isHash());
+    QVERIFY2(answered >= 10, QByteArray::number(answered));
 }
 
 void TestEchoServer::guestsHoldLittle()

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "server/web/readingturn.h"
+
 #include <QDebug>
 #include <QHostAddress>
 #include <QMetaObject>
@@ -9,6 +11,7 @@
 
 #include <limits>
 #include <type_traits>
+#include <utility>
 
 namespace server::web {
 
@@ -23,7 +26,12 @@ public:
     virtual void rest() = 0;
     virtual void goOn() = 0;
     virtual bool isResting() const = 0;
-    /// Bytes that were received since the last whole message. To be told of each message, and when what came is read.
+    /// From here on its frames are read in turns; null: at once, as they come. Not owned.
+    virtual void readInTurns(ReadingTurn *turns) = 0;
+    /// It has waited for a turn, which comes now.
+    virtual void turnComes() = 0;
+    /// Bytes that were received since the last whole message. To be told of each message, and when what may be read of
+    /// what came is read.
     virtual qint64 partialBytes() const = 0;
     virtual void messageIsWhole() = 0;
     virtual void allIsRead() = 0;
@@ -58,21 +66,36 @@ public:
         return true;
     }
 
-    /// None while it rests, which is what ends a web socket's reading.
-    qint64 bytesAvailable() const override { return m_isResting ? 0 : Socket::bytesAvailable(); }
+    /// None while it rests or waits for a turn, which is what ends a web socket's reading.
+    qint64 bytesAvailable() const override
+    {
+        if (m_isResting || m_isWaiting)
+            return 0;
+        const qint64 bytes = Socket::bytesAvailable();
+        if (bytes == 0 || !m_turns || !m_turns->isOver())
+            return bytes;
+        // A question that is asked before each frame, and the only place to end a reading that is under way.
+        const_cast<ServedSocket *>(this)->waitForTurn(bytes);
+        return 0;
+    }
 
     void rest() override
     {
         m_isResting = true;
-        this->setReadBufferSize(1);
+        this->setReadBufferSize(kNoMore);
     }
     void goOn() override
     {
         m_isResting = false;
-        QMetaObject::invokeMethod(
-            this, [this] { readOn(); }, Qt::QueuedConnection);
+        readOn();
     }
     bool isResting() const override { return m_isResting; }
+    void readInTurns(ReadingTurn *turns) override { m_turns = turns; }
+    void turnComes() override
+    {
+        m_isWaiting = false;
+        readOn();
+    }
     qint64 partialBytes() const override { return m_partial; }
     void messageIsWhole() override { m_partial = Socket::bytesAvailable(); }
     void allIsRead() override { m_left = Socket::bytesAvailable(); }
@@ -85,25 +108,50 @@ protected:
     qint64 writeData(const char *data, qint64 size) override
     {
         constexpr uchar kPong = 0x8a;
-        if (size == 2 && uchar(data[0]) == kPong && unreadBytes() > m_maxUnread && !m_isDropped) {
-            m_isDropped = true;
-            qWarning() << "ServedSocket::writeData more than" << m_maxUnread << "bytes unread, peer"
-                       << this->peerAddress().toString() << this->peerPort();
-            QMetaObject::invokeMethod(
-                this, [this] { this->abort(); }, Qt::QueuedConnection);
-        }
+        if (size == kPongHead && uchar(data[0]) == kPong)
+            notePong(uchar(data[1]));
         return m_isDropped ? size : Socket::writeData(data, size);
     }
 
 private:
-    /// First what is buffered, which nobody else announces: the client's end, once read, takes along what is not.
+    static constexpr qint64 kNoMore = 1; ///< buffer size with which nothing is taken from the system
+    static constexpr qint64 kPongHead = 2;
+    static constexpr qint64 kPingHead = 6; ///< as a client writes it: masked
+
+    /// The ping that it answers was no part of a message.
+    void notePong(qint64 payload)
+    {
+        m_partial = qMax<qint64>(0, m_partial - kPingHead - payload);
+        if (unreadBytes() <= m_maxUnread || m_isDropped)
+            return;
+        m_isDropped = true;
+        qWarning() << "ServedSocket::notePong more than" << m_maxUnread << "bytes unread, peer"
+                   << this->peerAddress().toString() << this->peerPort();
+        QMetaObject::invokeMethod(
+            this, [this] { this->abort(); }, Qt::QueuedConnection);
+    }
+
+    void waitForTurn(qint64 bytes)
+    {
+        m_isWaiting = true;
+        this->setReadBufferSize(kNoMore);
+        m_turns->wait(this, bytes != std::exchange(m_waitedWith, bytes));
+    }
+
+    /// First what is buffered, which nobody else announces: the client's end, once read, takes along what is not. A
+    /// web socket reads behind the signal, in the order of connecting.
     void readOn()
     {
-        if (m_isResting)
+        if (m_isResting || m_isWaiting)
             return;
-        const QPointer<QObject> self(this);
         Q_EMIT this->readyRead();
-        if (!self || m_isResting)
+        QMetaObject::invokeMethod(
+            this, [this] { takeMore(); }, Qt::QueuedConnection);
+    }
+
+    void takeMore()
+    {
+        if (m_isResting || m_isWaiting)
             return;
         this->setReadBufferSize(0);
         this->flush(); // has an encrypted socket look at what it has received
@@ -118,8 +166,11 @@ private:
 
     qint64 m_maxUnread = std::numeric_limits<qint64>::max();
     qint64 m_partial = 0;
-    qint64 m_left = 0; // after the last reading
-    bool m_isResting = false;
+    qint64 m_left = 0;       // after the last reading
+    qint64 m_waitedWith = 0; // bytes, when it began to wait the last time
+    QPointer<ReadingTurn> m_turns;
+    bool m_isResting = false; ///< until goOn()
+    bool m_isWaiting = false; ///< until turnComes()
     bool m_isDropped = false;
 };
 

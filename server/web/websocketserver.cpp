@@ -95,14 +95,19 @@ void WebSocketServer::addClient(QWebSocket *socket, const Peer &peer)
     client.peer = peer;
     client.line = m_acceptor.upgraded(*socket);
     client.socket = client.line ? &client.line->socket() : nullptr;
+    if (client.line)
+        client.line->readInTurns(&m_reading);
     m_clients.insert(socket, client);
     setBounds(socket, true);
-    // After the web socket's own: what it could make a message of, it has.
+    // After the web socket's own, which are queued too: what it could make a message of, it has.
     if (client.socket) {
-        connect(client.socket, &QIODevice::readyRead, socket, [this, socket] {
-            if (m_clients.contains(socket))
-                noteBytes(socket);
-        });
+        connect(
+            client.socket, &QIODevice::readyRead, socket,
+            [this, socket] {
+                if (m_clients.contains(socket))
+                    noteBytes(socket);
+            },
+            Qt::QueuedConnection);
     }
 }
 
@@ -214,7 +219,7 @@ void WebSocketServer::takeTurn()
     QElapsedTimer turn;
     turn.start();
     // Who becomes due meanwhile has to wait for the next turn.
-    for (int left = m_due.size(); left > 0 && !m_due.isEmpty() && !turn.hasExpired(kMaxTurnMs); --left) {
+    for (int left = m_due.size(); left > 0 && !m_due.isEmpty() && turn.nsecsElapsed() < kMaxTurnNs; --left) {
         const QPointer<QWebSocket> socket = m_due.dequeue();
         const auto client = m_clients.find(socket);
         if (!socket || client == m_clients.end())
@@ -229,7 +234,7 @@ void WebSocketServer::takeTurn()
         readOn(socket);
     }
     if (!m_due.isEmpty())
-        m_turn.start(turn.hasExpired(kMaxTurnMs) ? kBreathMs : 0);
+        m_turn.start(turn.nsecsElapsed() >= kMaxTurnNs ? kBreathMs : 0);
 }
 
 void WebSocketServer::workOff(const QPointer<QWebSocket> &socket, const QElapsedTimer &turn)
@@ -242,7 +247,7 @@ void WebSocketServer::workOff(const QPointer<QWebSocket> &socket, const QElapsed
         const Message message = client->waiting.take();
         makeDue(socket); // with the rest, and for a handler that runs the event loop
         handle(socket, message);
-        if (!self || turn.hasExpired(kMaxTurnMs))
+        if (!self || turn.nsecsElapsed() >= kMaxTurnNs)
             return;
     }
 }

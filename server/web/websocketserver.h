@@ -3,6 +3,7 @@
 #include "qany.h"
 #include "server/web/clientacceptor.h"
 #include "server/web/inbox.h"
+#include "server/web/readingturn.h"
 #include "server/web/webmetods.h"
 
 #include <QByteArray>
@@ -34,9 +35,10 @@ namespace server::web {
 /// server; what was in progress then ends without an answer. To allow this, messages and ends of connections wait in
 /// a queue of their client, in their order, for a turn of the event loop: no socket's own code is below a handler on
 /// the stack, and no client keeps the others waiting for more than kMaxMessagesPerTurn of its messages. Nor do all of
-/// them together keep the terminals waiting for more than kMaxTurnMs and the message that is being answered. A client
-/// whose queue is full is not read until a part of it is worked off; that it has left is noticed all the same. Where
-/// the clients without a login hold too much memory together, the one goes that holds most.
+/// them together keep the terminals waiting for more than kMaxTurnNs and the message that is being answered; of what
+/// they send no more is read at once than a ReadingTurn lets. A client whose queue is full is not read until a part of
+/// it is worked off; that it has left is noticed all the same. Where the clients without a login hold too much memory
+/// together, the one goes that holds most.
 ///
 /// With a pool, answers that are only read are worked out by it, down to their text. What such a client sends
 /// meanwhile waits, so that its answers come in the order of its requests. When the client goes, its reading is given
@@ -53,8 +55,9 @@ public:
     static constexpr quint64 kMaxGuestMessageBytes = 1024 * 1024;
     /// What one client may have answered before the others' turn comes.
     static constexpr int kMaxMessagesPerTurn = 64;
-    /// What a turn of all clients takes, but for its last message.
-    static constexpr int kMaxTurnMs = 50;
+    /// What a turn of all clients takes, but for its last message. The steps of a terminal's event, its reading, its
+    /// commit and its acknowledgement, may each have to wait for one.
+    static constexpr qint64 kMaxTurnNs = 500000;
     /// Behind a turn that was cut off: lets everything be read that has come, which a timer of 0 may overtake.
     static constexpr int kBreathMs = 1;
     /// A client that has left more than this of its answers and pongs unread when another is due is dropped with a
@@ -154,6 +157,7 @@ private:
     bool hasRoomFor(QWebSocket *socket) const;
 
     QWebSocketServer m_server;
+    ReadingTurn m_reading;
     ClientAcceptor m_acceptor;
     QHash<QWebSocket *, Client> m_clients; // sockets are owned
     QQueue<QPointer<QWebSocket>> m_due;    // whose messages wait for a turn, in the order of their turns
