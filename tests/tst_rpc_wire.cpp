@@ -588,13 +588,18 @@ void TestRpcWire::strangersAreBoundedTogether()
     silent->write(callText("test.run", "1"));
     QTRY_COMPARE(site.gone.size(), 2);
     QCOMPARE(site.gone.last(), silent->connectionId);
+    // And with short values, which take more than their text.
+    const auto dense = site.peer();
+    dense->write(R"({"knetrpc":"1.0","id":"1","method":"test.echo","params":[)" + QByteArray("0,").repeated(40'000));
+    QTRY_COMPARE(site.gone.size(), 3);
+    QCOMPARE(site.gone.last(), dense->connectionId);
     small->write("\"}");
     QVERIFY(small->next().contains("\"result\""));
     for (const auto &peer : {known.get(), dialled.get()})
         peer->write("\"}" + callText("test.run", "1"));
     QVERIFY(dialled->next().size() > 2'000'000 && dialled->next(30000).size() > 16'000'000);
     QVERIFY(!known->isClosed());
-    QCOMPARE(Warnings::lines.size(), 2);
+    QCOMPARE(Warnings::lines.size(), 3);
 }
 
 void TestRpcWire::busyPeerKeepsNobodyWaiting()

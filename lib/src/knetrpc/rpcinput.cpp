@@ -10,7 +10,7 @@ namespace KNet {
 
 namespace {
 
-/// What a value of a waiting call takes at least.
+/// What a value takes at least.
 constexpr qint64 kBytesPerValue = 32;
 
 } // namespace
@@ -31,7 +31,7 @@ RpcInput::Read RpcInput::next(qint64 maxBytes, Incoming *incoming)
             return tooLong(m_maxValues, "values,");
         if (fed != Json::Parser::Complete)
             continue;
-        incoming->bytes = std::max(m_messageBytes, m_reader.valueCount() * kBytesPerValue);
+        incoming->bytes = readBytes();
         m_messageBytes = 0;
         m_reader.finish();
         incoming->message = m_reader.result();
@@ -61,9 +61,15 @@ bool RpcInput::hasMore() const
     return m_fed < m_bytes.size() || m_socket->bytesAvailable() > 0;
 }
 
+/// Of memory, for the message in progress.
+qint64 RpcInput::readBytes() const
+{
+    return std::max(m_messageBytes, m_reader.valueCount() * kBytesPerValue);
+}
+
 qint64 RpcInput::heldBytes() const
 {
-    return m_messageBytes + (m_bytes.size() - m_fed) + m_socket->bytesAvailable();
+    return readBytes() + (m_bytes.size() - m_fed) + m_socket->bytesAvailable();
 }
 
 void RpcInput::keep()

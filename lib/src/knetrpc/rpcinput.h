@@ -37,6 +37,7 @@ public:
     void drop();
 
 private:
+    qint64 readBytes() const;
     bool fill();
     Read tooLong(qint64 bound, const char *what) const;
 

@@ -35,8 +35,7 @@ struct RpcLimits {
     /// none of its own.
     qint64 maxStrangerMessageBytes = 0;
     /// Where all strangers together hold more than this of messages that are not complete, and of answers that they
-    /// have not read, the one that holds most is disconnected. A byte that has come can cost 24 of memory. 0: no such
-    /// bound.
+    /// have not read, the one that holds most is disconnected. A value counts at least 32 bytes. 0: no such bound.
     qint64 maxStrangersBytes = 0;
     /// A peer that has left more than this unread of answers, pongs included, when another one is due is disconnected,
     /// and so is one that has left so much unread of our calls when another one is due. One of them may be larger.
