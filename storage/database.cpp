@@ -134,6 +134,11 @@ QString DataBase::filePath() const
     return d->connection.path();
 }
 
+qint64 DataBase::lastCommit() const
+{
+    return d->transactions.lastCommit();
+}
+
 quint64 DataBase::generation() const
 {
     return d->file.generation();

@@ -49,6 +49,8 @@ public:
     quint64 readersGeneration() const;
     /// The file that is open, the only one that they may read; no file while none is open.
     storage::FileState fileState() const;
+    /// When the last transaction was committed, in ms since 1970; 0 when none was.
+    qint64 lastCommit() const;
     /// Gathers what SQLite's planner wants to know of tables that have grown. Done by itself once a day, and at the
     /// end.
     void upkeep();

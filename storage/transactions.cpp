@@ -1,5 +1,6 @@
 #include "storage/transactions.h"
 
+#include <QDateTime>
 #include <QDebug>
 #include <QObject>
 
@@ -51,6 +52,8 @@ Status Transactions::end(bool store)
     if (!ended || !store)
         undo();
     if (m_depth == 0) {
+        if (ended && store)
+            m_lastCommitMs = QDateTime::currentMSecsSinceEpoch();
         m_lost = Status::Done;
         m_file.noteWritten();
     }

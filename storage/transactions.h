@@ -34,6 +34,8 @@ public:
     Status writable();
     /// The file went, and with it what is open.
     void lose();
+    /// When the last one was committed, in ms since 1970; 0 when none was.
+    qint64 lastCommit() const { return m_lastCommitMs; }
     /// Commits what a text from outside left open.
     void commitForeign();
 
@@ -56,6 +58,7 @@ private:
     GuardedFile &m_file;
     QObject *m_owner;
     int m_depth = 0;
+    qint64 m_lastCommitMs = 0;
     std::vector<Savepoint> m_savepoints;
     /// Why the open transaction can no longer be stored; done while it can.
     Status m_lost;

@@ -4,6 +4,9 @@
 #include "server/check/admincheckservice.h"
 #include "server/check/terminalcheckservice.h"
 #include "server/host/configuration.h"
+#include "server/host/looplateness.h"
+#include "server/host/metricsfile.h"
+#include "server/host/serverfigures.h"
 #include "server/logger/logger.h"
 #include "server/reader/ekeyeventhandler.h"
 #include "server/sessions/adminterminalservice.h"
@@ -30,6 +33,7 @@ namespace {
 
 EkeyEventHandler *theEkeyEventHandler = nullptr;
 EchoServer *theWebServer = nullptr;
+server::host::MetricsFile *theMetricsFile = nullptr; // null where nobody wants one
 
 /// A stop waits until the callers of synchronous calls have left the stack; a start may come meanwhile.
 enum class Pending { Nothing, Stop, StopAndStart };
@@ -89,6 +93,17 @@ EkeyEventHandler *createEkeyEventHandler()
     return handler;
 }
 
+/// Where the environment names one.
+server::host::MetricsFile *createMetricsFile()
+{
+    const QString path = qEnvironmentVariable("ZUK_METRICS_FILE");
+    if (path.isEmpty())
+        return nullptr;
+    const auto lateness = std::make_shared<server::host::LoopLateness>();
+    return new server::host::MetricsFile(path,
+                                         [lateness] { return server::host::serverFigures(lateness->takeWorst()); });
+}
+
 /// In the order of their registration; only those who log in reach the rest.
 void registerServices(KNet::RpcController &controller)
 {
@@ -145,6 +160,7 @@ void ServicesStarter::start()
     theWebServer->setReadPool(readPool());
     registerServices(*rpcController());
     logger()->log(QStringLiteral("Started"));
+    theMetricsFile = createMetricsFile();
 }
 
 void ServicesStarter::stop()
@@ -177,6 +193,7 @@ void ServicesStarter::resume()
 
 void ServicesStarter::tearDown()
 {
+    delete std::exchange(theMetricsFile, nullptr);
     readPool()->stop();
     // Its last lines need the database, the logger and the sessions.
     const bool isTrackerEnded = theEkeyEventHandler->finish();

@@ -113,7 +113,11 @@ QAny Logger::event(const QString &connectionId, const QAny &params)
     const bool isOwn = params.lookup(QStringLiteral("TID")).toInteger() == terminal;
     const qint64 time = isOwn ? params.lookup(kTimestamp).toString().toLongLong() : 0;
     Write write = eventWrite(params);
-    write.told = [known = m_peers.noteEvent ? m_peers.noteEvent(terminal, time) : nullptr](storage::Fate) {};
+    write.told = [this, terminal, time,
+                  known = m_peers.noteEvent ? m_peers.noteEvent(terminal, time) : nullptr](storage::Fate fate) {
+        if (fate != storage::Fate::Dropped)
+            m_figures.noteAcknowledged(terminal, time, m_clock() / 1000);
+    };
     // Also where it can never be stored: the terminal would only send it again.
     return answer(connectionId, std::move(write), [](storage::Fate fate) { return fate != storage::Fate::Dropped; });
 }
@@ -128,7 +132,9 @@ QAny Logger::answer(const QString &connectionId, Write write, bool (*resultOf)(s
     // Kept, if it waits behind others and is told nothing yet.
     const auto result =
         std::make_shared<std::pair<KNet::RpcAnswer, bool>>(std::move(later), resultOf(storage::Fate::Kept));
-    write.told = [result, resultOf, known = std::move(write.told)](storage::Fate fate) {
+    write.told = [result, resultOf, noted = std::move(write.told)](storage::Fate fate) {
+        if (noted)
+            noted(fate);
         result->second = resultOf(fate);
         if (fate == storage::Fate::Dropped)
             result->first.giveError(KNet::InvokeError, kFull);

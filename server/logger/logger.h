@@ -1,6 +1,7 @@
 #pragma once
 
 #include "qany.h"
+#include "server/logger/eventfigures.h"
 #include "server/logger/loggedinpeers.h"
 #include "server/process/clock.h"
 #include "storage/database.h"
@@ -53,6 +54,10 @@ public:
     /// Events and log lines that wait to be stored.
     storage::KeptWrites &keptEvents() { return m_keptWrites; }
 
+    const server::logger::EventFigures &eventFigures() const { return m_figures; }
+    /// The file has an event of that terminal and time.
+    void noteStored(int terminal, qint64 time) { m_figures.noteStored(terminal, time); }
+
     /// Last octet of the first address in 192.168.0.0/16; 0 when there is none.
     static int lineNumber(const QList<QHostAddress> &addresses);
 
@@ -73,7 +78,8 @@ private:
     server::logger::LoggedInPeers m_peers;
     AddressLister m_addresses;
     server::process::Clock m_clock;
-    storage::KeptWrites m_keptWrites;
+    server::logger::EventFigures m_figures;
+    storage::KeptWrites m_keptWrites; // last: its end tells writes their fates
 };
 
 /// The process's logger; null before start and after stop. Only ServicesStarter (or a test) sets it.

@@ -2,6 +2,7 @@
 
 #include "knetrpc/rpccall.h"
 #include "knetrpc/rpccontroller.h"
+#include "server/logger/logger.h"
 #include "server/sessions/abridged.h"
 #include "server/sessions/catchupreply.h"
 #include "server/sessions/queuedanswer.h"
@@ -160,6 +161,8 @@ NewestTimes TerminalService::newestTimes(int terminal) const
 NewestTimes TerminalService::timesToAskFrom(int terminal)
 {
     NewestTimes times = newestTimes(terminal);
+    if (m_role.hasEvents && ::logger())
+        ::logger()->noteStored(terminal, times.event);
     times.log = std::min(times.log, m_logsMissingFrom.value(terminal, times.log));
     m_logsMissingFrom.insert(terminal, times.log);
     if (m_role.hasEvents) {

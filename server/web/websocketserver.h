@@ -76,6 +76,7 @@ public:
     ~WebSocketServer() override;
 
     bool isListening() const;
+    int clientCount() const { return m_clients.size(); }
     /// For requests from here on; without one (null) everything is answered on the main thread. Not owned; may go, or
     /// be stopped, before this object: clients that it reads for then get no answer any more.
     void setReadPool(server::workers::ReadPool *pool);

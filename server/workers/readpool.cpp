@@ -2,6 +2,8 @@
 
 #include "server/workers/worker.h"
 
+#include <QElapsedTimer>
+
 #include <algorithm>
 #include <iterator>
 #include <map>
@@ -24,6 +26,7 @@ public:
         QString owner;
         Ended ended;
         JobHandle job;
+        QElapsedTimer since;
     };
 
     Private(ReadPool &pool, std::unique_ptr<ReaderSource> readers, Wanted wantedFile, const Options &options)
@@ -45,6 +48,7 @@ public:
     std::vector<std::thread> threads;
     std::map<quint64, Submitted> submitted; ///< by id
     quint64 lastId = 0;
+    Figures figures;
 };
 
 ReadPool::ReadPool(std::unique_ptr<ReaderSource> source, Wanted wanted, QObject *parent)
@@ -74,7 +78,8 @@ bool ReadPool::submit(Size size, const QString &owner, Work work, Ended ended)
     job->work = std::move(work);
     if (!d->queue.add(job))
         return false;
-    d->submitted[job->id] = {owner, std::move(ended), job};
+    Private::Submitted &submitted = d->submitted[job->id] = {owner, std::move(ended), job, {}};
+    submitted.since.start();
     return true;
 }
 
@@ -108,6 +113,11 @@ void ReadPool::stop()
     const auto givenUp = std::exchange(d->submitted, {}); // ends last, as in cancel()
 }
 
+const ReadPool::Figures &ReadPool::figures() const
+{
+    return d->figures;
+}
+
 int ReadPool::threads() const
 {
     return d->count;
@@ -117,8 +127,12 @@ void ReadPool::handOut()
 {
     for (FinishedJob &finished : d->queue.takeFinished()) {
         const auto one = d->submitted.extract(finished.id);
-        if (!one.empty()) // not cancelled meanwhile
-            one.mapped().ended(std::move(finished.text));
+        if (one.empty()) // cancelled meanwhile
+            continue;
+        constexpr double kNsPerSecond = 1e9;
+        ++d->figures.answered;
+        d->figures.seconds += static_cast<double>(one.mapped().since.nsecsElapsed()) / kNsPerSecond;
+        one.mapped().ended(std::move(finished.text));
     }
 }
 

@@ -75,6 +75,13 @@ public:
 
     int threads() const;
 
+    /// Since the pool was made.
+    struct Figures {
+        quint64 answered = 0;
+        double seconds = 0; ///< from their submission to their text
+    };
+    const Figures &figures() const;
+
 signals:
     /// The workers' only word to this thread.
     void textsAreReady();

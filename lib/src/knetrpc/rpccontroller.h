@@ -114,6 +114,7 @@ public:
                   const QString &memberName, int timeout, QString *callId = nullptr);
 
     /// Whether a synchronous call waits, so that its caller is on the stack.
+    int connectionCount() const { return m_connections.size(); }
     bool hasWaitingCalls() const { return !m_waiting.isEmpty(); }
     /// Ends all waits (the calls return Null) and refuses further synchronous calls: the program is about to stop.
     void endWaitingCalls();
