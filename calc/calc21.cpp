@@ -50,7 +50,7 @@ void Calc21::read(input::CalcReader &reader)
     });
     if (m_crew.isCancelled())
         return; // what was not read is no fault
-    reader.finish(m_crew.reader(), std::accumulate(rows.begin(), rows.end(), 0));
+    reader.finish(m_crew.reader(), std::accumulate(rows.begin(), rows.end(), 0), m_needsEvents);
     m_crew.endReading();
 }
 

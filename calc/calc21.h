@@ -31,6 +31,8 @@ public:
     /// ids), EXPLAIN (the result is explained), CALC21 (packed() is wanted). The result does not depend on the crew; of
     /// a cancelled calculation it is of no use.
     const calc::rules::CalcResult &calculate(const QAny &request);
+    /// From here on a period without any event is calculated too; it is a fatal error otherwise.
+    void allowNoEvents() { m_needsEvents = false; }
     /// The same as records: CALC, CALCsum, DAYS, CALCorg, DAYSorg, ACSLIST and ERR; after a fatal error only ERR.
     /// Records that stand in several of these lists are shared handles.
     QAny calcAll(const QAny &request);
@@ -54,6 +56,7 @@ private:
     std::unique_ptr<calc::Crew> m_alone; ///< the caller's thread; null where a crew was given
     calc::Crew &m_crew;
     QDate m_today;
+    bool m_needsEvents = true;
     calc::rules::CalcResult m_result;
     std::vector<calc::rules::Share> m_shares;
     calc::output::ReadRows m_rows;

@@ -130,7 +130,7 @@ QStringList TestDemoData::rowsOf(const DemoOptions &options, const QString &name
         return {};
     QStringList rows;
     for (const char *table : {"config", "employees", "allevents", "calendar", "RAZPOREDC", "calcset", "wtimset",
-                              "metalog", "freehour", "USER_ACCESS", "events"})
+                              "metalog", "freehour", "USER_ACCESS", "page_role", "events"})
         rows += database.select(QString("SELECT rowid, * FROM %1 ORDER BY rowid").arg(table)).toJson();
     return rows;
 }
@@ -141,7 +141,7 @@ void TestDemoData::sameOptionsGiveTheSameRows()
     DemoOptions options = wholeYear();
     options.start = QDate(2025, 10, 1);
     const QStringList first = rowsOf(options, "first.db");
-    QCOMPARE(first.size(), 11);
+    QCOMPARE(first.size(), 12);
     QCOMPARE(rowsOf(options, "second.db"), first);
     options.seed = 8;
     QVERIFY(rowsOf(options, "third.db") != first);
@@ -152,6 +152,7 @@ void TestDemoData::companyIsMixed()
     const QStringList wanted{
         "USER_ACCESS JOIN employees ON IDP=employees.ID WHERE NAME='ana' AND PASSWORD='ana' AND USER_ACCESS.ACTIVE=1 "
         "AND employees.ACTIVE=1",
+        "page_role JOIN USER_ACCESS ON page_role.IDP=USER_ACCESS.IDP WHERE ROLE='hr' AND PASSWORD=NAME AND ACTIVE=1",
         "employees WHERE ACTIVE=0",
         "employees WHERE LASTNAME LIKE '%č%'",
         "freehour WHERE STATUS=1",
@@ -168,6 +169,11 @@ void TestDemoData::companyIsMixed()
     for (const QString &rows : wanted)
         QVERIFY2(count(rows) > 0, qPrintable(rows));
     QCOMPARE(count("allevents WHERE TYPE='EV'", "DISTINCT TERMINAL"), 3);
+    // A supervisor of its own for each department that is not tiny.
+    QCOMPARE(count("(SELECT DEPARTMENT FROM employees WHERE ACTIVE=1 GROUP BY DEPARTMENT HAVING count(*)>2 EXCEPT "
+                   "SELECT page_role.DEPARTMENT FROM page_role JOIN employees ON IDP=employees.ID AND "
+                   "page_role.DEPARTMENT=employees.DEPARTMENT WHERE ROLE='supervisor' AND ACTIVE=1)"),
+             0);
     QCOMPARE(count("employees JOIN calcset ON CALCSET=calcset.KEY JOIN wtimset ON WTIMSET=wtimset.KEY"), 40);
 }
 

@@ -117,9 +117,9 @@ int CalcReader::readEvents(storage::Reader &database, rules::Share share)
     return rows;
 }
 
-void CalcReader::finish(storage::Reader &database, int rows)
+void CalcReader::finish(storage::Reader &database, int rows, bool needsEvents)
 {
-    const QString fault = faultOfEvents(database, rows);
+    const QString fault = needsEvents ? faultOfEvents(database, rows) : QString();
     if (!fault.isEmpty()) {
         fail(fault);
         return;

@@ -48,8 +48,9 @@ public:
     std::vector<rules::Share> shares() const;
     /// Reads and completes the events of a share's employees; how many rows there were.
     int readEvents(storage::Reader &database, rules::Share share);
-    /// When the events of all are read, so many rows: what is left to be known of them.
-    void finish(storage::Reader &database, int rows);
+    /// When the events of all are read, so many rows: what is left to be known of them. That there are none is a fault
+    /// where they are needed.
+    void finish(storage::Reader &database, int rows, bool needsEvents);
 
     CalcRead &result() { return m_read; }
 

@@ -2,6 +2,7 @@
 
 #include "calc/rules/localclock.h"
 #include "storage/database.h"
+#include "tools/demodata/demoroles.h"
 #include "tools/demodata/demoshifts.h"
 #include "tools/demodata/demostore.h"
 #include "tools/demodata/demoworker.h"
@@ -26,7 +27,6 @@ constexpr int kCalendarMonths = 2;
 const QString kDemoUser = QStringLiteral("ana");
 const QString kDemoPassword = QStringLiteral("ana");
 constexpr int kPasswordLength = 8;
-constexpr int kAccessSwitchedOff = 20; ///< one in so many
 
 bool isCollectiveLeave(QDate date)
 {
@@ -49,6 +49,7 @@ public:
         const QVector<DemoEmployee> staff = demoStaff(m_options.employees, m_options.start, m_options.end, m_random);
         for (const DemoEmployee &employee : staff)
             m_workers.emplace_back(employee, m_options.seed);
+        m_roles = demoRoles(staff);
         return m_store.addSettings() && addCalendar() && addAssignments() && addStaff() && addPunches() &&
                addBalances() && m_store.createIndexes();
     }
@@ -101,8 +102,14 @@ private:
                 name = plainName(employee.firstName) + QString::number(employee.id);
                 password = randomPassword();
             }
-            const bool hasAccess = employee.isActive() && employee.id % kAccessSwitchedOff != 0;
-            ok = ok && m_store.addEmployee(employee) && m_store.addAccess(employee, name, password, hasAccess);
+            // Who has a role is shown around: the password is the name, as Ana's.
+            const auto role = m_roles.constFind(employee.id);
+            if (role != m_roles.constEnd()) {
+                password = name;
+                ok = ok && m_store.addRole(employee, *role);
+            }
+            ok =
+                ok && m_store.addEmployee(employee) && m_store.addAccess(employee, name, password, hasAccess(employee));
         }
         return ok;
     }
@@ -195,6 +202,7 @@ private:
     calc::rules::LocalClock m_clock;
     DemoRandom m_random;
     std::vector<DemoWorker> m_workers;
+    QHash<int, DemoRole> m_roles;
 };
 
 } // namespace

@@ -1,5 +1,6 @@
 #include "tools/demodata/demostore.h"
 
+#include "page/server/office/pagetables.h"
 #include "storage/database.h"
 #include "tools/demodata/demoshifts.h"
 #include "tools/zukimport/importstore.h"
@@ -19,6 +20,7 @@ const QString kAddEmployee = QStringLiteral(
     "INSERT INTO employees (ID,FIRSTNAME,LASTNAME,EMPLID,DEPARTMENT,EMAIL,ACTIVE,CALCSET,WTIMSET,PRERAZDC,OFFDAYS,"
     "STIMUL,OTHER,TIMEZ,REMARK) VALUES (?,?,?,?,?,?,?,?,?,?,?,0,0,0,'')");
 const QString kAddAccess = QStringLiteral("INSERT INTO USER_ACCESS (ID,IDP,NAME,PASSWORD,ACTIVE) VALUES (?,?,?,?,?)");
+const QString kAddRole = QStringLiteral("INSERT INTO page_role (IDP,ROLE,DEPARTMENT) VALUES (?,?,?)");
 const QString kAddTerminalEvent = QStringLiteral(
     "INSERT INTO events (USER,FINGER,TERMINAL,TIMESTAMP,DESCRIPTION,ACCESS_CODE,ID_TYPE,UID,TID,NAME) VALUES "
     "(?,1,?,?,'',?,'FING',?,?,?)");
@@ -58,7 +60,7 @@ bool DemoStore::createTables()
     bool ok = true;
     for (const QString &statement : schema)
         ok = ok && (isIndex(statement) || m_database.execPrepared(statement, {}));
-    return ok;
+    return ok && page::office::preparePageTables(m_database);
 }
 
 bool DemoStore::createIndexes()
@@ -121,6 +123,12 @@ bool DemoStore::addEmployee(const DemoEmployee &employee)
 bool DemoStore::addAccess(const DemoEmployee &employee, const QString &name, const QString &password, bool active)
 {
     return bool(m_database.execPrepared(kAddAccess, {employee.id, employee.id, name, password, active ? 1 : 0}));
+}
+
+bool DemoStore::addRole(const DemoEmployee &employee, const DemoRole &role)
+{
+    const QString name = role.isHr ? QStringLiteral("hr") : QStringLiteral("supervisor");
+    return bool(m_database.execPrepared(kAddRole, {employee.id, name, kEmpty + role.department}));
 }
 
 bool DemoStore::addPunch(const DemoEmployee &employee, const DemoPunch &punch, qint64 time, bool alsoTerminalEvent)

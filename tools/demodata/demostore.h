@@ -1,6 +1,7 @@
 #pragma once
 
 #include "tools/demodata/demopunch.h"
+#include "tools/demodata/demoroles.h"
 #include "tools/demodata/demostaff.h"
 
 class DataBase;
@@ -25,6 +26,7 @@ public:
     bool addAssignment(qint64 from, qint64 to, const QString &group, int shift);
     bool addEmployee(const DemoEmployee &employee);
     bool addAccess(const DemoEmployee &employee, const QString &name, const QString &password, bool active);
+    bool addRole(const DemoEmployee &employee, const DemoRole &role);
     /// Times in Unix seconds.
     bool addPunch(const DemoEmployee &employee, const DemoPunch &punch, qint64 time, bool alsoTerminalEvent);
     struct Balance {

@@ -23,7 +23,8 @@ public:
     {
         m_parser.setApplicationDescription(
             QStringLiteral("Fills a database with an invented company: employees, shifts, punches, absences.\n"
-                           "The web page's user is \"ana\" with the password \"ana\"."));
+                           "The web page's user is \"ana\" with the password \"ana\"; who has a role in page_role "
+                           "has the user's name for a password too."));
         m_parser.addHelpOption();
         m_parser.addOptions({m_employees, m_months, m_start, m_end, m_today, m_seed, m_output});
         m_parser.process(application);

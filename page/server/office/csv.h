@@ -1,0 +1,22 @@
+#pragma once
+
+#include <QByteArray>
+#include <QStringList>
+
+namespace page::office {
+
+/// A table as text after RFC 4180, UTF-8 with a byte order mark, by which spreadsheets know the encoding.
+class CsvTable
+{
+public:
+    void addRow(const QStringList &cells);
+    QByteArray content() const;
+
+private:
+    QString m_text;
+};
+
+/// A text that somebody else wrote, as a cell: one that a spreadsheet would take for a formula gets an apostrophe.
+QString harmlessCell(const QString &text);
+
+} // namespace page::office

@@ -1,0 +1,142 @@
+#include "page/server/office/answers.h"
+#include "page/server/office/asking.h"
+#include "page/server/office/staffview.h"
+
+#include <QDateTime>
+
+namespace page::office {
+
+namespace {
+
+/// Hours of the balance that was accounted for in the month, Null without one: what the month began with.
+QAny carriedInto(CheckedReader &reader, qint64 user, QDate month)
+{
+    static const QString sql = QStringLiteral(
+        "SELECT FHOURS FROM freehour WHERE IDU=? AND STATUS=1 AND CHGDATE>=? AND CHGDATE<? ORDER BY CHGDATE LIMIT 1");
+    QAny carried;
+    reader.forEachRow(sql,
+                      {user, month.startOfDay().toSecsSinceEpoch(), month.addMonths(1).startOfDay().toSecsSinceEpoch()},
+                      [&carried](const QSqlQuery &row) {
+                          if (!row.value(0).isNull())
+                              carried = row.value(0).toLongLong() * 3600;
+                      });
+    return carried;
+}
+
+QAny textList(const QStringList &texts)
+{
+    QAny list(QAny::List);
+    for (const QString &text : texts)
+        list.append(text);
+    return list;
+}
+
+QAny orNull(const std::optional<qint64> &value)
+{
+    return value ? QAny(*value) : QAny();
+}
+
+QString kindOf(const calc::rules::DayFacts &facts)
+{
+    if (facts.isPublicHoliday)
+        return QStringLiteral("holiday");
+    if (facts.weekday >= 6)
+        return facts.weekday == 6 ? QStringLiteral("saturday") : QStringLiteral("sunday");
+    return QStringLiteral("work");
+}
+
+/// A calendar may mark a holiday by a number alone.
+QAny holidayName(const QString &holiday)
+{
+    bool isNumber = false;
+    holiday.toInt(&isNumber);
+    return isNumber || holiday.isEmpty() ? QAny() : QAny(holiday);
+}
+
+QAny requestIds(const std::vector<Request> &requests, QDate day)
+{
+    QAny ids(QAny::List);
+    for (const Request &request : requests) {
+        if (request.from <= day && day <= request.to)
+            ids.append(request.rid);
+    }
+    return ids;
+}
+
+QAny dayJson(const DayView &day, const QString &holiday, const QAny &requests, qint64 running)
+{
+    const calc::rules::DayFacts &facts = day.result->facts;
+    const calc::rules::DayTotals &totals = day.result->totals;
+    const calc::rules::Amounts amounts = day.result->amountsAfter();
+    QAny json{{QStringLiteral("date"), day.date.toString(dateFormat())},
+              {QStringLiteral("weekday"), facts.weekday},
+              {QStringLiteral("kind"), kindOf(facts)},
+              {QStringLiteral("holiday"), holidayName(holiday)},
+              {QStringLiteral("state"), stateText(day.state)},
+              {QStringLiteral("arrival"), orNull(totals.firstArrival)},
+              {QStringLiteral("departure"), orNull(totals.lastDeparture)},
+              {QStringLiteral("entered"), facts.hasMetaEvents},
+              {QStringLiteral("required"), day.required},
+              {QStringLiteral("worked"), day.worked},
+              {QStringLiteral("balance"), day.balance},
+              {QStringLiteral("running"), running},
+              {QStringLiteral("categories"), categoriesJson(amounts.categories, amounts.holiday)},
+              {QStringLiteral("remarks"), textList(day.remarks)},
+              {QStringLiteral("warnings"), textList(day.faults + day.warnings)},
+              {QStringLiteral("requests"), requests}};
+    if (day.liveSince)
+        json.insert(QStringLiteral("live"), QAny{{QStringLiteral("since"), *day.liveSince}});
+    return json;
+}
+
+QAny sumsJson(const Totals &totals)
+{
+    return {{QStringLiteral("worked"), totals.worked},
+            {QStringLiteral("required"), totals.required},
+            {QStringLiteral("balance"), totals.balance},
+            {QStringLiteral("categories"), categoriesJson(totals.categories, totals.holiday)}};
+}
+
+} // namespace
+
+void checkCalculable(CheckedReader &reader)
+{
+    static const QString sql =
+        QStringLiteral("SELECT 1 FROM config,calendar,RAZPOREDC,calcset,wtimset,employees,allevents,metalog LIMIT 0");
+    reader.forEachRow(sql, {}, [](const QSqlQuery &) {});
+}
+
+QAny monthAnswer(Asking &asking)
+{
+    const QDate first = dateOf(asking.field("month"), monthFormat());
+    if (!first.isValid())
+        return refused(kBadRequest);
+    const QDate last = first.addMonths(1).addDays(-1);
+    const Employee &user = asking.subject();
+    const std::vector<Request> requests = requestsWithin(asking.reader, user.id, first, last);
+    const QAny carried = carriedInto(asking.reader, user.id, first);
+    checkCalculable(asking.reader);
+    if (asking.reader.hasFailed())
+        return refused(kDatabase);
+
+    const StaffView view(asking.crew, {first, last, {user.id}}, asking.now);
+    const int position = view.positionOf(user.id);
+    QAny days(QAny::List);
+    Totals sums;
+    if (position >= 0) {
+        for (const DayView &day : view.daysOf(position)) {
+            sums.add(day);
+            const QString &holiday = view.result().inputs.holiday(day.result->day);
+            days.append(dayJson(day, holiday, requestIds(requests, day.date), sums.balance));
+        }
+    }
+    return done({{QStringLiteral("user"), user.json()},
+                 {QStringLiteral("month"), first.toString(monthFormat())},
+                 {QStringLiteral("days"), days},
+                 {QStringLiteral("sums"), sumsJson(sums)},
+                 {QStringLiteral("carried"), carried},
+                 {QStringLiteral("errors"), textList(view.faultsOf(0) + view.faultsOf(user.id))},
+                 {QStringLiteral("asOf"), asking.now.time}});
+}
+
+} // namespace page::office

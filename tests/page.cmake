@@ -1,0 +1,6 @@
+# The employees' page.
+add_library(zuk_officesite STATIC officesite.cpp officesite.h)
+target_link_libraries(zuk_officesite PUBLIC zuk_calcsite zuk_page_office)
+
+zuk_test(tst_page_office zuk_officesite)
+zuk_test(tst_page_requests zuk_officesite)
