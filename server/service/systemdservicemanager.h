@@ -1,8 +1,7 @@
 #pragma once
 
+#include "server/service/managernotice.h"
 #include "server/service/servicemanager.h"
-
-#include <QTimer>
 
 #include <memory>
 
@@ -66,11 +65,9 @@ private:
     std::optional<bool> runningState(const QString &name) const;
     std::optional<QString> systemctl(const QStringList &arguments, int timeoutMs) const;
 
-    void feedWatchdog();
-
     Options m_options;
     std::unique_ptr<process::TerminationWatch> m_termination;
-    std::unique_ptr<QTimer> m_watchdog;
+    ManagerNotice m_notice;
 };
 
 } // namespace server::service

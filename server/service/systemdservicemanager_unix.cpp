@@ -9,9 +9,7 @@
 #include <QFileInfo>
 #include <QProcess>
 #include <QSaveFile>
-#include <QTimer>
 
-#include <chrono>
 #include <pwd.h>
 #include <sys/uio.h>
 #include <syslog.h>
@@ -251,31 +249,16 @@ ServiceManager::Launch SystemdServiceManager::connectService(const QString &, Se
 
 void SystemdServiceManager::report(State state)
 {
-    if (state == State::Running) {
-        sd_notify(0, "READY=1");
-        feedWatchdog();
-    } else if (state == State::Stopping) {
-        sd_notify(0, "STOPPING=1");
-    }
-}
-
-/// As long as the event loop comes round; systemd starts a service anew that hangs.
-void SystemdServiceManager::feedWatchdog()
-{
-    uint64_t patience = 0; // in µs
-    if (m_watchdog || sd_watchdog_enabled(0, &patience) <= 0)
-        return;
-    constexpr int kFeedsPerPatience = 3;
-    m_watchdog = std::make_unique<QTimer>();
-    m_watchdog->callOnTimeout([] { sd_notify(0, "WATCHDOG=1"); });
-    m_watchdog->start(
-        std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::microseconds(patience / kFeedsPerPatience)));
+    if (state == State::Running)
+        m_notice.tellReady();
+    else if (state == State::Stopping)
+        ManagerNotice::tellStopping();
 }
 
 void SystemdServiceManager::releaseService(int)
 {
     m_termination.reset();
-    m_watchdog.reset();
+    m_notice.endWatchdog();
 }
 
 } // namespace server::service
