@@ -4,3 +4,5 @@ target_link_libraries(zuk_officesite PUBLIC zuk_calcsite zuk_page_office)
 
 zuk_test(tst_page_office zuk_officesite)
 zuk_test(tst_page_requests zuk_officesite)
+zuk_test(tst_page_http zuk_page)
+zuk_test(tst_page_live zuk_page)

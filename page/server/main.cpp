@@ -1,0 +1,73 @@
+#include "page/server/pageoptions.h"
+#include "page/server/pageserver.h"
+#include "server/process/descriptorlimit.h"
+#include "server/process/diagnostics.h"
+#include "server/process/localtime.h"
+#include "server/process/terminationwatch.h"
+#include "server/service/managernotice.h"
+
+#include <QCoreApplication>
+#include <QDebug>
+
+#include <cstdio>
+
+namespace {
+
+enum ExitCode { Ended = 0, CannotListen = 1, WrongUse = 2 };
+
+int failed(ExitCode code, const QString &reason)
+{
+    std::fprintf(stderr, "zukpage: %s\n", qUtf8Printable(reason));
+    return code;
+}
+
+QString placeOf(const QHostAddress &address, quint16 port)
+{
+    const bool isV6 = address.protocol() == QAbstractSocket::IPv6Protocol;
+    return (isV6 ? '[' + address.toString() + ']' : address.toString()) + ':' + QString::number(port);
+}
+
+int serve(const page::PageOptions &options)
+{
+    // Before the start, so that no early signal ends it halfway.
+    const server::process::TerminationWatch watch;
+    page::PageServer::Options all;
+    all.databasePath = options.database;
+    all.origin = options.origin;
+    page::PageServer server(all, page::openOffice(options.database), page::pageFiles());
+    const QString fault = server.open(options.address, options.port);
+    if (!fault.isEmpty())
+        return failed(CannotListen, "cannot listen on " + placeOf(options.address, options.port) + ": " + fault);
+    if (!options.origin && !options.address.isLoopback())
+        qWarning() << "zukpage: passwords go through the net as they are; see --origin";
+    std::printf("zukpage: http://%s/\n", qUtf8Printable(placeOf(options.address, server.port())));
+    std::fflush(stdout);
+    server::service::ManagerNotice notice;
+    notice.tellReady();
+    const int result = QCoreApplication::exec();
+    server::service::ManagerNotice::tellStopping();
+    return result;
+}
+
+} // namespace
+
+int main(int argc, char *argv[])
+{
+    server::process::guardDiagnostics();
+    server::process::keepTimeZone();
+    const QCoreApplication application(argc, argv);
+    QCoreApplication::setApplicationName(QStringLiteral("zukpage"));
+    QCoreApplication::setApplicationVersion(QStringLiteral(ZUK_VERSION));
+    server::process::raiseDescriptorLimit();
+
+    page::PageOptions options;
+    QString told;
+    const QString fault = page::readPageOptions(QCoreApplication::arguments(), &options, &told);
+    if (!fault.isEmpty())
+        return failed(WrongUse, fault + "; see --help");
+    if (!told.isEmpty()) {
+        std::fputs(qUtf8Printable(told), stdout);
+        return Ended;
+    }
+    return serve(options);
+}

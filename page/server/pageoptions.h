@@ -1,0 +1,23 @@
+#pragma once
+
+#include "page/server/http/origin.h"
+
+#include <QHostAddress>
+#include <QString>
+#include <QStringList>
+
+#include <optional>
+
+namespace page {
+
+struct PageOptions {
+    QHostAddress address = QHostAddress::LocalHost;
+    quint16 port = 8233;
+    std::optional<http::Origin> origin; ///< null: that of the listening address
+    QString database;
+};
+
+/// Reads the command line. What is wrong with it, as a text for people. With --help or --version that text.
+QString readPageOptions(const QStringList &arguments, PageOptions *options, QString *told);
+
+} // namespace page
