@@ -73,6 +73,7 @@ private Q_SLOTS:
     void openPageIsIdle();
     void askingKeepsSession();
     void deafPeer();
+    void endOfServer();
     void sessionsAreBounded();
 };
 
@@ -86,6 +87,7 @@ void TestPageLive::hello()
     QCOMPARE(me.lookup("name").toString(), QString("Rus Bor"));
     QCOMPARE(me.lookup("roles").toJson(), QString(R"([{"role":"supervisor","department":"A"}])"));
     QCOMPARE(hello.lookup("now").toInteger(), 1795000000);
+    QCOMPARE(hello.lookup("zone").toString(), QString("Europe/Ljubljana"));
     QCOMPARE(hello.lookup("today").toString(), QString("2026-11-18"));
 }
 
@@ -297,6 +299,17 @@ void TestPageLive::deafPeer()
     }
     QCOMPARE(Warnings::taken().size(), 1);
     QVERIFY(Warnings::taken().first().contains("bytes unread"));
+}
+
+void TestPageLive::endOfServer()
+{
+    PageSite site;
+    LivePeer peer(site, cookieOf(site));
+    QVERIFY(peer.push("hello").isHash());
+    peer.say(R"({"id":1,"ask":"department"})");
+    site.server.reset();
+    QVERIFY(QTest::qWaitFor([&peer] { return peer.socket.state() == QAbstractSocket::UnconnectedState; }));
+    QCOMPARE(int(peer.socket.closeCode()), 1001);
 }
 
 void TestPageLive::sessionsAreBounded()

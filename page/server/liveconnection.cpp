@@ -11,6 +11,12 @@ namespace page {
 
 namespace {
 
+void boundMessages(QWebSocket *socket, const LiveLimits &limits)
+{
+    socket->setMaxAllowedIncomingFrameSize(limits.maxMessageBytes);
+    socket->setMaxAllowedIncomingMessageSize(limits.maxMessageBytes);
+}
+
 void tellAndClose(QWebSocket *socket, const LiveLimits &limits)
 {
     socket->sendTextMessage(QStringLiteral(R"({"push":"signedOut"})"));
@@ -51,8 +57,7 @@ LiveConnection::~LiveConnection()
 
 void LiveConnection::boundSocket()
 {
-    m_socket->setMaxAllowedIncomingFrameSize(m_limits.maxMessageBytes);
-    m_socket->setMaxAllowedIncomingMessageSize(m_limits.maxMessageBytes);
+    boundMessages(m_socket, m_limits);
     m_line->setMaxUnread(m_limits.maxUnreadBytes);
     connect(m_socket, &QWebSocket::aboutToClose, this,
             [this] { QTimer::singleShot(m_limits.closeGraceMs, m_socket, [this] { m_socket->abort(); }); });
@@ -82,6 +87,7 @@ void LiveConnection::signOut()
 void LiveConnection::turnAway(QWebSocket *socket, const LiveLimits &limits)
 {
     connect(socket, &QWebSocket::disconnected, socket, &QObject::deleteLater);
+    boundMessages(socket, limits);
     tellAndClose(socket, limits);
 }
 

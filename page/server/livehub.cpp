@@ -3,7 +3,7 @@
 #include "calc/crew.h"
 
 #include <QCoreApplication>
-#include <QPointer>
+#include <QTimeZone>
 #include <QWebSocket>
 
 #include <utility>
@@ -71,6 +71,11 @@ LiveHub::LiveHub(const Services &services, const QString &databasePath, const Li
 LiveHub::~LiveHub()
 {
     m_services.pool.cancel(ReadPool::ownerOf(this));
+    shut();
+}
+
+void LiveHub::shut()
+{
     qDeleteAll(std::exchange(m_connections, {}));
 }
 
@@ -88,14 +93,14 @@ void LiveHub::add(const http::Upgraded &upgraded, const Sessions::Key &session)
     connect(connection, &LiveConnection::written, this, &LiveHub::look, Qt::QueuedConnection);
     m_connections.append(connection);
     sayHello(*connection, known);
-    if (!m_look.isActive()) {
-        m_look.start();
-        m_persons.start();
-        m_today = m_services.now().today;
-    }
+    m_isDue = true; // it may have been signed in for hours
     if (m_file.isGone())
         connection->send(R"({"push":"database","state":"gone"})");
-    m_isDue = true; // it may have been signed in for hours
+    if (m_look.isActive())
+        return; // a thousand that come at once are looked at together
+    m_look.start();
+    m_persons.start();
+    m_today = m_services.now().today;
     look();
 }
 
@@ -133,6 +138,7 @@ void LiveHub::sayHello(LiveConnection &connection, const OfficeDoor::Person &per
                                             {QStringLiteral("roles"), rolesOf(person)}});
     hello.insert(QStringLiteral("today"), dateText(now.today));
     hello.insert(QStringLiteral("now"), now.time);
+    hello.insert(QStringLiteral("zone"), QString::fromLatin1(QTimeZone::systemTimeZoneId()));
     hello.insert(QStringLiteral("version"), QCoreApplication::applicationVersion());
     connection.send(hello.toJsonUtf8());
 }

@@ -26,7 +26,8 @@ public:
     void add(const http::Upgraded &upgraded, const Sessions::Key &session);
     /// Ends the session and all its web sockets.
     void signOut(const Sessions::Key &session);
-    int count() const { return m_connections.size(); }
+    /// Tells all that the program ends. Before their sockets go.
+    void shut();
 
 private:
     struct Refreshed;

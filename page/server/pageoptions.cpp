@@ -25,7 +25,7 @@ bool readAddress(const QString &text, PageOptions *options)
     else if (host.contains(':'))
         return false;
     bool isPort = false;
-    options->port = text.mid(colon + 1).toUShort(&isPort);
+    options->port = text.midRef(colon + 1).toUShort(&isPort);
     return colon > 0 && isPort && options->address.setAddress(host);
 }
 

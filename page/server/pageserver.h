@@ -25,12 +25,16 @@ public:
 
     PageServer(const Options &options, std::unique_ptr<OfficeDoor> office, http::FileTable files);
 
+    ~PageServer() { m_hub.shut(); }
+
     /// Why not, as a text for people; empty when it listens.
     QString open(const QHostAddress &address, quint16 port);
     quint16 port() const { return m_server.serverPort(); }
     int sessions() const { return m_sessions.count(); }
 
 private:
+    Q_DISABLE_COPY(PageServer)
+
     const Options m_options;
     const std::unique_ptr<OfficeDoor> m_office;
     Sessions m_sessions;

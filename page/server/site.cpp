@@ -197,7 +197,7 @@ void Site::giveExport(const http::Request &request, QObject *asker, const Answer
     if (!isTaken)
         return answer(http::Response::ofStatus(kUnavailable));
     QObject::connect(asker, &QObject::destroyed, &m_hub,
-                     [&pool = m_services.pool, owner = ReadPool::ownerOf(asker)] { pool.cancel(owner); });
+                     [this, owner = ReadPool::ownerOf(asker)] { m_services.pool.cancel(owner); });
 }
 
 /// Nothing else may a request turn into, so that no proxy takes this connection for something that it is not.

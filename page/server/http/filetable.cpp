@@ -3,6 +3,7 @@
 #include <QCryptographicHash>
 #include <QDirIterator>
 #include <QFile>
+#include <QFileInfo>
 
 namespace page::http {
 
@@ -13,6 +14,7 @@ const QString kCompressedSuffix = QStringLiteral(".gz");
 
 QByteArray typeOf(const QString &name)
 {
+    const QByteArray text = "text/plain; charset=utf-8";
     static const QHash<QString, QByteArray> types = {
         {"html", "text/html; charset=utf-8"},
         {"css", "text/css; charset=utf-8"},
@@ -24,10 +26,10 @@ QByteArray typeOf(const QString &name)
         {"png", "image/png"},
         {"ico", "image/x-icon"},
         {"woff2", "font/woff2"},
-        {"txt", "text/plain; charset=utf-8"},
-        {"md", "text/plain; charset=utf-8"},
+        {"txt", text},
+        {"", text}, // licences
     };
-    return types.value(name.mid(name.lastIndexOf('.') + 1), "application/octet-stream");
+    return types.value(QFileInfo(name).suffix(), "application/octet-stream");
 }
 
 /// Whether a list of weights takes it: "gzip;q=0" does not.

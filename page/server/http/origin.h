@@ -16,7 +16,7 @@ struct Origin {
     bool isSecure = false;     ///< https
 
     /// From "https://host[:port][/path]"; null when it is something else.
-    static std::optional<Origin> fromUrl(const QString &url);
+    static std::optional<Origin> fromUrl(const QString &text);
     /// Of a browser on this machine, or one that reaches the address directly.
     static Origin ofListener(const QHostAddress &address, quint16 port);
 
