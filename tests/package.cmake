@@ -19,6 +19,8 @@ endif()
 execute_process(COMMAND dpkg-deb --contents ${package} OUTPUT_VARIABLE content COMMAND_ERROR_IS_FATAL ANY)
 foreach(line "rwxr-xr-x root/root .* ./opt/zuk3srv/zuk3server\n" " ./usr/sbin/zuk3server -> /opt/zuk3srv/zuk3server\n"
         " ./lib/systemd/system/zuk3srv.service\n" " ./lib/systemd/system/zuk3srv-backup.timer\n"
+        "rwxr-xr-x root/root .* ./usr/bin/zukpage\n" " ./lib/systemd/system/zukpage.service\n"
+        " ./usr/share/man/man1/zukpage.1.gz\n"
         "rwxr-xr-x root/root .* ./usr/bin/zukbackup\n" "rwxr-xr-x root/root .* ./usr/bin/zukadmin\n"
         " ./usr/share/man/man8/zuk3server.8.gz\n" " ./usr/share/doc/zuk3server/attendance-schema.sql\n"
         " ./usr/share/doc/zuk3server/operation.md\n")
