@@ -16,7 +16,10 @@ const waiting = new Map(); // id to {resolve, reject, timer}
 /** Who gets the pushes. */
 export const onPush = (callback) => (receive = callback);
 
-/** The answer; rejected with an Error whose message is the code: the server's, or "lost" without a connection. */
+/**
+ * The answer; rejected with an Error whose message is the code: the server's, or "lost" without a connection. `reason`
+ * and `date` say more, where the server does.
+ */
 export function ask(name, fields) {
     return new Promise((resolve, reject) => {
         if (socket?.readyState !== WebSocket.OPEN) return reject(new Error('lost'));
@@ -35,7 +38,7 @@ function hear(message) {
     waiting.delete(message.id);
     clearTimeout(asked?.timer);
     if (message.ok) asked?.resolve(message);
-    else asked?.reject(new Error(message.error));
+    else asked?.reject(Object.assign(new Error(message.error), { reason: message.reason, date: message.date }));
 }
 
 /** Leaves the connection; what waits for answers is told. */

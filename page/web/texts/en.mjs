@@ -16,11 +16,16 @@ export default {
     'error state': 'The request has been decided or withdrawn already.',
     'error overlap': 'There is a request or an entry for this time already.',
 
+    'reason future': 'This is too far in the future.', 'reason tooEarly': 'This is too long ago.', 'reason tooLong': 'The absence is too long.',
+    'reason noWorkday': 'There is no working day in this time.', 'reason noCalendar': 'There is no calendar for this time yet.', 'reason tooMany': 'Too many open requests; wait for a decision.',
+    'reason endBeforeStart': 'The end is before the start.', 'reason request': 'There is a request for this time already.', 'reason events': 'There is an entry for this time already. %1',
+    'reason time': 'This day has no such time.', 'reason text': 'The text is too long.', 'reason note': 'Write why it is refused.',
+
     'nav month': 'Month', 'nav presence': 'Who is here', 'nav balance': 'Balance', 'title balance': 'My balance', 'nav requests': 'Requests', 'nav department': 'Department',
     waiting: 'request waits for a decision|requests wait for a decision', days: 'day|days',
 
     today: 'Today', thisMonth: 'This month', inSince: 'in since %1', outNow: 'out right now', toGo: '%1 to go', beyond: '%1 beyond the required',
-    week: 'Week %1', total: 'Total', monthTable: 'Days: %1', noHours: 'no hours', byHand: 'entered by hand', request: 'request',
+    week: 'Week %1', total: 'Total', monthTable: 'Days: %1', noMonth: 'There is nothing about this month.', noHours: 'no hours', byHand: 'entered by hand', request: 'request',
     'no arrival': 'missing', 'no departure': 'missing', ofRequired: 'of %1',
     'tile worked': 'Hours', 'tile balance': 'Balance', 'tile carried': 'Carried over', untilYesterday: 'until yesterday', 'tile categories': 'By kind', 'tile leave': 'Leave', 'tile freeHours': 'Free hours',
     'column date': 'Day', 'column arrival': 'Arrival', 'column departure': 'Departure', 'column hours': 'Hours', 'column required': 'Required',
@@ -45,7 +50,7 @@ export default {
     'remedy 101': 'Forgotten arrival', 'remedy 102': 'Forgotten departure', 'remedy 103': 'Forgotten lunch', 'remedy 104': 'Forgotten business exit', 'remedy 105': 'Forgotten private exit',
     'remedy leave': 'Leave', 'remedy sickness': 'Sickness', 'remedy home': 'Work from home', 'remedy fieldwork': 'Field work',
 
-    presentNow: '%1 of %2 are here', findPerson: 'Find a person or department', nobody: 'Nobody matches.', since: 'since %1',
+    presentNow: '%1 of %2 are here', findPerson: 'Find a person or department', nobody: 'Nobody matches.', since: ' since %1', leftAt: ', left %1',
     'presence in': 'here', 'presence out': 'not here', 'presence away': 'away', 'presence all': 'all',
     byMonth: 'The last twelve months', freeHoursHelp: 'as of the last accounting', noFreeHours: 'There is no balance of free hours.', leaveOf: 'taken: %1 of %2',
 
@@ -56,7 +61,7 @@ export default {
     'state open': 'open', 'state approved': 'approved', 'state refused': 'refused', 'state withdrawn': 'withdrawn',
     askedAt: 'asked %1', 'decided approved': 'approved by %1, %2', 'decided refused': 'refused by %1, %2', 'decided withdrawn': 'withdrawn %2',
     askedNow: 'The request has been sent.', withdrawnNow: 'The request has been withdrawn.', approvedNow: 'The request is approved.', refusedNow: 'The request is refused.',
-    endsEarly: 'The end is before the start.', punchHelp: 'Once it is approved, the event is entered and the hours are worked out again.',
+    punchHelp: 'Once it is approved, the event is entered and the hours are worked out again.',
     absenceHelp: 'Once it is approved, the absence is entered for each working day of this time.',
 
     allDepartments: 'All departments', needLook: 'To look at: %1 of %2 employees', allWell: 'All is well; employees without exceptions: %1',

@@ -16,12 +16,17 @@ export default {
     'error state': 'O prošnji je že odločeno ali pa je umaknjena.',
     'error overlap': 'Za ta čas že obstaja prošnja ali vnos.',
 
+    'reason future': 'To je preveč v prihodnosti.', 'reason tooEarly': 'To je preveč v preteklosti.', 'reason tooLong': 'Odsotnost je predolga.',
+    'reason noWorkday': 'V tem času ni delovnega dneva.', 'reason noCalendar': 'Za ta čas še ni koledarja.', 'reason tooMany': 'Preveč odprtih prošenj; počakajte na odločitev.',
+    'reason endBeforeStart': 'Konec je pred začetkom.', 'reason request': 'Za ta čas že obstaja prošnja.', 'reason events': 'Za ta čas že obstaja vnos. %1',
+    'reason time': 'Te ure ta dan ni.', 'reason text': 'Besedilo je predolgo.', 'reason note': 'Napišite razlog zavrnitve.',
+
     'nav month': 'Mesec', 'nav presence': 'Kdo je tu', 'nav balance': 'Stanje', 'title balance': 'Moje stanje', 'nav requests': 'Prošnje', 'nav department': 'Oddelek',
     waiting: 'prošnja čaka na odločitev|prošnji čakata na odločitev|prošnje čakajo na odločitev|prošenj čaka na odločitev',
     days: 'dan|dneva|dnevi|dni',
 
     today: 'Danes', thisMonth: 'Ta mesec', inSince: 'tu od %1', outNow: 'trenutno odsotni', toGo: 'še %1', beyond: '%1 čez obvezo',
-    week: '%1. teden', total: 'Skupaj', monthTable: 'Dnevi: %1', noHours: 'ni ur', byHand: 'ročni vnos', request: 'prošnja',
+    week: '%1. teden', total: 'Skupaj', monthTable: 'Dnevi: %1', noMonth: 'Za ta mesec ni podatkov.', noHours: 'ni ur', byHand: 'ročni vnos', request: 'prošnja',
     'no arrival': 'manjka', 'no departure': 'manjka', ofRequired: 'od %1',
     'tile worked': 'Opravljene ure', 'tile balance': 'Razlika', 'tile carried': 'Preneseno', untilYesterday: 'do včeraj', 'tile categories': 'Po vrstah',
     'tile leave': 'Dopust', 'tile freeHours': 'Proste ure',
@@ -47,8 +52,8 @@ export default {
     'remedy 101': 'Pozabljen prihod', 'remedy 102': 'Pozabljen odhod', 'remedy 103': 'Pozabljena malica', 'remedy 104': 'Pozabljen službeni izhod', 'remedy 105': 'Pozabljen zasebni izhod',
     'remedy leave': 'Dopust', 'remedy sickness': 'Bolniška', 'remedy home': 'Delo od doma', 'remedy fieldwork': 'Teren',
 
-    presentNow: 'Navzočih: %1 od %2', findPerson: 'Poišči osebo ali oddelek', nobody: 'Nihče ne ustreza iskanju.', since: 'od %1',
-    'presence in': 'tu', 'presence out': 'ni tu', 'presence away': 'odsotno', 'presence all': 'vsi',
+    presentNow: 'Navzočih: %1 od %2', findPerson: 'Poišči osebo ali oddelek', nobody: 'Nihče ne ustreza iskanju.', since: ' od %1', leftAt: ', odhod %1',
+    'presence in': 'tu', 'presence out': 'ni tu', 'presence away': 'drugje', 'presence all': 'vsi',
     byMonth: 'Zadnjih dvanajst mesecev', freeHoursHelp: 'po zadnjem obračunu', noFreeHours: 'Stanja prostih ur ni.', leaveOf: 'porabljeno: %1 od %2',
 
     newRequest: 'Nova prošnja', sendRequest: 'Oddaj prošnjo', why: 'Pojasnilo', withdraw: 'Umakni', approve: 'Odobri', refuse: 'Zavrni', refuseWhy: 'Razlog zavrnitve',
@@ -56,9 +61,9 @@ export default {
     'empty mine': 'Nimate še nobene prošnje.', 'empty open': 'Nobena prošnja ne čaka na vas.', 'empty decided': 'Ni še odločenih prošenj.',
     'kind punch': 'Pozabljena registracija', 'kind leave': 'Dopust', 'kind special': 'Izredni dopust', 'kind sickness': 'Bolniška', 'kind errand': 'Službena pot', 'kind fieldwork': 'Teren', 'kind home': 'Delo od doma',
     'state open': 'čaka', 'state approved': 'odobrena', 'state refused': 'zavrnjena', 'state withdrawn': 'umaknjena',
-    askedAt: 'oddana %1', 'decided approved': 'odobril(-a) %1, %2', 'decided refused': 'zavrnil(-a) %1, %2', 'decided withdrawn': 'umaknjena %2',
+    askedAt: 'oddana %1', 'decided approved': 'odobreno: %1, %2', 'decided refused': 'zavrnjeno: %1, %2', 'decided withdrawn': 'umaknjena %2',
     askedNow: 'Prošnja je oddana.', withdrawnNow: 'Prošnja je umaknjena.', approvedNow: 'Prošnja je odobrena.', refusedNow: 'Prošnja je zavrnjena.',
-    endsEarly: 'Konec je pred začetkom.', punchHelp: 'Ko vodja prošnjo odobri, se dogodek vnese in ure se preračunajo.',
+    punchHelp: 'Ko vodja prošnjo odobri, se dogodek vnese in ure se preračunajo.',
     absenceHelp: 'Ko vodja prošnjo odobri, se odsotnost vnese za vsak delovni dan tega časa.',
 
     allDepartments: 'Vsi oddelki', needLook: 'Za pregled: %1 od %2 zaposlenih', allWell: 'Vse v redu; zaposlenih brez izjem: %1',

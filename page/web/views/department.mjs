@@ -10,7 +10,7 @@ import { byName, matches, searchField } from './presence.mjs';
 
 const orThis = (month) => month || monthOf(store.today);
 
-export const title = (month, department) => `${department || t('nav department')}, ${monthName(orThis(month))}`;
+export const title = (month, department) => `${department || t('allDepartments')} · ${monthName(orThis(month))}`;
 
 const kCounts = { half: 'half', missing: 'missingDays', faults: 'faults' }; // and their nouns
 const weight = (person) => person.half + person.missing + person.faults;
@@ -18,7 +18,7 @@ const weight = (person) => person.half + person.missing + person.faults;
 /** Half pairs and missing days before warnings, both before who has none. */
 const byUrgency = (a, b) => weight(b) - weight(a) || b.exceptions.length - a.exceptions.length || byName(a, b);
 
-const exceptionLine = (person) => ({ date, what, text }) => html`<li><a href=${link('day', date, person.id)}>${shortDate(date)}</a>
+const exceptionLine = (person) => ({ date, what, text }) => html`<li>${date ? html`<a href=${link('day', date, person.id)}>${shortDate(date)}</a>` : nothing}
     <span class="chip ${what === 'warning' ? '' : 'c-warn'}">${what === 'warning' || what === 'fault' ? remarkText(text) : t(`what ${what}`)}</span></li>`;
 
 function exceptions(person) {

@@ -71,10 +71,11 @@ function dayRow(day, user) {
 const sum = (days, field) => days.reduce((total, day) => total + (day[field] ?? 0), 0);
 
 function weekRows(days, user) {
+    const hasBegun = days[0].date <= store.today;
     return html`<tbody>${days.map((day) => dayRow(day, user))}
         <tr class="week"><th scope="row">${t('week', weekOf(days[0].date))}</th><td></td><td></td>
-            <td class="hours">${duration(sum(days, 'worked'))}</td><td class="required">${duration(sum(days, 'required'))}</td>
-            <td class="balance">${balanceText(sum(days.filter(isSettled), 'balance'))}</td><td class="running"></td><td class="remarks"></td></tr></tbody>`;
+            <td class="hours">${hasBegun ? duration(sum(days, 'worked')) : nothing}</td><td class="required">${duration(sum(days, 'required'))}</td>
+            <td class="balance">${hasBegun ? balanceText(sum(days.filter(isSettled), 'balance')) : nothing}</td><td class="running"></td><td class="remarks"></td></tr></tbody>`;
 }
 
 /** Of the month without a today that goes on. */
@@ -125,7 +126,7 @@ function content(answer, user) {
     const data = grown(answer);
     return html`${isMe(user) ? todayCard(data) : nothing}${tiles(data)}
         ${data.errors.length ? html`<ul class="card warning">${data.errors.map((text) => html`<li>${text}</li>`)}</ul>` : nothing}
-        ${table(data, user)}${monthPlots(data)}`;
+        ${data.days.length ? html`${table(data, user)}${monthPlots(data)}` : html`<p class="empty">${t('noMonth')}</p>`}`;
 }
 
 export function view(given, user) {

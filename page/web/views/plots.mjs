@@ -7,7 +7,7 @@ import { html } from '../vendor/lit-html/lit-html.mjs';
 
 const kHeight = 190;
 
-/** What the plot is drawn from: `x` days of the month, `series` of hours, `drawn` bars, steps or line. */
+/** What the plot is drawn from: `x` days of the month, `series` of hours, `drawn` bars, boxes or line. */
 class Plot extends HTMLElement {
     set plot(plot) {
         const text = JSON.stringify(plot);
@@ -52,15 +52,15 @@ class Plot extends HTMLElement {
         const { x, series } = this.data;
         const [ink, line] = ['muted', 'line'].map((name) => this.colour(name));
         const axis = { stroke: ink, grid: { stroke: line, width: 1 }, ticks: { show: false }, font: '12px system-ui, sans-serif' };
-        const { bars, stepped } = this.library.paths;
-        const paths = { bars: bars({ size: [0.6, 22] }), steps: stepped({ align: 0 }) };
+        const { bars } = this.library.paths;
+        const paths = { bars: bars({ size: [0.55, 20] }), boxes: bars({ size: [0.8, 30] }) };
         this.chart = new this.library({
             width: this.clientWidth, height: kHeight, legend: { show: false }, cursor: { show: false }, padding: [8, 8, 0, 0],
             scales: { x: { time: false, range: (_, low, high) => [low - 0.6, high + 0.6] } },
-            axes: [{ ...axis, grid: { show: false }, size: 28 },
+            axes: [{ ...axis, grid: { show: false }, size: 28, incrs: [1, 2, 5, 10] },
                 { ...axis, size: 44, values: (_, values) => values.map((value) => duration(value * 3600)), incrs: [0.5, 1, 2, 4, 8, 16, 24, 40, 80] }],
             series: [{}, ...series.map(({ drawn, colour, fill }) => ({
-                stroke: this.colour(colour), fill: fill && this.colour(fill), width: drawn === 'bars' ? 0 : 2, paths: paths[drawn],
+                stroke: this.colour(colour), fill: fill && this.colour(fill), width: { bars: 0, boxes: 1, line: 2 }[drawn], paths: paths[drawn],
                 points: { show: false },
             }))],
         }, [x, ...series.map(({ values }) => values)], this);
@@ -87,7 +87,7 @@ export function monthPlots({ days }) {
     const x = days.map((_, index) => index + 1);
     const hoursPlot = { x, series: [
         { values: days.map(({ worked }) => hours(worked)), drawn: 'bars', fill: 'bar', colour: 'bar' },
-        { values: days.map(({ required }) => hours(required)), drawn: 'steps', colour: 'ink' }] };
+        { values: days.map(({ required }) => hours(required)), drawn: 'boxes', colour: 'edge' }] };
     const runningPlot = { x, series: [
         { values: days.map((day) => (isPast(day) ? hours(day.running) : null)), drawn: 'line', colour: 'accent', fill: 'accent-soft' }] };
     return html`<section class="plots" aria-label=${t('plots')}>

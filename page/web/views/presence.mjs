@@ -11,8 +11,7 @@ export const title = () => t('nav presence');
 const kOrder = { in: 0, away: 1, out: 2 };
 
 const row = ({ name, state, since, text, isNew }) => html`<li class="${state} ${isNew ? 'fresh' : ''}"><span class="dot" aria-hidden="true"></span>
-    <span class="name">${name}</span><span class="state">${state === 'away' && text ? named('event', text) : t(`presence ${state}`)}
-        ${since ? html`<time>${t('since', clock(since))}</time>` : nothing}</span></li>`;
+    <span class="name">${name}</span><span class="state">${state === 'away' && text ? named('event', text) : t(`presence ${state}`)}${since ? t(state === 'out' ? 'leftAt' : 'since', clock(since)) : nothing}</span></li>`;
 
 export const byName = (a, b) => a.name.localeCompare(b.name, document.documentElement.lang);
 

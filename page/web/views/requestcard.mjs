@@ -3,7 +3,7 @@ import { ask } from '../live.mjs';
 import { clock, dateOf, moment, shortDate, span, weekdayName } from '../format.mjs';
 import { link } from '../router.mjs';
 import { change, store, tell } from '../store.mjs';
-import { t } from '../texts/texts.mjs';
+import { knows, t } from '../texts/texts.mjs';
 import { html, nothing } from '../vendor/lit-html/lit-html.mjs';
 
 /** Asks for a change; what came of it is told in words. The lists are asked for again by the push that follows. */
@@ -12,8 +12,8 @@ export async function act(name, fields, done) {
         const answer = await ask(name, fields);
         tell(t(done));
         return answer;
-    } catch ({ message }) {
-        tell(t(`error ${message}`));
+    } catch ({ message, reason, date }) {
+        tell(knows(`reason ${reason}`) ? t(`reason ${reason}`, date ? shortDate(date) : '') : t(`error ${message}`));
         return null;
     }
 }

@@ -16,7 +16,7 @@ async function submit(event, kind) {
     event.preventDefault();
     const { date, time, code, from, to, why } = Object.fromEntries(new FormData(event.target));
     if (kind !== 'punch' && to < from) {
-        event.target.elements.to.setCustomValidity(t('endsEarly'));
+        event.target.elements.to.setCustomValidity(t('reason endBeforeStart'));
         return event.target.reportValidity();
     }
     change({ form: { ...store.form, isBusy: true } });

@@ -1,0 +1,37 @@
+# What a browser gets of the employees' page, relative to this folder.
+set(ZUK_PAGE_FILES
+    index.html
+    icon.svg
+    theme.js
+    app.mjs
+    store.mjs
+    router.mjs
+    live.mjs
+    answers.mjs
+    session.mjs
+    format.mjs
+    texts/texts.mjs
+    texts/sl.mjs
+    texts/en.mjs
+    views/shell.mjs
+    views/login.mjs
+    views/parts.mjs
+    views/month.mjs
+    views/plots.mjs
+    views/day.mjs
+    views/timeline.mjs
+    views/steps.mjs
+    views/presence.mjs
+    views/balance.mjs
+    views/requests.mjs
+    views/requestcard.mjs
+    views/requestform.mjs
+    views/department.mjs
+    style/page.css
+    style/views.css
+    style/print.css
+    vendor/VERSIONS
+    vendor/lit-html/LICENSE
+    vendor/lit-html/lit-html.mjs
+    vendor/uplot/LICENSE
+    vendor/uplot/uplot.mjs)
