@@ -32,16 +32,19 @@ async function load(name) {
 
 let shown = ''; // the view and its arguments, as they were drawn last
 
-/** After a change of the view its heading gets the focus; within one view the focus stays and the title is read out. */
+/**
+ * After a change of the view its heading gets the focus; within one view, and when the page is opened, the focus stays.
+ * Then the title is read out.
+ */
 function settle(name, title, isReady) {
     document.title = title ? `${title} · ${t('product')}` : t('product');
     const address = `${name} ${store.route.args}`;
-    if (!isReady || address === shown) return;
+    if (!isReady || name === 'opening' || address === shown) return;
     const isFirst = shown === '';
     const isSameView = shown.split(' ')[0] === name;
     shown = address;
-    if (isSameView) change({ spoken: title });
-    else if (!isFirst) document.getElementById('title')?.focus({ preventScroll: true });
+    if (isFirst || isSameView) change({ spoken: title });
+    else document.getElementById('title')?.focus({ preventScroll: true });
     if (!isSameView) scrollTo(0, 0);
 }
 
