@@ -66,7 +66,8 @@ export const forget = () => entries.clear();
 
 /** Of these employees, or of all where there is no list. */
 export function ageEmployees(ids) {
-    const isOf = ({ name, fields }) => name === 'department' ||
+    const isOf = ({ name, fields }) =>
+        name === 'department' ||
         (['month', 'day', 'balance'].includes(name) && ids.includes(fields.user ?? store.me?.id));
     age(ids ? isOf : undefined);
 }
@@ -76,7 +77,7 @@ export function patchPresence(changes) {
     const people = entries.get('["presence",{}]')?.data?.people;
     for (const each of people ? changes : []) {
         const at = people.findIndex(({ id }) => id === each.id);
-        people.splice(at < 0 ? people.length : at, 1, { ...each, isNew: true });
+        people.splice(at < 0 ? people.length : at, 1, { ...each, changed: Date.now() });
     }
     change();
 }

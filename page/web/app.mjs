@@ -64,9 +64,9 @@ function draw() {
     settle(name, title, view);
 }
 
+connect(); // while the catalogue comes
 await speak(firstLanguage());
 store.theme = document.documentElement.dataset.theme ?? '';
 onChange(draw);
 follow();
-connect();
 setInterval(() => document.visibilityState === 'visible' && change(), kBeatMs);

@@ -13,6 +13,8 @@ set(ZUK_PAGE_FILES
     texts/texts.mjs
     texts/sl.mjs
     texts/en.mjs
+    texts/day-sl.mjs
+    texts/day-en.mjs
     views/shell.mjs
     views/login.mjs
     views/parts.mjs

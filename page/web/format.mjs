@@ -20,7 +20,8 @@ const capital = (text) => text[0].toUpperCase() + text.slice(1);
 export function duration(seconds, withSeconds = false) {
     if (seconds === null || seconds === undefined) return '–';
     const size = Math.abs(seconds);
-    const text = `${Math.floor(size / 3600)}:${pad(Math.floor(size / 60) % 60)}${withSeconds ? `:${pad(size % 60)}` : ''}`;
+    const minutes = `${Math.floor(size / 3600)}:${pad(Math.floor(size / 60) % 60)}`;
+    const text = withSeconds ? `${minutes}:${pad(size % 60)}` : minutes;
     return seconds < 0 && /[1-9]/.test(text) ? `−${text}` : text;
 }
 
@@ -36,7 +37,9 @@ const partsOf = (time, options) => format({ timeZone: store.zone, ...options }).
 export function clock(time, withSeconds = false) {
     if (time === null || time === undefined) return '';
     const options = { hour: 'numeric', minute: '2-digit', hourCycle: 'h23' };
-    return partsOf(time, withSeconds ? { ...options, second: '2-digit' } : options).replace(/^0(?=\d:)/, '').replace(/\./g, ':');
+    return partsOf(time, withSeconds ? { ...options, second: '2-digit' } : options)
+        .replace(/^0(?=\d:)/, '')
+        .replace(/\./g, ':');
 }
 
 /** The local date of an instant. */
@@ -48,8 +51,13 @@ export function dateOf(time) {
 /** Seconds since the midnight of the date, as the clock shows them: more than a day after it, less than 0 before it. */
 export function secondsOfDay(time, date) {
     const [hours, minutes, seconds] = partsOf(time, {
-        hour: '2-digit', minute: '2-digit', second: '2-digit', hourCycle: 'h23',
-    }).split(/\D+/).map(Number);
+        hour: '2-digit',
+        minute: '2-digit',
+        second: '2-digit',
+        hourCycle: 'h23',
+    })
+        .split(/\D+/)
+        .map(Number);
     return Math.round((parse(dateOf(time)) - parse(date)) / 1000) + hours * 3600 + minutes * 60 + seconds;
 }
 
@@ -62,9 +70,10 @@ export function clockOfDay(seconds, withSeconds = false) {
 
 const dateText = (options) => (date) => format({ timeZone: 'UTC', ...options }).format(parse(date));
 
-export const fullDate = (date) => capital(dateText({ weekday: 'long', day: 'numeric', month: 'long', year: 'numeric' })(date));
+export const fullDate = (date) =>
+    capital(dateText({ weekday: 'long', day: 'numeric', month: 'long', year: 'numeric' })(date));
 export const longDate = dateText({ day: 'numeric', month: 'long', year: 'numeric' });
-export const shortDate = dateText({ day: 'numeric', month: 'numeric' });
+export const shortDate = (date) => dateText({ day: 'numeric', month: language === 'sl' ? 'numeric' : 'short' })(date);
 export const dayNumber = (date) => `${Number(date.slice(8))}${language === 'sl' ? '.' : ''}`;
 export const weekdayName = dateText({ weekday: 'short' });
 export const monthName = (month) => capital(dateText({ month: 'long', year: 'numeric' })(`${month}-01`));

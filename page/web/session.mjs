@@ -8,7 +8,15 @@ const kPushes = {
     hello({ me, today, now: time, zone }) {
         if (store.me?.id !== me.id) forget();
         const isAgain = store.me !== null;
-        change({ me, today, zone, link: 'open', signedOut: false, gone: false, skew: time - Math.floor(Date.now() / 1000) });
+        change({
+            me,
+            today,
+            zone,
+            link: 'open',
+            signedOut: false,
+            gone: false,
+            skew: time - Math.floor(Date.now() / 1000),
+        });
         if (isAgain) age();
     },
     signedOut() {

@@ -2,4 +2,6 @@
 try {
     const theme = localStorage.getItem('zuk-theme');
     if (theme) document.documentElement.dataset.theme = theme;
-} catch { /* without storage the system's choice stays */ }
+} catch {
+    /* without storage the system's choice stays */
+}

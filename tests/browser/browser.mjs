@@ -6,11 +6,20 @@ import { chromium } from 'playwright-core';
 const axeText = readFileSync(createRequire(import.meta.url).resolve('axe-core/axe.min.js'), 'utf8');
 const kAxeTags = ['wcag2a', 'wcag2aa', 'wcag21a', 'wcag21aa', 'wcag22aa', 'best-practice'];
 
-export const openBrowser = () => chromium.launch({ executablePath: process.env.ZUK_CHROMIUM ?? '/usr/bin/chromium', args: ['--no-sandbox', '--disable-dev-shm-usage'] });
+export const openBrowser = () =>
+    chromium.launch({
+        executablePath: process.env.ZUK_CHROMIUM ?? '/usr/bin/chromium',
+        args: ['--no-sandbox', '--disable-dev-shm-usage'],
+    });
 
 /** A visitor with a session of their own. Whatever the page complains of in the console is kept in `complaints`. */
 export async function visit(browser, url, options = {}) {
-    const context = await browser.newContext({ locale: 'sl-SI', timezoneId: 'Europe/Ljubljana', viewport: { width: 1280, height: 900 }, ...options });
+    const context = await browser.newContext({
+        locale: 'sl-SI',
+        timezoneId: 'Europe/Ljubljana',
+        viewport: { width: 1280, height: 900 },
+        ...options,
+    });
     const page = await context.newPage();
     page.complaints = [];
     page.on('console', (message) => message.type() === 'error' && page.complaints.push(message.text()));
@@ -30,9 +39,18 @@ export async function signIn(page, user, password = user) {
 /** Opens a view and waits until its data are there. */
 export async function open(page, hash) {
     await page.evaluate((to) => (location.hash = to), hash);
-    await page.waitForFunction((to) => location.hash === to && document.querySelector('main h1') && !document.querySelector('main .loading'), hash);
-    await page.evaluate(() => Promise.all(document.getAnimations()
-        .filter((each) => each.effect.getComputedTiming().iterations !== Infinity).map((each) => each.finished.catch(() => 0))));
+    await page.waitForFunction(
+        (to) => location.hash === to && document.querySelector('main h1') && !document.querySelector('main .loading'),
+        hash,
+    );
+    await page.evaluate(() =>
+        Promise.all(
+            document
+                .getAnimations()
+                .filter((each) => each.effect.getComputedTiming().iterations !== Infinity)
+                .map((each) => each.finished.catch(() => 0)),
+        ),
+    );
 }
 
 /** What axe finds, as lines; it is put in from outside, past the page's own rules. */

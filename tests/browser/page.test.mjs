@@ -8,6 +8,8 @@ const kAna = 1;
 const kLiveMs = 2000; // an event is on the page after so long
 const kPatienceMs = 15000; // on a machine that has other things to do as well
 
+const kPersonnelOffice = "select NAME from USER_ACCESS join page_role on page_role.IDP=USER_ACCESS.IDP where ROLE='hr'";
+
 let site;
 let browser;
 
@@ -90,7 +92,7 @@ visitTest('a day is explained: its last sum is what the month has', async (page)
     assert.match((await text(page, '.account .end .sum')).trim(), new RegExp(`^${hours}(:00)?$`));
     // The office's rules round down to five minutes, and say so with their setting.
     assert.match(await text(page, '.account'), /zaokroži navzdol na cele korake\s+SALDO\/WTROUNDTRH = 5\smin/);
-    assert.equal(await page.locator('.timeline .lane.pairs span').count() > 0, true);
+    assert.equal((await page.locator('.timeline .lane.pairs span').count()) > 0, true);
 });
 
 visitTest('an arrival at a terminal shows within two seconds', async (page) => {
@@ -100,7 +102,11 @@ visitTest('an arrival at a terminal shows within two seconds', async (page) => {
     assert.match(await person.innerText(), /ni tu/);
     const times = [];
     // A minute apart: of one second a departure is taken to come before an arrival.
-    for (const [code, state, minutes] of [['101:Prihod', 'in', 3], ['102:Odhod', 'out', 2], ['101:Prihod', 'in', 1]]) {
+    for (const [code, state, minutes] of [
+        ['101:Prihod', 'in', 3],
+        ['102:Odhod', 'out', 2],
+        ['101:Prihod', 'in', 1],
+    ]) {
         site.punch([kAna, code, new Date(Date.now() - minutes * 60000)]);
         const stored = Date.now();
         await page.locator(`.people li.${state}`, { hasText: /Novak Ana/ }).waitFor({ timeout: kPatienceMs });
@@ -144,7 +150,8 @@ visitTest('a forgotten departure is asked for, approved, and changes the hours',
 
     await page.locator('.request.approved').waitFor({ timeout: kPatienceMs });
     await open(page, `#/month/${date.slice(0, 7)}`);
-    await hoursOf(page, date).filter({ hasText: '7:55' }).waitFor({ timeout: kPatienceMs }); // 7:59:50, rounded down to five minutes
+    // 7:59:50, rounded down to five minutes
+    await hoursOf(page, date).filter({ hasText: '7:55' }).waitFor({ timeout: kPatienceMs });
     await open(page, `#/day/${date}`);
     await page.locator('.requests', { hasText: 'odobreno: ' }).waitFor({ timeout: kPatienceMs });
     assert.match(await text(page, '.events'), /vnos: Novak Ana/);
@@ -159,7 +166,10 @@ visitTest('a refusal needs a reason, which is told; an open request can be withd
         await page.locator('.request.open').first().waitFor();
     };
     await ask();
-    await page.getByRole('button', { name: /^Umakni/ }).first().click();
+    await page
+        .getByRole('button', { name: /^Umakni/ })
+        .first()
+        .click();
     await page.locator('.request.withdrawn').waitFor();
     await ask();
     await open(page, `#/new/leave/${date}`);
@@ -167,7 +177,7 @@ visitTest('a refusal needs a reason, which is told; an open request can be withd
     await page.getByText('Za ta čas že obstaja prošnja.').waitFor();
     await open(page, '#/requests');
 
-    const [{ NAME: hr }] = site.query("select NAME from USER_ACCESS join page_role on page_role.IDP=USER_ACCESS.IDP where ROLE='hr'");
+    const [{ NAME: hr }] = site.query(kPersonnelOffice);
     const office = await visit(browser, site.url);
     await signIn(office, hr);
     await open(office, '#/requests/open');
@@ -192,19 +202,24 @@ visitTest('a refusal needs a reason, which is told; an open request can be withd
     await office.context().close();
 });
 
-visitTest('English from the browser, kept over a reload when it was chosen', async (page) => {
-    await page.getByRole('heading', { name: 'Sign in' }).waitFor();
-    await signIn(page, 'ana');
-    assert.equal(await page.locator('html').getAttribute('lang'), 'en');
-    await page.getByRole('link', { name: 'Who is here' }).waitFor();
-    await page.getByRole('button', { name: 'Slovenščina' }).click();
-    await page.getByRole('link', { name: 'Kdo je tu' }).waitFor();
-    await page.reload();
-    await page.getByRole('link', { name: 'Kdo je tu' }).waitFor();
-}, { locale: 'en-GB' });
+visitTest(
+    'English from the browser, kept over a reload when it was chosen',
+    async (page) => {
+        await page.getByRole('heading', { name: 'Sign in' }).waitFor();
+        await signIn(page, 'ana');
+        assert.equal(await page.locator('html').getAttribute('lang'), 'en');
+        await page.getByRole('link', { name: 'Who is here' }).waitFor();
+        await page.getByRole('button', { name: 'Slovenščina' }).click();
+        await page.getByRole('link', { name: 'Kdo je tu' }).waitFor();
+        await page.reload();
+        await page.getByRole('link', { name: 'Kdo je tu' }).waitFor();
+    },
+    { locale: 'en-GB' },
+);
 
 visitTest('by keyboard alone', async (page) => {
-    const focusIs = (name) => page.waitForFunction((wanted) => document.activeElement?.textContent.includes(wanted), name);
+    const focusIs = (name) =>
+        page.waitForFunction((wanted) => document.activeElement?.textContent.includes(wanted), name);
     await page.locator('[name=user]').focus();
     await page.keyboard.type('ana');
     await page.keyboard.press('Tab');
@@ -249,17 +264,32 @@ visitTest('what is on the screen can be had as CSV', async (page) => {
 async function views(page) {
     const date = await emptyWorkday(page, 2);
     const worked = isoDate(daysAgo(40));
-    return ['#/month', `#/month/${worked.slice(0, 7)}`, `#/day/${worked}/${kAna}`, `#/day/${date}`, '#/presence', '#/balance', '#/requests',
-        '#/requests/open', '#/requests/decided', `#/new/punch/${date}/102`, '#/new/leave', `#/department/${worked.slice(0, 7)}`];
+    return [
+        '#/month',
+        `#/month/${worked.slice(0, 7)}`,
+        `#/day/${worked}/${kAna}`,
+        `#/day/${date}`,
+        '#/presence',
+        '#/balance',
+        '#/requests',
+        '#/requests/open',
+        '#/requests/decided',
+        `#/new/punch/${date}/102`,
+        '#/new/leave',
+        `#/department/${worked.slice(0, 7)}`,
+    ];
 }
 
 for (const colorScheme of ['light', 'dark']) {
-    for (const [width, height] of [[360, 740], [1280, 900]]) {
+    for (const [width, height] of [
+        [360, 740],
+        [1280, 900],
+    ]) {
         const options = { colorScheme, viewport: { width, height } };
         test(`every view at ${width} px, ${colorScheme}: accessible, and no wider than the screen`, async () => {
             const page = await visit(browser, site.url, options);
             const found = (await axeFindings(page)).map((line) => `sign-in ${line}`);
-            const [{ NAME: hr }] = site.query("select NAME from USER_ACCESS join page_role on page_role.IDP=USER_ACCESS.IDP where ROLE='hr'");
+            const [{ NAME: hr }] = site.query(kPersonnelOffice);
             await signIn(page, hr);
             for (const hash of await views(page)) {
                 await open(page, hash);
@@ -273,6 +303,24 @@ for (const colorScheme of ['light', 'dark']) {
         });
     }
 }
+
+visitTest(
+    'no width at which something is cut off',
+    async (page) => {
+        const [{ NAME: hr }] = site.query(kPersonnelOffice);
+        await signIn(page, hr);
+        const wide = [];
+        for (const hash of ['#/month', `#/department/${isoDate(daysAgo(40)).slice(0, 7)}`]) {
+            await open(page, hash);
+            for (let width = 320; width <= 1400; width += 60) {
+                await page.setViewportSize({ width, height: 900 });
+                if ((await tooWide(page)) > 0) wide.push(`${hash} at ${width} px`);
+            }
+        }
+        assert.deepEqual(wide, []);
+    },
+    { locale: 'en-GB' }, // the longer words
+);
 
 test('a lost connection is told, and comes back by itself', async () => {
     const page = await visit(browser, site.url);

@@ -1,4 +1,5 @@
-// The pictures of the README: the page in light and in dark colours, of a demo company. Arguments: the folder to write to.
+// The pictures of the README: the page in light and in dark colours, of a demo company. Its argument is the folder to
+// write them to.
 import { join } from 'node:path';
 import { open, openBrowser, signIn, visit } from './browser.mjs';
 import { Site, daysAgo, isoDate } from './site.mjs';
@@ -11,7 +12,13 @@ const browser = await openBrowser();
 const lastMonth = isoDate(daysAgo(new Date().getDate())).slice(0, 7);
 
 async function picture(colorScheme, locale, hash) {
-    const page = await visit(browser, site.url, { colorScheme, locale, viewport: { width: 1120, height: 760 }, deviceScaleFactor: 2, reducedMotion: 'reduce' });
+    const page = await visit(browser, site.url, {
+        colorScheme,
+        locale,
+        viewport: { width: 1120, height: 760 },
+        deviceScaleFactor: 2,
+        reducedMotion: 'reduce',
+    });
     await signIn(page, 'ana');
     await open(page, await hash(page));
     await page.screenshot({ path: join(folder, `page-${colorScheme}.png`) });

@@ -16,7 +16,8 @@ const kEmptyDays = 20;
 const bin = process.env.ZUK_BIN;
 const environment = { ...process.env, TZ: 'Europe/Ljubljana' };
 
-export const isoDate = (date) => `${date.getFullYear()}-${String(date.getMonth() + 1).padStart(2, '0')}-${String(date.getDate()).padStart(2, '0')}`;
+export const isoDate = (date) =>
+    `${date.getFullYear()}-${String(date.getMonth() + 1).padStart(2, '0')}-${String(date.getDate()).padStart(2, '0')}`;
 
 export function daysAgo(days) {
     const date = new Date();
@@ -34,11 +35,12 @@ async function freePort() {
     return port;
 }
 
-const listens = (port) => new Promise((resolve) => {
-    const socket = connect(port, '127.0.0.1');
-    socket.on('connect', () => resolve(true)).on('error', () => resolve(false));
-    socket.on('connect', () => socket.destroy());
-});
+const listens = (port) =>
+    new Promise((resolve) => {
+        const socket = connect(port, '127.0.0.1');
+        socket.on('connect', () => resolve(true)).on('error', () => resolve(false));
+        socket.on('connect', () => socket.destroy());
+    });
 
 async function untilListening(port, name, child) {
     for (const end = Date.now() + kStartMs; Date.now() < end; await sleep(100)) {
@@ -67,8 +69,19 @@ export class Site {
         const site = new Site();
         site.folder = mkdtempSync(join(tmpdir(), 'zuk-page-'));
         site.database = join(site.folder, 'zuknetserver.db');
-        site.run('demodata', '--employees', employees, '--months', months, '--end', isoDate(daysAgo(emptyDays)), '--seed', 1,
-            '--output', site.database);
+        site.run(
+            'demodata',
+            '--employees',
+            employees,
+            '--months',
+            months,
+            '--end',
+            isoDate(daysAgo(emptyDays)),
+            '--seed',
+            1,
+            '--output',
+            site.database,
+        );
         // The server keeps its state beside its executable.
         copyFileSync(join(bin, 'zuk3server'), join(site.folder, 'zuk3server'));
         const webPort = await freePort();
@@ -82,7 +95,11 @@ export class Site {
     }
 
     async startPage() {
-        this.page = start(join(bin, 'zukpage'), ['--listen', `127.0.0.1:${this.port}`, '--database', this.database], this.folder);
+        this.page = start(
+            join(bin, 'zukpage'),
+            ['--listen', `127.0.0.1:${this.port}`, '--database', this.database],
+            this.folder,
+        );
         await untilListening(this.port, 'zukpage', this.page);
     }
 
@@ -95,12 +112,19 @@ export class Site {
     }
 
     run(program, ...args) {
-        return execFileSync(join(bin, program), args.map(String), { cwd: this.folder, env: environment, encoding: 'utf8' });
+        return execFileSync(join(bin, program), args.map(String), {
+            cwd: this.folder,
+            env: environment,
+            encoding: 'utf8',
+        });
     }
 
     /** Events as a terminal sends them, [employee, access code, Date or nothing for now]. */
     punch(...events) {
-        const given = events.flatMap(([employee, code, date]) => ['--event', [employee, code, ...(date ? [Math.floor(date / 1000)] : [])].join(',')]);
+        const given = events.flatMap(([employee, code, date]) => [
+            '--event',
+            [employee, code, ...(date ? [Math.floor(date / 1000)] : [])].join(','),
+        ]);
         this.run('zukterm', '--number', 1, '--once', ...given);
     }
 
@@ -108,8 +132,10 @@ export class Site {
 
     /** The user name of who decides over the department; the demo's passwords of these are their names. */
     supervisorOf(department) {
-        const [row] = this.query(`select NAME from USER_ACCESS join page_role on page_role.IDP=USER_ACCESS.IDP
-            where page_role.ROLE='supervisor' and page_role.DEPARTMENT='${department}'`.replace(/\s+/g, ' '));
+        const [row] = this.query(
+            `select NAME from USER_ACCESS join page_role on page_role.IDP=USER_ACCESS.IDP
+            where page_role.ROLE='supervisor' and page_role.DEPARTMENT='${department}'`.replace(/\s+/g, ' '),
+        );
         return row.NAME;
     }
 }

@@ -2,10 +2,10 @@
 import { ahead, need } from '../answers.mjs';
 import { addMonths, duration, monthName, monthOf, shortDate } from '../format.mjs';
 import { go, link } from '../router.mjs';
-import { store } from '../store.mjs';
+import { change, store } from '../store.mjs';
 import { count, t } from '../texts/texts.mjs';
 import { html, nothing } from '../vendor/lit-html/lit-html.mjs';
-import { balanceText, csvLink, heading, pager, remarkText, withData } from './parts.mjs';
+import { balanceText, chip, columnHeads, csvLink, heading, pager, remarkText, withData } from './parts.mjs';
 import { byName, matches, searchField } from './presence.mjs';
 
 const orThis = (month) => month || monthOf(store.today);
@@ -18,25 +18,51 @@ const weight = (person) => person.half + person.missing + person.faults;
 /** Half pairs and missing days before warnings, both before who has none. */
 const byUrgency = (a, b) => weight(b) - weight(a) || b.exceptions.length - a.exceptions.length || byName(a, b);
 
-const exceptionLine = (person) => ({ date, what, text }) => html`<li>${date ? html`<a href=${link('day', date, person.id)}>${shortDate(date)}</a>` : nothing}
-    <span class="chip ${what === 'warning' ? '' : 'c-warn'}">${what === 'warning' || what === 'fault' ? remarkText(text) : t(`what ${what}`)}</span></li>`;
+const kTold = ['fault', 'warning']; // these come with a text
+
+const exceptionLine =
+    (person) =>
+    ({ date, what, text }) => html`<li>
+    ${date ? html`<a href=${link('day', date, person.id)}>${shortDate(date)}</a>` : nothing}
+    ${chip(kTold.includes(what) ? remarkText(text) : t(`what ${what}`), what === 'warning' ? '' : 'c-warn')}</li>`;
+
+/** One person's exceptions are open at a time. */
+function toggle(event, id) {
+    event.preventDefault();
+    change({ form: { opened: store.form.opened === id ? null : id } });
+}
 
 function exceptions(person) {
     if (!person.exceptions.length) return nothing;
-    const urgent = Object.entries(kCounts).filter(([name]) => person[name]).map(([name, noun]) => html`<span class="chip c-warn">${count(person[name], noun)}</span>`);
+    const urgent = Object.entries(kCounts).filter(([name]) => person[name]);
     const mild = person.exceptions.filter(({ what }) => what === 'warning').length;
-    return html`<details><summary>${urgent}${mild ? html`<span class="chip">${count(mild, 'warnings')}</span>` : nothing}</summary>
+    return html`<details ?open=${store.form.opened === person.id}>
+        <summary @click=${(event) => toggle(event, person.id)}>
+            ${urgent.map(([name, noun]) => chip(count(person[name], noun), 'c-warn'))}
+            ${mild ? chip(count(mild, 'warnings')) : nothing}</summary>
         <ul class="exceptions">${person.exceptions.map(exceptionLine(person))}</ul></details>`;
 }
 
-const row = (person, month) => html`<tr class=${weight(person) ? 'urgent' : ''}>
-    <th scope="row"><a href=${link('month', month, person.id)}>${person.name}</a><small>${person.department}</small></th>
-    <td class="hours">${duration(person.worked)}</td><td class="required">${duration(person.required)}</td><td class="balance">${balanceText(person.balance)}</td>
-    <td class="remarks">${exceptions(person)}${person.openRequests ? html`<a class="chip s-open" href=${link('requests', 'open')}>${count(person.openRequests, 'openRequests')}</a>` : nothing}</td></tr>`;
+const openRequests = ({ openRequests: number }) =>
+    number
+        ? html`<a class="chip s-open" href=${link('requests', 'open')}>${count(number, 'openRequests')}</a>`
+        : nothing;
 
-const chooser = (departments, department, month) => (departments.length < 2 ? nothing : html`<label class="search"><span class="hidden">${t('nav department')}</span>
-    <select @change=${({ target }) => go('department', month, target.value || undefined)}><option value="">${t('allDepartments')}</option>${departments.map((name) => html`<option
-    value=${name} ?selected=${name === department}>${name}</option>`)}</select></label>`);
+const row = (person, month) => html`<tr class=${weight(person) ? 'urgent' : ''}>
+    <th scope="row"><a href=${link('month', month, person.id)}>${person.name}</a>
+        <small>${person.department}</small></th>
+    <td class="hours">${duration(person.worked)}</td><td class="required">${duration(person.required)}</td>
+    <td class="balance">${balanceText(person.balance)}</td>
+    <td class="remarks">${exceptions(person)}${openRequests(person)}</td></tr>`;
+
+function chooser(departments, department, month) {
+    if (departments.length < 2) return nothing;
+    const choose = ({ target }) => go('department', month, target.value || undefined);
+    return html`<label class="search"><span class="hidden">${t('nav department')}</span><select @change=${choose}>
+        <option value="">${t('allDepartments')}</option>
+        ${departments.map((name) => html`<option value=${name} ?selected=${name === department}>${name}</option>`)}
+        </select></label>`;
+}
 
 function content({ departments, people }, department, month) {
     const shown = people.filter(matches).sort(byUrgency);
@@ -44,7 +70,7 @@ function content({ departments, people }, department, month) {
     return html`<p class="lead">${urgent ? t('needLook', urgent, people.length) : t('allWell', people.length)}</p>
         <div class="bar-of-tools">${chooser(departments, department, month)}${searchField(t('findPerson'))}</div>
         <table class="people-table"><caption class="hidden">${title(month, department)}</caption>
-        <thead><tr>${['employee', 'hours', 'required', 'balance', 'exceptions'].map((name) => html`<th scope="col" class=${name}>${t(`column ${name}`)}</th>`)}</tr></thead>
+        <thead><tr>${columnHeads(['employee', 'hours', 'required', 'balance', 'exceptions'])}</tr></thead>
         <tbody>${shown.map((person) => row(person, month))}</tbody></table>
         ${shown.length ? nothing : html`<p class="muted" role="status">${t('nobody')}</p>`}`;
 }
@@ -54,8 +80,14 @@ export function view(given, department) {
     const fields = (each) => ({ department: department || null, month: each });
     const entry = need('department', fields(month));
     if (entry.data) ahead('department', fields(addMonths(month, -1)));
-    const to = (months) => ({ href: link('department', addMonths(month, months), department), name: monthName(addMonths(month, months)) });
-    return html`${heading(title(month, department), html`${pager(to(-1), to(1), null)}
-            ${csvLink('department', { department: department ?? '', month })}`)}
+    const to = (months) => ({
+        href: link('department', addMonths(month, months), department),
+        name: monthName(addMonths(month, months)),
+    });
+    return html`${heading(
+        title(month, department),
+        html`${pager(to(-1), to(1), null)}
+            ${csvLink('department', { department: department ?? '', month })}`,
+    )}
         ${withData(entry, (data) => content(data, department, month))}`;
 }

@@ -18,7 +18,11 @@ async function submit(event) {
 
 const form = () => html`<form class="card login" @submit=${submit}>
     <h1 id="title" tabindex="-1">${t('signIn')}</h1>
-    ${store.form.error ? html`<p class="warning" role="alert" id="problem">${t(`error ${store.form.error}`)}</p>` : nothing}
+    ${
+        store.form.error
+            ? html`<p class="warning" role="alert" id="problem">${t(`error ${store.form.error}`)}</p>`
+            : nothing
+    }
     <label>${t('userName')}<input name="user" required autocomplete="username" autocapitalize="none" spellcheck="false"
         aria-describedby=${store.form.error ? 'problem' : nothing}></label>
     <label>${t('password')}<input name="pass" type="password" required autocomplete="current-password"></label>

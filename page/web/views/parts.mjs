@@ -1,33 +1,44 @@
 // What several views share.
 import { duration, signed } from '../format.mjs';
 import { store } from '../store.mjs';
-import { named, t } from '../texts/texts.mjs';
+import { language, named, t } from '../texts/texts.mjs';
 import { html, nothing, svg } from '../vendor/lit-html/lit-html.mjs';
 
 const kIcons = {
     month: svg`<rect x="3.5" y="5" width="17" height="15.5" rx="2.5"/><path d="M3.5 10h17M8 2.5V7m8-4.5V7"/>`,
-    presence: svg`<circle cx="9" cy="8" r="3.7"/><path d="M2.5 20c.4-4 3-6 6.500-6s6.100 2 6.500 6M16 4.600a3.700 3.700 0 0 1 0 6.800m2 3c2 .9 3.200 2.800 3.500 5.600"/>`,
+    presence: svg`<circle cx="9" cy="8" r="3.7"/>
+        <path d="M2.5 20c.4-4 3-6 6.5-6s6.1 2 6.5 6M16 4.6a3.7 3.7 0 0 1 0 6.8m2 3c2 .9 3.2 2.8 3.5 5.6"/>`,
     balance: svg`<path d="M12 3.500v17M5 6.500h14M8 20.500h8M5 6.500l-2.700 7h5.400zm14 0-2.700 7h5.400z"/>`,
-    requests: svg`<path d="M4 4.500h16v12h-9l-4.500 4v-4H4zM8 9h8m-8 3.500h5"/>`,
-    department: svg`<path d="M4 20.500V9l8-5.500L20 9v11.500zM9.500 20.500V14h5v6.500"/>`,
-    back: svg`<path d="m14.500 5-7 7 7 7"/>`,
-    on: svg`<path d="m9.500 5 7 7-7 7"/>`,
-    sun: svg`<circle cx="12" cy="12" r="4"/><path d="M12 2.500v2m0 15v2M2.500 12h2m15 0h2M5.300 5.300l1.400 1.400m10.600 10.600 1.400 1.400m0-13.400-1.400 1.400M6.700 17.300l-1.400 1.400"/>`,
-    moon: svg`<path d="M20 14.500A8.500 8.500 0 0 1 9.500 4a8.500 8.500 0 1 0 10.500 10.500z"/>`,
+    requests: svg`<path d="M4 4.500h16v12h-9l-4.5 4v-4H4zM8 9h8m-8 3.500h5"/>`,
+    department: svg`<path d="M4 20.500V9l8-5.500L20 9v11.500zM9.5 20.500V14h5v6.5"/>`,
+    back: svg`<path d="m14.5 5-7 7 7 7"/>`,
+    on: svg`<path d="m9.5 5 7 7-7 7"/>`,
+    sun: svg`<circle cx="12" cy="12" r="4"/>
+        <path d="M12 2.5v2m0 15v2M2.5 12h2m15 0h2"/>
+        <path d="m5.3 5.3 1.4 1.4m10.6 10.6 1.4 1.4m0-13.4-1.4 1.4M6.7 17.3l-1.4 1.4"/>`,
+    moon: svg`<path d="M20 14.500A8.5 8.5 0 0 1 9.5 4a8.5 8.5 0 1 0 10.5 10.500z"/>`,
 };
 
 export const icon = (name) => html`<svg class="icon" viewBox="0 0 24 24" aria-hidden="true">${kIcons[name]}</svg>`;
 
-export const heading = (text, extra = nothing) => html`<div class="heading"><h1 id="title" tabindex="-1">${text}</h1>${extra}</div>`;
+export const columnHeads = (names) =>
+    names.map((name) => html`<th scope="col" class=${name}>${t(`column ${name}`)}</th>`);
+
+export const chip = (text, kind = '') => html`<span class="chip ${kind}">${text}</span>`;
+
+export const heading = (text, extra = nothing) =>
+    html`<div class="heading"><h1 id="title" tabindex="-1">${text}</h1>${extra}</div>`;
 
 /** "+0:20" in the colour of its sign. */
 export const balanceText = (seconds, withSeconds) =>
     seconds === null || seconds === undefined
         ? nothing
-        : html`<span class=${seconds <= -60 ? 'minus' : seconds >= 60 ? 'plus' : ''}>${signed(seconds, withSeconds)}</span>`;
+        : html`<span class=${seconds <= -60 ? 'minus' : seconds >= 60 ? 'plus' : ''}
+              >${signed(seconds, withSeconds)}</span>`;
 
 export const tile = (name, value, more = nothing) =>
-    html`<div class="tile"><dt>${name}</dt><dd class="figure">${value}</dd>${more === nothing ? more : html`<dd class="more">${more}</dd>`}</div>`;
+    html`<div class="tile"><dt>${name}</dt><dd class="figure">${value}</dd>
+        ${more === nothing ? more : html`<dd class="more">${more}</dd>`}</div>`;
 
 /** What the entry holds, or why there is nothing yet. Old content stays while it is asked for again. */
 export function withData(entry, draw) {
@@ -37,12 +48,20 @@ export function withData(entry, draw) {
 }
 
 export const kCategoryClass = {
-    DELO: 'work', MALICA: 'lunch', DOPUST: 'leave', IZRDOPUST: 'leave', BOLNIŠKA: 'sick', ODDOMA: 'home', TEREN: 'field',
-    SLUŽBENO: 'errand', ZASEBNO: 'private', PRAZNIK: 'holiday',
+    DELO: 'work',
+    MALICA: 'lunch',
+    DOPUST: 'leave',
+    IZRDOPUST: 'leave',
+    BOLNIŠKA: 'sick',
+    ODDOMA: 'home',
+    TEREN: 'field',
+    SLUŽBENO: 'errand',
+    ZASEBNO: 'private',
+    PRAZNIK: 'holiday',
 };
 
 export const categoryChip = (category, seconds) =>
-    html`<span class="chip c-${kCategoryClass[category] ?? 'other'}">${named('category', category)} <b>${duration(seconds)}</b></span>`;
+    chip(html`${named('category', category)} <b>${duration(seconds)}</b>`, `c-${kCategoryClass[category] ?? 'other'}`);
 
 /** A warning of the calculation: in the page's words where they are known, without the numbers in seconds behind it. */
 export const remarkText = (text) => named('remark', text.replace(/[\s\d-]+$/, ''));
@@ -54,14 +73,15 @@ export const pager = (before, after, current) => html`<nav class="pager" aria-la
     <a class="button square" href=${after.href} aria-label=${after.name} rel="next">${icon('on')}</a></nav>`;
 
 export const csvLink = (what, query = {}) => html`<a class="button quiet" download
-    href="export/${what}.csv?${new URLSearchParams({ ...query, lang: document.documentElement.lang })}">${t('csv')}</a>`;
+    href="export/${what}.csv?${new URLSearchParams({ ...query, lang: language })}">${t('csv')}</a>`;
 
 export const isMe = (user) => !user || String(user) === String(store.me.id);
 
 /** The field of the ask: absent for oneself. */
 export const userField = (user) => (isMe(user) ? {} : { user: Number(user) });
 
-export const personLine = (user, data) => (isMe(user) || !data ? nothing : html`<p class="person">${data.user.name} <span>${data.user.department}</span></p>`);
+export const personLine = (user, data) =>
+    isMe(user) || !data ? nothing : html`<p class="person">${data.user.name} <span>${data.user.department}</span></p>`;
 
 /** Lower case without accents, for searching. */
 export const plain = (text) => text.toLowerCase().normalize('NFD').replace(/\p{M}/gu, '');

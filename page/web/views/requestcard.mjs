@@ -26,7 +26,8 @@ function when({ kind, from, to, time }) {
     return `${weekdayName(date)} ${shortDate(date)}, ${clock(time)}`;
 }
 
-export const kindText = ({ kind, code }) => t(kind === 'punch' ? `remedy ${code.slice(0, 3)}` : code === '102:6' ? 'kind special' : `kind ${kind}`);
+export const kindText = ({ kind, code }) =>
+    t(kind === 'punch' ? `remedy ${code.slice(0, 3)}` : code === '102:6' ? 'kind special' : `kind ${kind}`);
 
 async function refuse(event, rid) {
     event.preventDefault();
@@ -38,7 +39,8 @@ function refusal(rid) {
     return html`<form class="refusal" @submit=${(event) => refuse(event, rid)}>
         <label>${t('refuseWhy')}<input name="note" required maxlength="200" autofocus></label>
         <span class="actions"><button class="button danger">${t('refuse')}</button>
-        <button class="button" type="button" @click=${() => change({ form: {} })}>${t('cancel')}</button></span></form>`;
+        <button class="button" type="button" @click=${() => change({ form: {} })}>${t('cancel')}</button>
+        </span></form>`;
 }
 
 async function startRefusing(event, rid) {
@@ -52,8 +54,10 @@ function decision(request) {
     if (store.form.refusing === request.rid) return refusal(request.rid);
     const about = `${request.user.name}, ${kindText(request)}, ${when(request)}`;
     return html`<span class="actions">
-        <button class="button main" aria-label="${t('approve')}: ${about}" @click=${() => act('decide', { rid: request.rid, approve: true }, 'approvedNow')}>${t('approve')}</button>
-        <button class="button" aria-label="${t('refuse')}: ${about}" @click=${(event) => startRefusing(event, request.rid)}>${t('refuse')}</button></span>`;
+        <button class="button main" aria-label="${t('approve')}: ${about}"
+            @click=${() => act('decide', { rid: request.rid, approve: true }, 'approvedNow')}>${t('approve')}</button>
+        <button class="button" aria-label="${t('refuse')}: ${about}"
+            @click=${(event) => startRefusing(event, request.rid)}>${t('refuse')}</button></span>`;
 }
 
 /** `showsName` where the list is of several people. */
@@ -66,9 +70,15 @@ export function requestCard(request, showsName = request.user.id !== store.me.id
             <a href=${link('day', date, isMine ? undefined : user.id)}>${when(request)}</a>
             <span class="chip s-${state}">${t(`state ${state}`)}</span></p>
         ${why ? html`<p class="reason">${why}</p>` : nothing}
-        <p class="history">${t('askedAt', moment(asked))}${decidedBy ? html` · ${t(`decided ${state}`, decidedBy, moment(decidedAt))}` : nothing}
+        <p class="history">${t('askedAt', moment(asked))}
+            ${decidedBy ? `· ${t(`decided ${state}`, decidedBy, moment(decidedAt))}` : nothing}
             ${note ? html`<span class="reason">${note}</span>` : nothing}</p>
         ${state === 'open' && mayDecide ? decision(request) : nothing}
-        ${state === 'open' && isMine ? html`<span class="actions"><button class="button" aria-label="${t('withdraw')}: ${kindText(request)}, ${when(request)}"
-            @click=${() => act('withdraw', { rid }, 'withdrawnNow')}>${t('withdraw')}</button></span>` : nothing}</li>`;
+        ${
+            state === 'open' && isMine
+                ? html`<span class="actions"><button class="button"
+            aria-label="${t('withdraw')}: ${kindText(request)}, ${when(request)}"
+            @click=${() => act('withdraw', { rid }, 'withdrawnNow')}>${t('withdraw')}</button></span>`
+                : nothing
+        }</li>`;
 }

@@ -26,12 +26,16 @@ async function submit(event, kind) {
     if (answer) go('requests');
 }
 
-const choice = (name, values, chosen, textOf) => html`<select name=${name}>${values.map((value) => html`<option value=${value}
-    ?selected=${value === chosen}>${textOf(value)}</option>`)}</select>`;
+const choice = (name, values, chosen, textOf) =>
+    html`<select name=${name}>${values.map(
+        (value) => html`<option value=${value}
+    ?selected=${value === chosen}>${textOf(value)}</option>`,
+    )}</select>`;
 
 const punchFields = (date, code) => html`
     <label>${t('column event')}${choice('code', kPunches, code ?? '101', (value) => t(`remedy ${value}`))}</label>
-    <div class="pair"><label>${t('column date')}<input type="date" name="date" required .value=${date} max=${store.today}></label>
+    <div class="pair">
+    <label>${t('column date')}<input type="date" name="date" required .value=${date} max=${store.today}></label>
     <label>${t('column time')}<input type="time" name="time" required></label></div>`;
 
 function earlierEnd({ target }) {
@@ -40,21 +44,29 @@ function earlierEnd({ target }) {
     if (target === from && to.value < from.value) to.value = from.value;
 }
 
+const leaveName = (code) => t(code === '102:6' ? 'kind special' : 'kind leave');
+
+const leaveChoice = () => html`<label>${t('column kind')}${choice('code', kLeaves, kLeaves[0], leaveName)}</label>`;
+
 const absenceFields = (kind, date) => html`
-    ${kind === 'leave' ? html`<label>${t('column kind')}${choice('code', kLeaves, kLeaves[0], (code) => t(code === '102:6' ? 'kind special' : 'kind leave'))}</label>` : nothing}
-    <div class="pair"><label>${t('from')}<input type="date" name="from" required .value=${date} @input=${earlierEnd}></label>
+    ${kind === 'leave' ? leaveChoice() : nothing}
+    <div class="pair">
+    <label>${t('from')}<input type="date" name="from" required .value=${date} @input=${earlierEnd}></label>
     <label>${t('until')}<input type="date" name="to" required .value=${date} @input=${earlierEnd}></label></div>`;
 
 export function view(given, date, code) {
     const kind = kKinds.includes(given) ? given : 'punch';
     const day = date || store.today;
     return html`${heading(t('newRequest'))}
-        <nav class="kinds" aria-label=${t('column kind')}>${kKinds.map((each) => html`<a href=${link('new', each, date)}
-            aria-current=${each === kind ? 'page' : nothing}>${t(`kind ${each}`)}</a>`)}</nav>
+        <nav class="kinds" aria-label=${t('column kind')}>${kKinds.map(
+            (each) => html`<a href=${link('new', each, date)}
+            aria-current=${each === kind ? 'page' : nothing}>${t(`kind ${each}`)}</a>`,
+        )}</nav>
         <form class="card request-form" @submit=${(event) => submit(event, kind)}>
             ${kind === 'punch' ? punchFields(day, code) : absenceFields(kind, day)}
             <label>${t('why')}<input name="why" maxlength="200" ?required=${kind === 'punch'}></label>
             <p class="muted">${t(kind === 'punch' ? 'punchHelp' : 'absenceHelp')}</p>
-            <span class="actions"><button class="button main" ?disabled=${store.form.isBusy}>${t('sendRequest')}</button>
+            <span class="actions">
+            <button class="button main" ?disabled=${store.form.isBusy}>${t('sendRequest')}</button>
             <a class="button" href=${date ? link('day', date) : link('requests')}>${t('cancel')}</a></span></form>`;
 }

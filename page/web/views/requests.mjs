@@ -12,8 +12,11 @@ const scopeOf = (given) => (hasRole() && kScopes.includes(given) ? given : 'mine
 
 export const title = (scope) => (scopeOf(scope) === 'mine' ? t('nav requests') : t(`scope ${scope}`));
 
-const tabs = (current) => html`<nav class="tabs" aria-label=${t('nav requests')}>${kScopes.map((scope) => html`<a href=${link('requests', scope)}
-    aria-current=${scope === current ? 'page' : nothing}>${t(`scope ${scope}`)}</a>`)}</nav>`;
+const tabs = (current) =>
+    html`<nav class="tabs" aria-label=${t('nav requests')}>${kScopes.map(
+        (scope) => html`<a href=${link('requests', scope)}
+    aria-current=${scope === current ? 'page' : nothing}>${t(`scope ${scope}`)}</a>`,
+    )}</nav>`;
 
 function content({ requests }, scope) {
     if (!requests.length) return html`<p class="empty">${t(`empty ${scope}`)}</p>`;
@@ -22,7 +25,8 @@ function content({ requests }, scope) {
 
 export function view(given) {
     const scope = scopeOf(given);
-    return html`${heading(t('nav requests'), html`<a class="button main" href=${link('new', 'punch')}>${t('newRequest')}</a>${csvLink('requests')}`)}
+    const ask = html`<a class="button main" href=${link('new', 'punch')}>${t('newRequest')}</a>`;
+    return html`${heading(t('nav requests'), [ask, csvLink('requests')])}
         ${hasRole() ? tabs(scope) : nothing}
         ${withData(need('requests', { scope }), (data) => content(data, scope))}`;
 }

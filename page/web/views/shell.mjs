@@ -15,7 +15,8 @@ async function chooseLanguage(tag) {
 
 const kNames = { sl: 'Slovenščina', en: 'English' };
 
-const isDark = () => (store.theme || (matchMedia('(prefers-color-scheme: dark)').matches ? 'dark' : 'light')) === 'dark';
+const isDark = () =>
+    (store.theme || (matchMedia('(prefers-color-scheme: dark)').matches ? 'dark' : 'light')) === 'dark';
 
 function turnTheme() {
     const theme = isDark() ? 'light' : 'dark';
@@ -25,8 +26,12 @@ function turnTheme() {
 }
 
 export const switches = () => html`
-    ${kLanguages.filter((tag) => tag !== language).map((tag) => html`<button class="button quiet" lang=${tag}
-        @click=${() => chooseLanguage(tag)}>${kNames[tag]}</button>`)}
+    ${kLanguages
+        .filter((tag) => tag !== language)
+        .map(
+            (tag) => html`<button class="button quiet" lang=${tag}
+        @click=${() => chooseLanguage(tag)}>${kNames[tag]}</button>`,
+        )}
     <button class="button quiet square" aria-label=${t(isDark() ? 'toLight' : 'toDark')} @click=${turnTheme}>
         ${icon(isDark() ? 'sun' : 'moon')}</button>`;
 
@@ -39,7 +44,8 @@ const kBelongs = { day: 'month', new: 'requests' };
 
 function navigation(current) {
     const item = (view, more = nothing) => html`<a href=${link(view)}
-        aria-current=${(kBelongs[current] ?? current) === view ? 'page' : nothing}>${icon(view)}<span>${t(`nav ${view}`)}</span>${more}</a>`;
+        aria-current=${(kBelongs[current] ?? current) === view ? 'page' : nothing}
+        >${icon(view)}<span>${t(`nav ${view}`)}</span>${more}</a>`;
     return html`<nav class="views" aria-label=${t('views')}>
         ${item('month')}${item('presence')}${item('balance')}${item('requests', waitingRequests())}
         ${hasRole() ? item('department') : nothing}</nav>`;

@@ -6,8 +6,13 @@ import { remarkText } from './parts.mjs';
 
 /** Units of settings that are bare numbers. */
 const kUnits = {
-    'SALDO/WTROUNDTRH': 'min', 'OVERTIME/TRHIN': 'min', 'OVERTIME/TRHOUT': 'min', 'OVERTIME/COMPDELTRH': 'min',
-    'SALDO/MAXHOURSLIM': 'h', 'HOURS/MAXHOURS': 'h', 'HOURS/ADDHOURSNUM': 'h',
+    'SALDO/WTROUNDTRH': 'min',
+    'OVERTIME/TRHIN': 'min',
+    'OVERTIME/TRHOUT': 'min',
+    'OVERTIME/COMPDELTRH': 'min',
+    'SALDO/MAXHOURSLIM': 'h',
+    'HOURS/MAXHOURS': 'h',
+    'HOURS/ADDHOURSNUM': 'h',
 };
 
 /** Whether one of the values is no whole minute; then all are shown with seconds, so that they add up. */
@@ -38,7 +43,12 @@ function moved(step, withSeconds) {
     const show = (value) => clockOfDay(value, withSeconds);
     if (step.FIELD === 'IN') return t('arrivalMoved', show(step.BEFORE), show(step.AFTER));
     if (step.FIELD === 'OUT') return t('departureMoved', show(step.BEFORE), show(step.AFTER));
-    return t('otherMoved', duration(step.BEFORE, withSeconds), duration(step.AFTER, withSeconds), named('category', step.FIELD));
+    return t(
+        'otherMoved',
+        duration(step.BEFORE, withSeconds),
+        duration(step.AFTER, withSeconds),
+        named('category', step.FIELD),
+    );
 }
 
 function lunchText({ BEFORE, AFTER, VALUE }, withSeconds) {
@@ -57,36 +67,46 @@ function sentence(group, withSeconds) {
     return moves.length ? `${moves.join(', ')}: ${does}` : does;
 }
 
-function ruleRow(group, withSeconds) {
+const signClass = (change) => (change < 0 ? 'minus' : change > 0 ? 'plus' : '');
+
+/** A line of the account: what it changes, why, and what the sum is then. */
+const line = ({ change = nothing, sign = '', why, sum = nothing, kind = '' }) => html`<li class=${kind}>
+    <span class="change ${sign}">${change}</span><span class="why">${why}</span><span class="sum">${sum}</span></li>`;
+
+function ruleLine(group, withSeconds) {
     const changes = group.filter(({ FIELD }) => FIELD === 'DC');
     const settings = [...new Set(group.map(settingText).filter(Boolean))];
-    const [first] = group;
     const isWarning = group.every(({ FIELD }) => !FIELD);
-    const change = changes.length ? changes.at(-1).AFTER - changes[0].BEFORE : null;
-    return html`<li class=${isWarning ? 'warns' : ''}>
-        <span class="change ${change < 0 ? 'minus' : change > 0 ? 'plus' : ''}">${change === null ? (isWarning ? '!' : '') : signed(change, withSeconds)}</span>
-        <span class="why">${sentence(group, withSeconds)}
-            ${settings.map((setting) => html`<code>${setting}</code>`)}
-            ${first.TEXT && isWarning ? html`<small>${t('wroteRemark', remarkText(first.TEXT))}</small>` : nothing}</span>
-        <span class="sum">${changes.length ? duration(changes.at(-1).AFTER, withSeconds) : nothing}</span></li>`;
+    const { TEXT } = group[0];
+    const why = html`${sentence(group, withSeconds)} ${settings.map((setting) => html`<code>${setting}</code>`)}
+        ${isWarning && TEXT ? html`<small>${t('wroteRemark', remarkText(TEXT))}</small>` : nothing}`;
+    if (!changes.length) return line({ change: isWarning ? '!' : nothing, why, kind: isWarning ? 'warns' : '' });
+    const change = changes.at(-1).AFTER - changes[0].BEFORE;
+    const sum = duration(changes.at(-1).AFTER, withSeconds);
+    return line({ change: signed(change, withSeconds), sign: signClass(change), why, sum });
 }
 
 /** Kinds of pairs that count beside work. */
 const kCounting = ['DOPUST', 'BOLNIŠKA', 'TEREN', 'IZRDOPUST', 'ODDOMA'];
 
-export function account({ STEPS, RESULT }, pairs) {
-    const changes = STEPS.filter(({ FIELD }) => FIELD === 'DC');
-    const values = STEPS.flatMap(({ BEFORE, AFTER }) => [BEFORE ?? 0, AFTER ?? 0]);
-    const withSeconds = needsSeconds([...values, RESULT.DELO ?? 0]);
-    const start = changes.length ? changes[0].BEFORE : RESULT.DELO ?? 0;
-    const others = (RESULT.SKUPAJ ?? 0) - (RESULT.DELO ?? 0);
+function absenceLine(seconds, sum, pairs, withSeconds) {
     const kinds = kCounting.filter((name) => pairs.some(({ category }) => category === name));
+    const names = (kinds.length ? kinds : ['PRAZNIK']).map((name) => named('category', name)).join(', ');
+    return line({ change: signed(seconds, withSeconds), sign: signClass(seconds), why: t('counting', names), sum });
+}
+
+/** From the pairs' work to what counts, rule by rule. */
+export function account({ STEPS, RESULT }, pairs) {
+    const { DELO: work = 0, SKUPAJ: total = 0 } = RESULT;
+    const changes = STEPS.filter(({ FIELD }) => FIELD === 'DC');
+    const withSeconds = needsSeconds([work, ...STEPS.flatMap(({ BEFORE, AFTER }) => [BEFORE ?? 0, AFTER ?? 0])]);
+    const start = changes.length ? changes[0].BEFORE : work;
+    const show = (seconds) => duration(seconds, withSeconds);
     return html`<ol class="account">
-        ${start || STEPS.length ? html`<li><span class="change"></span><span class="why">${t(changes.length ? 'start' : 'unchanged')}</span><span class="sum">${duration(start, withSeconds)}</span></li>` : nothing}
-        ${groups(STEPS).map((group) => ruleRow(group, withSeconds))}
-        ${others ? html`<li><span class="change plus">${signed(others, withSeconds)}</span><span class="why">${t('counting', (kinds.length ? kinds : ['PRAZNIK']).map((name) => named('category', name)).join(', '))}</span>
-            <span class="sum">${duration(RESULT.SKUPAJ, withSeconds)}</span></li>` : nothing}
-        <li class="end"><span class="change"></span><span class="why">${t('end')}</span><span class="sum">${duration(RESULT.SKUPAJ, withSeconds)}</span></li></ol>`;
+        ${start || STEPS.length ? line({ why: t(changes.length ? 'start' : 'unchanged'), sum: show(start) }) : nothing}
+        ${groups(STEPS).map((group) => ruleLine(group, withSeconds))}
+        ${total !== work ? absenceLine(total - work, show(total), pairs, withSeconds) : nothing}
+        ${line({ why: t('end'), sum: show(total), kind: 'end' })}</ol>`;
 }
 
 /** The rules that did nothing, by reason; those that are switched off come last. */
@@ -94,7 +114,12 @@ export function idleRules({ IDLE, STEPS }) {
     const reasons = [...new Set(IDLE.map(({ WHY }) => WHY))].sort((a, b) => (a === 'off') - (b === 'off'));
     if (!reasons.length) return nothing;
     const isAll = reasons.length === 1 && !STEPS.length;
-    const rules = (why) => IDLE.filter(({ WHY }) => WHY === why).map(({ RULE }) => named('rule', RULE)).join(', ');
-    return html`<details class="idle"><summary>${t('idle')}</summary><dl>${reasons.map((why) => html`<dt>${named('why', why)}</dt>
-        <dd>${isAll ? t('allRules') : rules(why)}</dd>`)}</dl></details>`;
+    const rules = (why) =>
+        IDLE.filter(({ WHY }) => WHY === why)
+            .map(({ RULE }) => named('rule', RULE))
+            .join(', ');
+    return html`<details class="idle"><summary>${t('idle')}</summary><dl>${reasons.map(
+        (why) => html`<dt>${named('why', why)}</dt>
+        <dd>${isAll ? t('allRules') : rules(why)}</dd>`,
+    )}</dl></details>`;
 }
