@@ -1,6 +1,6 @@
 // English. Counted nouns: one|other.
 export default {
-    product: 'Working time',
+    product: 'Timesheet',
     signIn: 'Sign in',
     signOut: 'Sign out',
     userName: 'User name',
