@@ -21,6 +21,7 @@ async function picture(colorScheme, locale, hash) {
     });
     await signIn(page, 'ana');
     await open(page, await hash(page));
+    await page.mouse.move(0, 0);
     await page.screenshot({ path: join(folder, `page-${colorScheme}.png`) });
     await page.context().close();
 }
