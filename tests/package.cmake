@@ -20,12 +20,18 @@ execute_process(COMMAND dpkg-deb --contents ${package} OUTPUT_VARIABLE content C
 foreach(line "rwxr-xr-x root/root .* ./opt/zuk3srv/zuk3server\n" " ./usr/sbin/zuk3server -> /opt/zuk3srv/zuk3server\n"
         " ./lib/systemd/system/zuk3srv.service\n" " ./lib/systemd/system/zuk3srv-backup.timer\n"
         "rwxr-xr-x root/root .* ./usr/bin/zukpage\n" " ./lib/systemd/system/zukpage.service\n"
-        " ./usr/share/man/man1/zukpage.1.gz\n"
         "rwxr-xr-x root/root .* ./usr/bin/zukbackup\n" "rwxr-xr-x root/root .* ./usr/bin/zukadmin\n"
         " ./usr/share/man/man8/zuk3server.8.gz\n" " ./usr/share/doc/zuk3server/attendance-schema.sql\n"
         " ./usr/share/doc/zuk3server/operation.md\n")
     if(NOT content MATCHES "${line}")
         message(FATAL_ERROR "lacks ${line}: ${content}")
+    endif()
+endforeach()
+string(REGEX MATCHALL "\\./usr/bin/[a-z]+\n" programs "${content}")
+foreach(program ${programs})
+    string(REGEX REPLACE "\\./usr/bin/([a-z]+)\n" "\\1" name ${program})
+    if(NOT content MATCHES " ./usr/share/man/man1/${name}.1.gz\n")
+        message(FATAL_ERROR "no manual page of ${name}: ${content}")
     endif()
 endforeach()
 # The state beside the executable is nobody's: an upgrade or a removal leaves it alone.
