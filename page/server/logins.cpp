@@ -5,6 +5,7 @@
 
 #include <QDebug>
 
+#include <iterator>
 #include <memory>
 
 using server::workers::ReadPool;
@@ -74,6 +75,7 @@ bool Logins::begin(const Waiting &waiting)
 void Logins::end(const Waiting &waiting, const Result &result)
 {
     m_isTrying = false;
+    letOthersGoFirst(waiting.attempt.client);
     Outcome outcome = Outcome::Done;
     if (result.isFault) {
         outcome = Outcome::Fault;
@@ -87,6 +89,18 @@ void Logins::end(const Waiting &waiting, const Result &result)
     if (waiting.asker)
         waiting.ended(outcome, result.person);
     goOn();
+}
+
+void Logins::letOthersGoFirst(const QString &client)
+{
+    std::list<Waiting> others;
+    for (auto one = m_waiting.begin(); one != m_waiting.end();) {
+        const auto next = std::next(one);
+        if (one->attempt.client != client)
+            others.splice(others.end(), m_waiting, one);
+        one = next;
+    }
+    m_waiting.splice(m_waiting.begin(), others);
 }
 
 } // namespace page

@@ -17,7 +17,8 @@ class ReadPool;
 namespace page {
 
 /// Tries logins on the pool, one at a time, so that who sends a thousand at once cannot have more tried of a name than
-/// its brake allows. A login that is braked waits, and none of another name waits for it. Main thread.
+/// its brake allows. A login that is braked waits, and none of another name waits for it; of one name the clients take
+/// turns, so that who guesses does not keep the owner waiting behind all guesses. Main thread.
 class Logins : public QObject
 {
 public:
@@ -30,7 +31,7 @@ public:
     struct Attempt {
         QString name;
         QString password;
-        QString client; ///< for the warning of many that failed
+        QString client; ///< its address
     };
 
     /// Nothing is owned.
@@ -53,11 +54,12 @@ private:
     void goOn();
     bool begin(const Waiting &waiting);
     void end(const Waiting &waiting, const Result &result);
+    void letOthersGoFirst(const QString &client);
 
     server::workers::ReadPool &m_pool;
     const OfficeDoor &m_office;
     server::web::LoginBrake m_brake;
-    std::list<Waiting> m_waiting; // in the order in which they came
+    std::list<Waiting> m_waiting; // in the order in which they are tried
     bool m_isTrying = false;
     QTimer m_look; // while some are held
 };
