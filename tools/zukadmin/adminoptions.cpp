@@ -139,9 +139,9 @@ private:
 
     void readLanguage()
     {
-        m_options.language = tools::zukadmin::languageOfLocale();
+        m_options.language = languageOfLocale();
         if (m_parser.isSet(m_language) &&
-            !tools::zukadmin::readLanguage(m_parser.value(m_language), &m_options.language))
+            !::readLanguage(m_parser.value(m_language), &m_options.language))
             blame(QStringLiteral("--lang is sl or en"));
     }
 

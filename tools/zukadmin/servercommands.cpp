@@ -2,7 +2,7 @@
 
 #include "tools/common/jsonoutput.h"
 #include "tools/common/logrow.h"
-#include "tools/common/texttable.h"
+#include "text/texttable.h"
 #include "tools/zukadmin/adminoptions.h"
 #include "tools/zukadmin/rowarguments.h"
 #include "tools/zukadmin/valuetable.h"

@@ -1,5 +1,5 @@
 #include "page/server/office/answers.h"
-#include "page/server/office/csv.h"
+#include "text/csv.h"
 #include "page/server/office/office.h"
 
 #include <QDateTime>
