@@ -69,10 +69,9 @@ void Totals::add(const DayView &day)
     worked += day.worked;
     required += day.required;
     balance += day.balance;
-    const calc::rules::Amounts amounts = day.result->amountsAfter();
     for (size_t i = 0; i < categories.size(); ++i)
-        categories[i] += amounts.categories[i];
-    holiday += amounts.holiday;
+        categories[i] += day.amounts.categories[i];
+    holiday += day.amounts.holiday;
 }
 
 StaffView::StaffView(calc::Crew &crew, const Period &period, const Now &now) : m_now(now)
@@ -165,13 +164,13 @@ std::vector<DayView> StaffView::daysOf(int position) const
 DayView StaffView::dayView(int position, const DayResult &day, int openDay) const
 {
     const auto index = static_cast<size_t>(position);
-    const calc::rules::Amounts amounts = day.amountsAfter();
     DayView view;
+    view.amounts = day.amountsAfter();
     view.date = m_result.inputs.period.clock.date(day.day);
     view.result = &day;
     view.required = day.facts.isFree ? day.totals.holiday : day.facts.minHours();
-    view.worked = amounts.total;
-    view.balance = amounts.plusMinus;
+    view.worked = view.amounts.total;
+    view.balance = view.amounts.plusMinus;
     if (day.day == openDay)
         view.state = DayState::Now;
     else if (day.facts.isFuture)

@@ -34,6 +34,7 @@ const QString &stateText(DayState state);
 struct DayView {
     QDate date;
     const calc::rules::DayResult *result = nullptr;
+    calc::rules::Amounts amounts; ///< after the rules
     DayState state = DayState::Free;
     std::optional<qint64> liveSince; ///< the arrival of who is in, Unix seconds
     qint64 required = 0;             ///< what the schedule asks for, or the public holiday credits
