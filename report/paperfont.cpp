@@ -51,6 +51,31 @@ QString loadPaperFonts()
         .arg(QString::fromLatin1(kFiles[0].regular));
 }
 
+PaperText::PaperText(const QString &text, const QFont &font, QPaintDevice &device, double width,
+                     Qt::Alignment alignment)
+    : m_layout(text, font, &device)
+{
+    QTextOption option(alignment);
+    option.setWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
+    m_layout.setTextOption(option);
+    m_layout.beginLayout();
+    for (QTextLine line = m_layout.createLine(); line.isValid(); line = m_layout.createLine()) {
+        line.setLineWidth(width);
+        line.setPosition({0, m_height});
+        m_height += line.height();
+    }
+    m_layout.endLayout();
+}
+
+void PaperText::draw(QPainter &painter, QPointF at, double most) const
+{
+    for (int i = 0; i < m_layout.lineCount(); ++i) {
+        const QTextLine line = m_layout.lineAt(i);
+        if (line.y() + line.height() <= most + 1)
+            line.draw(&painter, at);
+    }
+}
+
 QFont paperFont(double points, bool isBold)
 {
     QFont font(loadedFamily());

@@ -10,19 +10,26 @@ namespace report {
 
 namespace {
 
-constexpr double kPadding = 1.1 * kUnitsPerMm; ///< left and right of a cell's text
-constexpr double kAbove = 0.75 * kUnitsPerMm;  ///< and below it
-constexpr double kLeastWrapped = 38;           ///< mm of a column that takes what is left
-constexpr int kWrap = Qt::TextWordWrap | Qt::TextWrapAnywhere;
+constexpr double kAbove = 0.75 * kUnitsPerMm;      ///< and below it
+constexpr double kLeastWrapped = 34 * kUnitsPerMm; ///< of a column that takes what is left
 
 const QColor kFreeDay(0xf0, 0xf0, 0xf0);
 const QColor kHead(0xe2, 0xe6, 0xea);
 const QColor kRule(0xc4, 0xc4, 0xc4);
 const QColor kStrongRule(0x40, 0x40, 0x40);
 
-void drawLine(QPainter &painter, double top, double width, const QColor &colour, double thickness)
+bool isDay(Sheet::Row row)
 {
-    painter.fillRect(QRectF(0, top - thickness / 2, width, thickness), colour);
+    return row == Sheet::Row::Day || row == Sheet::Row::FreeDay;
+}
+
+constexpr double kThin = 0.12 * kUnitsPerMm;
+constexpr double kStrong = 0.3 * kUnitsPerMm;
+
+/// Just above `bottom`.
+void drawLine(QPainter &painter, double bottom, double width, const QColor &colour, double thickness)
+{
+    painter.fillRect(QRectF(0, bottom - thickness, width, thickness), colour);
 }
 
 } // namespace
@@ -36,50 +43,76 @@ PaperFonts PaperFonts::make()
 PaperTable::PaperTable(const Sheet &sheet, const PaperFonts &fonts, QPaintDevice &device, Language language)
     : m_sheet(sheet), m_fonts(fonts), m_device(device), m_language(language)
 {
+    for (const size_t column : m_sheet.shownColumns())
+        m_places.push_back({column, 0, fixedWidth(column)});
 }
 
-double PaperTable::leastWidth(const Sheet &sheet)
+/// As its layout says, or as wide as the longest word of its heading and its longest value; 0 for one that takes what
+/// is left.
+double PaperTable::fixedWidth(size_t number) const
+{
+    const Column &column = m_sheet.layout->columns[number];
+    if (column.millimetres <= 0)
+        return 0;
+    const QFontMetricsF metrics(m_fonts.head, &m_device);
+    double width = column.millimetres * kUnitsPerMm;
+    for (const QString &word : column.heading.in(m_language).split(QLatin1Char(' ')))
+        width = std::max(width, metrics.horizontalAdvance(word) + 2.2 * kPadding);
+    const QFontMetricsF ofText(m_fonts.text, &m_device);
+    const QFontMetricsF ofSum(m_fonts.bold, &m_device);
+    for (size_t i = 0; i < m_sheet.rows.size(); ++i) {
+        const Cell &cell = m_sheet.row(i)[number];
+        // Texts may be broken into lines.
+        if (cell.kind == Cell::Kind::Text || cell.isEmpty())
+            continue;
+        const QFontMetricsF &used = isDay(m_sheet.rows[i]) ? ofText : ofSum;
+        width = std::max(width, used.horizontalAdvance(cell.shown(m_language)) + 2.2 * kPadding);
+    }
+    return width;
+}
+
+double PaperTable::leastWidth() const
 {
     double width = 0;
-    for (const size_t column : sheet.shownColumns()) {
-        const double wanted = sheet.layout->columns[column].millimetres;
-        width += wanted > 0 ? wanted : kLeastWrapped;
-    }
+    for (const Place &place : m_places)
+        width += place.width > 0 ? place.width : kLeastWrapped;
     return width;
 }
 
 double PaperTable::wrappedHeight(const QFont &font, const QString &text, double width) const
 {
-    const QFontMetricsF metrics(font, &m_device);
-    if (text.isEmpty())
-        return metrics.height();
     // Most texts are of one line: to lay them out costs more than all the rest.
+    const QFontMetricsF metrics(font, &m_device);
     if (metrics.horizontalAdvance(text) <= width)
         return metrics.height();
-    return metrics.boundingRect(QRectF(0, 0, width, 1e7), kWrap, text).height();
+    return PaperText(text, font, m_device, width).height();
+}
+
+const QFont &PaperTable::fontOf(const Place &place, Sheet::Row kind) const
+{
+    if (!isDay(kind))
+        return m_fonts.bold;
+    return columnOf(place).millimetres > 0 ? m_fonts.text : m_fonts.small;
 }
 
 void PaperTable::fit(double width, double mostHeight)
 {
+    constexpr double kNarrowWrapped = kLeastWrapped * 0.6; // where not even landscape is wide enough
     m_width = width;
-    m_places.clear();
-    const std::vector<size_t> shown = m_sheet.shownColumns();
     double fixed = 0;
     int wrapped = 0;
-    for (const size_t column : shown) {
-        const double wanted = m_sheet.layout->columns[column].millimetres;
-        fixed += wanted * kUnitsPerMm;
-        wrapped += wanted > 0 ? 0 : 1;
+    for (const Place &place : m_places) {
+        fixed += place.width;
+        wrapped += place.width > 0 ? 0 : 1;
     }
-    const double leastWrapped = wrapped * kLeastWrapped * kUnitsPerMm;
+    const double leastWrapped = wrapped * kNarrowWrapped;
     const double shrink = fixed + leastWrapped > width ? (width - leastWrapped) / fixed : 1;
     const double ofWrapped = wrapped > 0 ? (width - fixed * shrink) / wrapped : 0;
     double left = 0;
-    for (const size_t column : shown) {
-        const double wanted = m_sheet.layout->columns[column].millimetres;
-        const double taken = wanted > 0 ? wanted * kUnitsPerMm * shrink : ofWrapped;
-        m_places.push_back({column, left, taken});
-        left += taken;
+    for (Place &place : m_places) {
+        place.left = left;
+        place.width = place.width > 0 ? place.width * shrink : ofWrapped;
+        left += place.width;
     }
     measureHead();
     measureRows(mostHeight);
@@ -90,8 +123,7 @@ void PaperTable::measureHead()
     m_headHeight = 0;
     for (const Place &place : m_places) {
         const QString text = columnOf(place).heading.in(m_language);
-        m_headHeight =
-            std::max(m_headHeight, wrappedHeight(m_fonts.head, text, place.width - 2 * kPadding) + 2 * kAbove);
+        m_headHeight = std::max(m_headHeight, wrappedHeight(m_fonts.head, text, place.textWidth()) + 2 * kAbove);
     }
 }
 
@@ -102,10 +134,11 @@ void PaperTable::measureRows(double mostHeight)
     for (size_t i = 0; i < m_heights.size(); ++i) {
         for (const Place &place : m_places) {
             const Cell &cell = m_sheet.row(i)[place.column];
-            if (cell.kind == Cell::Kind::Text)
-                m_heights[i] = std::max(
-                    m_heights[i],
-                    wrappedHeight(m_fonts.text, cell.shown(m_language), place.width - 2 * kPadding) + 2 * kAbove);
+            if (cell.kind != Cell::Kind::Text)
+                continue;
+            const double height =
+                wrappedHeight(fontOf(place, m_sheet.rows[i]), cell.shown(m_language), place.textWidth());
+            m_heights[i] = std::max(m_heights[i], height + 2 * kAbove);
         }
         m_heights[i] = std::min(m_heights[i], mostHeight);
     }
@@ -114,37 +147,48 @@ void PaperTable::measureRows(double mostHeight)
 void PaperTable::drawHead(QPainter &painter, double top) const
 {
     painter.fillRect(QRectF(0, top, m_width, m_headHeight), kHead);
-    painter.setFont(m_fonts.head);
     for (const Place &place : m_places) {
-        const Column &column = columnOf(place);
-        const int align = column.align == Column::Right ? Qt::AlignRight : Qt::AlignLeft;
-        const QRectF room(place.left + kPadding, top + kAbove, place.width - 2 * kPadding, m_headHeight - 2 * kAbove);
-        painter.drawText(room, align | Qt::AlignBottom | kWrap, column.heading.in(m_language));
+        const PaperText text(columnOf(place).heading.in(m_language), m_fonts.head, m_device, place.textWidth(),
+                             columnOf(place).align == Column::Right ? Qt::AlignRight : Qt::AlignLeft);
+        text.draw(painter, {place.left + kPadding, top + m_headHeight - kAbove - text.height()}, m_headHeight);
     }
-    drawLine(painter, top + m_headHeight, m_width, kStrongRule, 0.3 * kUnitsPerMm);
+    drawLine(painter, top + m_headHeight, m_width, kStrongRule, kStrong);
 }
 
 void PaperTable::drawRow(QPainter &painter, size_t row, double top) const
 {
     const double height = m_heights[row];
     const Sheet::Row kind = m_sheet.rows[row];
-    const bool isDay = kind == Sheet::Row::Day || kind == Sheet::Row::FreeDay;
     if (kind == Sheet::Row::FreeDay)
         painter.fillRect(QRectF(0, top, m_width, height), kFreeDay);
-    if (kind == Sheet::Row::Sum)
-        drawLine(painter, top, m_width, kStrongRule, 0.3 * kUnitsPerMm);
-    painter.setFont(isDay ? m_fonts.text : m_fonts.bold);
     for (const Place &place : m_places) {
         const Cell &cell = m_sheet.row(row)[place.column];
-        if (cell.isEmpty())
-            continue;
-        const int align = columnOf(place).align == Column::Right ? Qt::AlignRight : Qt::AlignLeft;
-        const int wrap = cell.kind == Cell::Kind::Text && isDay ? kWrap : Qt::TextSingleLine;
-        const QRectF room(place.left + kPadding, top + kAbove, place.width - 2 * kPadding, height - 2 * kAbove);
-        painter.drawText(room, align | Qt::AlignTop | wrap, cell.shown(m_language));
+        if (!cell.isEmpty())
+            drawCell(painter, place, kind, cell.shown(m_language), QRectF(0, top, m_width, height));
     }
+    // Within the row: the next one's ground would cover the half of it.
+    if (kind == Sheet::Row::Sum)
+        drawLine(painter, top + kStrong, m_width, kStrongRule, kStrong);
     drawLine(painter, top + height, m_width, kind == Sheet::Row::Sum ? kStrongRule : kRule,
-             (kind == Sheet::Row::Sum ? 0.3 : 0.12) * kUnitsPerMm);
+             kind == Sheet::Row::Sum ? kStrong : kThin);
+}
+
+void PaperTable::drawCell(QPainter &painter, const Place &place, Sheet::Row kind, const QString &text,
+                          const QRectF &row) const
+{
+    const QFont &font = fontOf(place, kind);
+    const double width = QFontMetricsF(font, &m_device).horizontalAdvance(text);
+    const double left = place.left + kPadding;
+    if (width > place.textWidth()) {
+        PaperText(text, font, m_device, place.textWidth())
+            .draw(painter, {left, row.top() + kAbove}, row.height() - 2 * kAbove);
+        return;
+    }
+    // On one base line, whatever the font's size.
+    const double base = row.top() + kAbove + QFontMetricsF(m_fonts.text, &m_device).ascent();
+    painter.setFont(font);
+    painter.drawText(QPointF(columnOf(place).align == Column::Right ? left + place.textWidth() - width : left, base),
+                     text);
 }
 
 } // namespace report

@@ -28,11 +28,11 @@ public:
     /// The sheet and the fonts are not owned. The metrics are those of the device.
     PaperTable(const Sheet &sheet, const PaperFonts &fonts, QPaintDevice &device, Language language);
 
-    /// What the columns take at least, in mm; more than a page is wide in portrait asks for landscape.
-    static double leastWidth(const Sheet &sheet);
+    /// What the columns take at least; more than a page is wide in portrait asks for landscape.
+    double leastWidth() const;
 
-    /// To be called before anything below: the width that there is, and the height of the tallest row that is drawn
-    /// whole.
+    /// To be called once, before anything below: the width that there is, and the height of the tallest row that is
+    /// drawn whole.
     void fit(double width, double mostHeight);
     double headHeight() const { return m_headHeight; }
     double rowHeight(size_t row) const { return m_heights[row]; }
@@ -40,13 +40,20 @@ public:
     void drawRow(QPainter &painter, size_t row, double top) const;
 
 private:
+    static constexpr double kPadding = 90; ///< left and right of a cell's text
+
     struct Place {
         size_t column;
         double left;
         double width;
+
+        double textWidth() const { return width - 2 * kPadding; }
     };
 
     const Column &columnOf(const Place &place) const { return m_sheet.layout->columns[place.column]; }
+    double fixedWidth(size_t number) const;
+    const QFont &fontOf(const Place &place, Sheet::Row kind) const;
+    void drawCell(QPainter &painter, const Place &place, Sheet::Row kind, const QString &text, const QRectF &row) const;
     double wrappedHeight(const QFont &font, const QString &text, double width) const;
     void measureHead();
     void measureRows(double mostHeight);

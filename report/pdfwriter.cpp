@@ -17,8 +17,8 @@ namespace {
 constexpr Text kMade = {"Izdelano %1", "Made %1"};
 constexpr Text kPage = {"Stran %1 od %2", "Page %1 of %2"};
 
-constexpr double kPortraitWidth = 180; ///< mm that a page has between its margins
-constexpr double kMargin = 15;
+constexpr double kMargin = 12;                                       // mm
+constexpr double kPortraitWidth = (210 - 2 * kMargin) * kUnitsPerMm; ///< between its margins
 constexpr double kGap = 3 * kUnitsPerMm;
 constexpr double kFootHeight = 7 * kUnitsPerMm;
 constexpr double kSignatureHeight = 22 * kUnitsPerMm;
@@ -35,9 +35,10 @@ struct PageRows {
 class PaperSheet
 {
 public:
-    PaperSheet(const Sheet &sheet, const PaperFonts &fonts, QPdfWriter &pdf, QPainter &painter, const Imprint &imprint)
-        : m_sheet(sheet), m_fonts(fonts), m_pdf(pdf), m_painter(painter), m_imprint(imprint),
-          m_table(sheet, fonts, pdf, imprint.language), m_width(pdf.width()), m_height(pdf.height() - kFootHeight)
+    PaperSheet(const Sheet &sheet, const PaperFonts &fonts, QPdfWriter &pdf, QPainter &painter, const Imprint &imprint,
+               PaperTable &table)
+        : m_sheet(sheet), m_fonts(fonts), m_pdf(pdf), m_painter(painter), m_imprint(imprint), m_table(table),
+          m_width(pdf.width()), m_height(pdf.height() - kFootHeight)
     {
     }
 
@@ -66,23 +67,19 @@ private:
     double lineHeight(const QFont &font) const { return QFontMetricsF(font, &m_pdf).height(); }
     double headHeightLimit() const { return 20 * kUnitsPerMm; }
 
-    double textHeight(const QFont &font, const QString &text, double width) const
+    double textHeight(const QFont &font, const QString &text) const
     {
-        return QFontMetricsF(font, &m_pdf)
-            .boundingRect(QRectF(0, 0, width, 1e7), Qt::TextWordWrap | Qt::TextWrapAnywhere, text)
-            .height();
+        return PaperText(text, font, m_pdf, m_width).height();
     }
 
-    /// The text below `top`, in so many lines as it takes but no further than `most`. Its end.
+    /// The text from the room's top on, in as many of its lines as fit. Their end.
     double drawText(const QFont &font, const QColor &colour, const QRectF &room, const QString &text)
     {
-        const double height = std::min(textHeight(font, text, room.width()), room.height());
-        m_painter.setFont(font);
+        const PaperText laidOut(text, font, m_pdf, room.width());
         m_painter.setPen(colour);
-        m_painter.drawText(QRectF(room.left(), room.top(), room.width(), height),
-                           Qt::AlignLeft | Qt::AlignTop | Qt::TextWordWrap | Qt::TextWrapAnywhere, text);
+        laidOut.draw(m_painter, room.topLeft(), room.height());
         m_painter.setPen(kBlack);
-        return room.top() + height;
+        return room.top() + std::min(laidOut.height(), room.height());
     }
 
     /// Title, whom it is about, and the facts in columns beside one another. Where the table may begin.
@@ -127,7 +124,7 @@ private:
     {
         double height = m_sheet.notes.isEmpty() ? 0 : kGap;
         for (const QString &note : m_sheet.notes)
-            height += textHeight(m_fonts.small, printable(note), m_width);
+            height += textHeight(m_fonts.small, printable(note));
         return height + (m_sheet.signatures.isEmpty() ? 0 : kSignatureHeight);
     }
 
@@ -206,7 +203,7 @@ private:
     QPdfWriter &m_pdf;
     QPainter &m_painter;
     const Imprint &m_imprint;
-    PaperTable m_table;
+    PaperTable &m_table;
     const double m_width;
     const double m_height; ///< without the foot
     std::vector<PageRows> m_pages;
@@ -226,7 +223,8 @@ public:
 
     void write(const Sheet &sheet) override
     {
-        const bool isWide = PaperTable::leastWidth(sheet) > kPortraitWidth;
+        PaperTable table(sheet, m_fonts, m_pdf, m_imprint.language);
+        const bool isWide = table.leastWidth() > kPortraitWidth;
         m_pdf.setPageLayout(layoutOf(isWide ? QPageLayout::Landscape : QPageLayout::Portrait));
         if (m_painter.isActive()) {
             m_pdf.newPage();
@@ -234,7 +232,7 @@ public:
             m_pdf.setTitle(printable(sheet.title));
             m_painter.begin(&m_pdf);
         }
-        PaperSheet(sheet, m_fonts, m_pdf, m_painter, m_imprint).draw();
+        PaperSheet(sheet, m_fonts, m_pdf, m_painter, m_imprint, table).draw();
     }
 
     void finish() override

@@ -73,19 +73,19 @@ const Layout &Register::layout()
         Layout made;
         made.identity = employeeIdentity();
         made.hasSums = true;
-        made.columns = {{{"Datum", "Date"}, 25, Column::Left},
-                        {{"Prihod", "Arrival"}, 15},
-                        {{"Odhod", "Departure"}, 18},
-                        {{"Odmor", "Break"}, 14, Column::Right, Column::WhereFilled},
-                        {{"Ure", "Hours"}, 14},
-                        {{"Redne", "Regular"}, 15},
-                        {{"Nad urnikom", "Beyond schedule"}, 17},
-                        {{"Nočne", "Night"}, 14},
-                        {{"Nedelj.", "Sunday"}, 14},
-                        {{"Prazn.", "Holiday"}, 14}};
+        made.columns = {{{"Datum", "Date"}, 24, Column::Left},
+                        {{"Prihod", "Arrived"}, 12},
+                        {{"Odhod", "Left"}, 14},
+                        {{"Odmor", "Break"}, 12, Column::Right, Column::WhereFilled},
+                        {{"Ure", "Hours"}, 12.5},
+                        {{"Redne", "Regular"}, 12.5},
+                        {{"Nad urnikom", "Beyond schedule"}, 14},
+                        {{"Nočne", "Night"}, 12},
+                        {{"Nedelj.", "Sunday"}, 12},
+                        {{"Prazn.", "Holiday"}, 12}};
         for (const KindColumn &kind : kKinds)
-            made.columns.push_back({kind.heading, 18, Column::Right, Column::WhereFilled});
-        made.columns.push_back({{"Prost praznik", "Holiday off"}, 15, Column::Right, Column::WhereFilled});
+            made.columns.push_back({kind.heading, 13, Column::Right, Column::WhereFilled});
+        made.columns.push_back({{"Prost praznik", "Holiday off"}, 13, Column::Right, Column::WhereFilled});
         made.columns.push_back({{"Opombe", "Remarks"}, 0, Column::Left});
         made.columns.push_back({{"Dogodki", "Events"}, 0, Column::Left, Column::ForPrograms});
         return made;

@@ -70,15 +70,15 @@ const Layout &Statement::layout()
         made.identity = employeeIdentity();
         made.hasSums = true;
         std::vector<Column> &columns = made.columns;
-        columns = {{{"Datum", "Date"}, 25, Column::Left}, {{"Prihod", "Arrival"}, 14}, {{"Odhod", "Departure"}, 17}};
+        columns = {{{"Datum", "Date"}, 24, Column::Left}, {{"Prihod", "Arrived"}, 12}, {{"Odhod", "Left"}, 14}};
         for (const CategoryColumn &each : kCategories)
-            columns.push_back({each.heading, 14, Column::Right, Column::WhereFilled});
+            columns.push_back({each.heading, kTime, Column::Right, Column::WhereFilled});
         columns[FirstCategory].use = Column::Always;
-        columns.push_back({{"Praznik", "Holiday"}, 14, Column::Right, Column::WhereFilled});
-        columns.push_back({{"Obvez.", "Required"}, 15});
-        columns.push_back({{"Skupaj", "Total"}, kTime + 1});
-        columns.push_back({{"Razlika", "Differ."}, kTime + 1});
-        columns.push_back({{"Saldo", "Balance"}, kTime + 2});
+        columns.push_back({{"Praznik", "Holiday"}, kTime, Column::Right, Column::WhereFilled});
+        columns.push_back({{"Obvez.", "Due"}, kTime});
+        columns.push_back({{"Skupaj", "Total"}, kTime});
+        columns.push_back({{"Razlika", "+/-"}, kTime});
+        columns.push_back({{"Saldo", "Balance"}, kTime + 1});
         columns.push_back({{"Opombe", "Remarks"}, 0, Column::Left});
         return made;
     }();
@@ -109,7 +109,8 @@ void Statement::addDay(Sheet &sheet, const StaffView &view, const DayView &day, 
         cells[Holiday].setSome(day.amounts.holiday);
         cells[Required].setSome(day.required);
         cells[Worked].setSome(day.worked);
-        cells[Difference].setDuration(day.balance);
+        if (day.required != 0 || day.worked != 0)
+            cells[Difference].setDuration(day.balance);
         cells[Balance].setDuration(balance);
     }
     if (day.state == DayState::Missing)

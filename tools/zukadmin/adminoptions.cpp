@@ -140,8 +140,7 @@ private:
     void readLanguage()
     {
         m_options.language = languageOfLocale();
-        if (m_parser.isSet(m_language) &&
-            !::readLanguage(m_parser.value(m_language), &m_options.language))
+        if (m_parser.isSet(m_language) && !::readLanguage(m_parser.value(m_language), &m_options.language))
             blame(QStringLiteral("--lang is sl or en"));
     }
 

@@ -96,7 +96,11 @@ QString makeFiles(ReportOptions &options)
 int main(int argc, char *argv[])
 {
     qputenv("QT_QPA_PLATFORM", "offscreen"); // papers need fonts, but no screen
+    // What the platform says about the session of who runs it is of no use here.
+    const QtMessageHandler usual =
+        qInstallMessageHandler([](QtMsgType, const QMessageLogContext &, const QString &) {});
     const QGuiApplication application(argc, argv);
+    qInstallMessageHandler(usual);
     Console::prepare();
     QLoggingCategory::setFilterRules(QStringLiteral("*.debug=false\nqt.qpa.*=false"));
     ReportOptions options;

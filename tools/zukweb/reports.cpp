@@ -1,7 +1,7 @@
 #include "tools/zukweb/reports.h"
 
-#include "tools/common/packedtext.h"
 #include "text/texttable.h"
+#include "tools/common/packedtext.h"
 
 #include <QDateTime>
 #include <QSet>
