@@ -59,11 +59,9 @@ QString beginReading(storage::ReadConnection &reader, const QString &path)
         return QStringLiteral("%1: no such file").arg(path);
     if (!reader.isOpen())
         return QStringLiteral("%1 cannot be opened as a database").arg(path);
-    const storage::Status begun = reader.beginRead();
-    if (begun)
+    if (reader.beginRead())
         return {};
-    return begun.mayPass() ? QStringLiteral("%1 cannot be read now: another program holds it").arg(path)
-                           : QStringLiteral("%1 is not a database").arg(path);
+    return QStringLiteral("%1 cannot be read: another program holds it, or it is no database").arg(path);
 }
 
 QString makeFiles(ReportOptions &options)
