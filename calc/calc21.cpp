@@ -21,6 +21,8 @@ const rules::CalcResult &Calc21::calculate(const QAny &request)
     const QDate today = m_today.isValid() ? m_today : QDate::currentDate();
     const bool withRows = request.lookup(QStringLiteral("CALC21")).toBool();
     input::CalcReader reader(request, today, withRows);
+    if (m_withLeft)
+        reader.includeLeft();
     m_result = rules::CalcResult();
     m_shares.clear();
     qDebug() << "Calc21::calcAll readAllEvents IN";

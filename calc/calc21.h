@@ -33,6 +33,8 @@ public:
     const calc::rules::CalcResult &calculate(const QAny &request);
     /// From here on a period without any event is calculated too; it is a fatal error otherwise.
     void allowNoEvents() { m_needsEvents = false; }
+    /// From here on employees who are not active any more are calculated too.
+    void includeLeft() { m_withLeft = true; }
     /// The same as records: CALC, CALCsum, DAYS, CALCorg, DAYSorg, ACSLIST and ERR; after a fatal error only ERR.
     /// Records that stand in several of these lists are shared handles.
     QAny calcAll(const QAny &request);
@@ -57,6 +59,7 @@ private:
     calc::Crew &m_crew;
     QDate m_today;
     bool m_needsEvents = true;
+    bool m_withLeft = false;
     calc::rules::CalcResult m_result;
     std::vector<calc::rules::Share> m_shares;
     calc::output::ReadRows m_rows;

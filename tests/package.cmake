@@ -21,6 +21,7 @@ foreach(line "rwxr-xr-x root/root .* ./opt/zuk3srv/zuk3server\n" " ./usr/sbin/zu
         " ./lib/systemd/system/zuk3srv.service\n" " ./lib/systemd/system/zuk3srv-backup.timer\n"
         "rwxr-xr-x root/root .* ./usr/bin/zukpage\n" " ./lib/systemd/system/zukpage.service\n"
         "rwxr-xr-x root/root .* ./usr/bin/zukbackup\n" "rwxr-xr-x root/root .* ./usr/bin/zukadmin\n"
+        "rwxr-xr-x root/root .* ./usr/bin/zukreport\n" " ./usr/share/man/man1/zukreport.1.gz\n"
         " ./usr/share/man/man8/zuk3server.8.gz\n" " ./usr/share/doc/zuk3server/attendance-schema.sql\n"
         " ./usr/share/doc/zuk3server/operation.md\n")
     if(NOT content MATCHES "${line}")
@@ -39,7 +40,7 @@ if(content MATCHES "/opt/zuk3srv/[^/]*\\.(db|INI|ini)")
     message(FATAL_ERROR "holds state: ${content}")
 endif()
 execute_process(COMMAND dpkg-deb --field ${package} Depends OUTPUT_VARIABLE depends COMMAND_ERROR_IS_FATAL ANY)
-foreach(library libqt5sql5-sqlite libqt5websockets5 libsystemd0 adduser)
+foreach(library libqt5sql5-sqlite libqt5websockets5 libsystemd0 fonts-dejavu-core adduser)
     if(NOT depends MATCHES "${library}")
         message(FATAL_ERROR "depends not on ${library}: ${depends}")
     endif()

@@ -9,7 +9,7 @@
 #include <QSet>
 #include <QTest>
 
-Q_DECLARE_METATYPE(tools::zukadmin::Language)
+Q_DECLARE_METATYPE(Language)
 Q_DECLARE_METATYPE(tools::zukadmin::DayTimeline)
 
 using namespace tools::zukadmin;

@@ -42,6 +42,8 @@ public:
     /// Days after `today` (local) are in the future. With rows the rows as read are kept too.
     CalcReader(const QAny &request, QDate today, bool withRows);
 
+    /// Before anything is read: also employees who are not active any more.
+    void includeLeft() { m_request.withLeft = true; }
     /// Everything but the events. False when a fault makes the rest needless.
     bool readCommon(storage::Reader &database);
     /// The shares in which the events are to be read.
@@ -59,7 +61,7 @@ private:
     void fail(const QString &fault);
     QString faultOfEvents(storage::Reader &database, int rows) const;
 
-    const CalcRequest m_request;
+    CalcRequest m_request;
     const QAny m_settings; ///< the request, for what it sets
     const QDate m_today;
     const bool m_withRows;

@@ -14,6 +14,7 @@ struct CalcRequest {
     bool firstNameFirst = false;
     bool isDescending = false;
     bool wantsExplanation = false;
+    bool withLeft = false; ///< also employees who are not active any more; nobody asks for it in words
     UserFilter users;
 
     /// STARTDATE and ENDDATE ("d.M.yyyy"), NAMEFIRST, SORT, USER (one id or a list of ids), EXPLAIN.

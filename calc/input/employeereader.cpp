@@ -19,7 +19,7 @@ const QString kSelectEmployees = QStringLiteral(
     "select employees.ID as USER,FIRSTNAME,LASTNAME,%1 as NAME,EMPLID,OFFDAYS,STIMUL,CALCSET.VALUE as CALCS,"
     "WTIMSET.VALUE as WTIM,PRERAZDC,OTHER,TIMEZ from employees"
     " left join calcset on employees.calcset = calcset.key left join wtimset on employees.wtimset = wtimset.key"
-    " where active=1");
+    " where %2");
 
 enum Column { User, FirstName, LastName, Name, EmplId, OffDays, Stimul, Calcs, Wtim, PreRazDc, Other, TimeZ };
 
@@ -37,7 +37,8 @@ QString statementOf(const CalcRequest &request)
     // Of a list that takes several statements everybody is read and the others are left out here: the order is one.
     const QString clause =
         request.users.parts() == 1 ? request.users.clause(QStringLiteral("employees.ID")) : QString();
-    return kSelectEmployees.arg(nameColumn(request.firstNameFirst)) + clause + QStringLiteral(" order by ") +
+    const QString whom = request.withLeft ? QStringLiteral("1") : QStringLiteral("active=1");
+    return kSelectEmployees.arg(nameColumn(request.firstNameFirst), whom) + clause + QStringLiteral(" order by ") +
            (request.firstNameFirst ? QStringLiteral("FIRSTNAME") : QStringLiteral("LASTNAME")) +
            (request.isDescending ? QStringLiteral(" desc") : QString()) + QStringLiteral(",employees.ID");
 }

@@ -139,9 +139,8 @@ private:
 
     void readLanguage()
     {
-        m_options.language = tools::zukadmin::languageOfLocale();
-        if (m_parser.isSet(m_language) &&
-            !tools::zukadmin::readLanguage(m_parser.value(m_language), &m_options.language))
+        m_options.language = languageOfLocale();
+        if (m_parser.isSet(m_language) && !::readLanguage(m_parser.value(m_language), &m_options.language))
             blame(QStringLiteral("--lang is sl or en"));
     }
 

@@ -22,7 +22,7 @@ struct AdminOptions {
     DatePeriod period;
     QVector<qint64> users; ///< empty for all
     QString table;         ///< that alone; empty for all
-    tools::zukadmin::Language language = tools::zukadmin::Language::English;
+    Language language = Language::English;
 
     const AdminCommand *command = nullptr;
     QStringList words; ///< behind the command

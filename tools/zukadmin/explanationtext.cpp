@@ -1,6 +1,6 @@
 #include "tools/zukadmin/explanationtext.h"
 
-#include "tools/common/texttable.h"
+#include "text/texttable.h"
 #include "tools/zukadmin/daytimeline.h"
 #include "tools/zukadmin/explainedday.h"
 #include "tools/zukadmin/explanationtimes.h"

@@ -1,7 +1,6 @@
 #include "tools/zukadmin/explanationwords.h"
 
 #include <QHash>
-#include <QLocale>
 
 namespace tools::zukadmin {
 
@@ -196,29 +195,6 @@ constexpr Entry kCatalogue[] = {
 };
 
 } // namespace
-
-bool readLanguage(const QString &text, Language *language)
-{
-    if (text == QLatin1String("sl"))
-        *language = Language::Slovenian;
-    else if (text == QLatin1String("en"))
-        *language = Language::English;
-    else
-        return false;
-    return true;
-}
-
-Language languageOfLocale()
-{
-    QString name;
-    for (const char *variable : {"LC_ALL", "LC_MESSAGES", "LANG"}) {
-        if (name.isEmpty())
-            name = qEnvironmentVariable(variable);
-    }
-    if (name.isEmpty())
-        name = QLocale::system().name(); // Windows has none of them
-    return name.startsWith(QLatin1String("sl")) ? Language::Slovenian : Language::English;
-}
 
 QString ExplanationWords::text(const char *key) const
 {

@@ -1,16 +1,10 @@
 #pragma once
 
+#include "text/language.h"
+
 #include <QString>
 
 namespace tools::zukadmin {
-
-enum class Language { English, Slovenian };
-
-/// Reads "sl" and "en"; false for every other text, which leaves *language alone.
-bool readLanguage(const QString &text, Language *language);
-/// That of the messages as the environment has it (LC_ALL, LC_MESSAGES, LANG), otherwise of the system. English for
-/// every language but Slovenian.
-Language languageOfLocale();
 
 /// The catalogue of what `explain` says, in one language.
 class ExplanationWords

@@ -1,8 +1,8 @@
 #include "tools/zukadmin/servercommands.h"
 
+#include "text/texttable.h"
 #include "tools/common/jsonoutput.h"
 #include "tools/common/logrow.h"
-#include "tools/common/texttable.h"
 #include "tools/zukadmin/adminoptions.h"
 #include "tools/zukadmin/rowarguments.h"
 #include "tools/zukadmin/valuetable.h"

@@ -1,7 +1,7 @@
 #include "tools/zukadmin/transferprogress.h"
 
+#include "text/texttable.h"
 #include "tools/common/console.h"
-#include "tools/common/texttable.h"
 
 #include <QElapsedTimer>
 

@@ -1,9 +1,9 @@
 #include "tools/zukadmin/valuetable.h"
 
+#include "text/csv.h"
+#include "text/texttable.h"
 #include "tools/common/packedtext.h"
-#include "tools/common/texttable.h"
 
-#include <QByteArrayList>
 #include <QHash>
 #include <QRegularExpression>
 
@@ -21,23 +21,6 @@ bool looksNumeric(const QString &text)
 {
     static const QRegularExpression number(QStringLiteral("^-?[0-9][0-9:.,]*$"));
     return text.isEmpty() || number.match(text).hasMatch();
-}
-
-QByteArray csvField(QString text)
-{
-    static const QRegularExpression special(QStringLiteral("[\",\r\n]"));
-    if (text.contains(special))
-        text = QLatin1Char('"') + text.replace(QLatin1Char('"'), QLatin1String("\"\"")) + QLatin1Char('"');
-    return text.toUtf8();
-}
-
-QByteArray csvLine(const QStringList &texts)
-{
-    QByteArrayList fields;
-    for (const QString &text : texts)
-        fields.append(csvField(text));
-    const QByteArray line = fields.join(',');
-    return (line.isEmpty() ? QByteArray("\"\"") : line) + "\r\n"; // an empty line would be no row
 }
 
 } // namespace
@@ -128,8 +111,8 @@ QByteArray ValueTable::toCsv() const
     QStringList keys;
     for (const Column &column : columns)
         keys.append(column.key);
-    QByteArray csv = csvLine(keys);
+    QByteArray csv = csvRow(keys);
     for (const QStringList &row : rows)
-        csv += csvLine(row);
+        csv += csvRow(row);
     return csv;
 }

@@ -1,6 +1,6 @@
 #include "tools/zukadmin/workaccount.h"
 
-#include "tools/common/texttable.h"
+#include "text/texttable.h"
 #include "tools/zukadmin/explanationtimes.h"
 
 #include <QHash>

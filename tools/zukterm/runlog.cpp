@@ -1,6 +1,6 @@
 #include "tools/zukterm/runlog.h"
 
-#include "tools/common/texttable.h"
+#include "text/texttable.h"
 
 #include <QTime>
 

@@ -1,7 +1,7 @@
 #include "tools/zukweb/reports.h"
 
+#include "text/texttable.h"
 #include "tools/common/packedtext.h"
-#include "tools/common/texttable.h"
 
 #include <QDateTime>
 #include <QSet>

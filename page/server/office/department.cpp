@@ -6,52 +6,33 @@ namespace page::office {
 
 namespace {
 
+constexpr const char *kWhat[] = {"half", "missing", "fault", "warning"};
+
 /// What somebody must look at, of one employee's period.
 class Exceptions
 {
 public:
-    void add(const char *what, const QDate &date, const QString &text)
+    void add(const report::Exception &exception)
     {
-        m_list.append(QAny{{QStringLiteral("date"), date.isValid() ? QAny(date.toString(dateFormat())) : QAny()},
-                           {QStringLiteral("what"), QString::fromLatin1(what)},
-                           {QStringLiteral("text"), text}});
-    }
-
-    void add(const DayView &day)
-    {
-        if (day.state == DayState::Half) {
-            ++m_half;
-            add("half", day.date, day.faults.join(QLatin1Char(' ')));
-        } else if (day.state == DayState::Missing) {
-            ++m_missing;
-            add("missing", day.date, {});
-        }
-        if (day.state != DayState::Half)
-            addFaults("fault", day.date, day.faults);
-        addFaults("warning", day.date, day.warnings);
-    }
-
-    void addFaults(const char *what, const QDate &date, const QStringList &texts)
-    {
-        for (const QString &text : texts) {
-            ++m_faults;
-            add(what, date, text);
-        }
+        ++m_counts[static_cast<size_t>(exception.what)];
+        m_list.append(QAny{
+            {QStringLiteral("date"), exception.date.isValid() ? QAny(exception.date.toString(dateFormat())) : QAny()},
+            {QStringLiteral("what"), QString::fromLatin1(kWhat[exception.what])},
+            {QStringLiteral("text"), exception.text}});
     }
 
     void tell(QAny &person) const
     {
-        person.insert(QStringLiteral("half"), m_half);
-        person.insert(QStringLiteral("missing"), m_missing);
-        person.insert(QStringLiteral("faults"), m_faults);
+        person.insert(QStringLiteral("half"), m_counts[report::Exception::Half]);
+        person.insert(QStringLiteral("missing"), m_counts[report::Exception::Missing]);
+        person.insert(QStringLiteral("faults"),
+                      m_counts[report::Exception::Fault] + m_counts[report::Exception::Warning]);
         person.insert(QStringLiteral("exceptions"), m_list);
     }
 
 private:
     QAny m_list{QAny::List};
-    int m_half = 0;
-    int m_missing = 0;
-    int m_faults = 0; ///< and warnings
+    std::array<int, 4> m_counts{}; ///< by what
 };
 
 QVector<Employee> overseen(const QVector<Employee> &all, const Person &person, const QAny &department)
@@ -80,14 +61,12 @@ QAny personJson(const StaffView &view, const Employee &employee, int openRequest
 {
     Totals totals;
     Exceptions exceptions;
-    exceptions.addFaults("fault", {}, view.faultsOf(employee.id));
     const int position = view.positionOf(employee.id);
-    if (position >= 0) {
-        for (const DayView &day : view.daysOf(position)) {
-            totals.add(day);
-            exceptions.add(day);
-        }
-    }
+    const std::vector<DayView> days = position < 0 ? std::vector<DayView>() : view.daysOf(position);
+    for (const DayView &day : days)
+        totals.add(day);
+    for (const report::Exception &exception : view.exceptionsOf(employee.id, days))
+        exceptions.add(exception);
     QAny person = employee.json();
     person.insert(QStringLiteral("worked"), totals.worked);
     person.insert(QStringLiteral("required"), totals.required);

@@ -1,6 +1,6 @@
 #include "page/server/office/answers.h"
-#include "page/server/office/csv.h"
 #include "page/server/office/office.h"
+#include "text/csv.h"
 
 #include <QDateTime>
 

@@ -1,27 +1,14 @@
+#include "calc/output/calcrecords.h"
 #include "page/server/office/answers.h"
 #include "page/server/office/asking.h"
 #include "page/server/office/staffview.h"
+#include "report/carried.h"
 
 #include <QDateTime>
 
 namespace page::office {
 
 namespace {
-
-/// Hours of the balance that was accounted for in the month, Null without one: what the month began with.
-QAny carriedInto(CheckedReader &reader, qint64 user, QDate month)
-{
-    static const QString sql = QStringLiteral(
-        "SELECT FHOURS FROM freehour WHERE IDU=? AND STATUS=1 AND CHGDATE>=? AND CHGDATE<? ORDER BY CHGDATE LIMIT 1");
-    QAny carried;
-    reader.forEachRow(sql,
-                      {user, month.startOfDay().toSecsSinceEpoch(), month.addMonths(1).startOfDay().toSecsSinceEpoch()},
-                      [&carried](const QSqlQuery &row) {
-                          if (!row.value(0).isNull())
-                              carried = row.value(0).toLongLong() * 3600;
-                      });
-    return carried;
-}
 
 QAny textList(const QStringList &texts)
 {
@@ -34,6 +21,19 @@ QAny textList(const QStringList &texts)
 QAny orNull(const std::optional<qint64> &value)
 {
     return value ? QAny(*value) : QAny();
+}
+
+/// {"DELO": seconds, …} of those that are not 0, PRAZNIK included.
+QAny categoriesJson(const std::array<qint64, calc::rules::kCategoryCount> &categories, qint64 holiday)
+{
+    QAny json(QAny::Hash);
+    for (int i = 0; i < calc::rules::kCategoryCount; ++i) {
+        if (const qint64 seconds = categories[static_cast<size_t>(i)])
+            json.insert(calc::output::categoryName(static_cast<calc::rules::Category>(i)).toString(), seconds);
+    }
+    if (holiday != 0)
+        json.insert(QStringLiteral("PRAZNIK"), holiday);
+    return json;
 }
 
 QString kindOf(const calc::rules::DayFacts &facts)
@@ -114,7 +114,9 @@ QAny monthAnswer(Asking &asking)
     const QDate last = first.addMonths(1).addDays(-1);
     const Employee &user = asking.subject();
     const std::vector<Request> requests = requestsWithin(asking.reader, user.id, first, last);
-    const QAny carried = carriedInto(asking.reader, user.id, first);
+    std::optional<qint64> carried;
+    if (!report::readCarried(asking.reader.reader(), user.id, first, &carried))
+        return refused(kDatabase);
     checkCalculable(asking.reader);
     if (asking.reader.hasFailed())
         return refused(kDatabase);
@@ -134,7 +136,7 @@ QAny monthAnswer(Asking &asking)
                  {QStringLiteral("month"), first.toString(monthFormat())},
                  {QStringLiteral("days"), days},
                  {QStringLiteral("sums"), sumsJson(sums)},
-                 {QStringLiteral("carried"), carried},
+                 {QStringLiteral("carried"), orNull(carried)},
                  {QStringLiteral("errors"), textList(view.faultsOf(0) + view.faultsOf(user.id))},
                  {QStringLiteral("asOf"), asking.now.time}});
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "page/server/office/checkedreader.h"
+#include "report/staffview.h"
 
 #include <QDate>
 #include <QString>
@@ -26,10 +27,7 @@ struct Person {
 };
 
 /// When an ask is answered.
-struct Now {
-    qint64 time = 0; ///< Unix seconds
-    QDate today;     ///< local
-};
+using report::Now;
 
 /// An employee at work, who may be asked for.
 struct Employee {

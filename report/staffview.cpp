@@ -1,9 +1,9 @@
-#include "page/server/office/staffview.h"
+#include "report/staffview.h"
 
 #include "calc/calc21.h"
-#include "calc/output/calcrecords.h"
+#include "calc/input/settingsstore.h"
 
-namespace page::office {
+namespace report {
 
 using calc::rules::CalcErrors;
 using calc::rules::DayResult;
@@ -35,6 +35,18 @@ QAny requestOf(const Period &period)
     return request;
 }
 
+/// The stored settings without what makes events other than they were made. Which taps are of one passage stays, and
+/// the clock of who works in another time zone.
+QAny settingsAsMade(storage::Reader &reader)
+{
+    calc::rules::CalcSettings settings = calc::input::loadSettings(reader);
+    settings.isRound30 = false;
+    settings.autoEvents = false;
+    settings.earlyExit = 0;
+    settings.nearEvents = true; // a night's other half may lie beyond the period
+    return calc::input::settingsHash(settings);
+}
+
 bool hasHalfPair(const std::vector<Pair> &pairs, int day)
 {
     return std::any_of(pairs.begin(), pairs.end(),
@@ -57,17 +69,21 @@ void Totals::add(const DayView &day)
     worked += day.worked;
     required += day.required;
     balance += day.balance;
-    const calc::rules::Amounts amounts = day.result->amountsAfter();
     for (size_t i = 0; i < categories.size(); ++i)
-        categories[i] += amounts.categories[i];
-    holiday += amounts.holiday;
+        categories[i] += day.amounts.categories[i];
+    holiday += day.amounts.holiday;
 }
 
 StaffView::StaffView(calc::Crew &crew, const Period &period, const Now &now) : m_now(now)
 {
     Calc21 calculation(crew, now.today);
     calculation.allowNoEvents();
-    calculation.calculate(requestOf(period));
+    if (period.withLeft)
+        calculation.includeLeft();
+    QAny request = requestOf(period);
+    if (period.asMade)
+        request.insert(QStringLiteral("SETT"), settingsAsMade(crew.reader()));
+    calculation.calculate(request);
     m_result = calculation.takeResult();
     for (size_t i = 0; i < m_result.employees.size(); ++i)
         m_positions.insert(m_result.inputs.employees[i].user, static_cast<int>(i));
@@ -107,6 +123,26 @@ const Pair *StaffView::openPair(int position) const
     return nullptr;
 }
 
+std::vector<Exception> StaffView::exceptionsOf(qint64 user, const std::vector<DayView> &days) const
+{
+    std::vector<Exception> exceptions;
+    const auto addAll = [&exceptions](Exception::What what, const QDate &date, const QStringList &texts) {
+        for (const QString &text : texts)
+            exceptions.push_back({what, date, text});
+    };
+    addAll(Exception::Fault, {}, faultsOf(user));
+    for (const DayView &day : days) {
+        if (day.state == DayState::Half)
+            exceptions.push_back({Exception::Half, day.date, day.faults.join(QLatin1Char(' '))});
+        else if (day.state == DayState::Missing)
+            exceptions.push_back({Exception::Missing, day.date, {}});
+        if (day.state != DayState::Half)
+            addAll(Exception::Fault, day.date, day.faults);
+        addAll(Exception::Warning, day.date, day.warnings);
+    }
+    return exceptions;
+}
+
 std::vector<DayView> StaffView::daysOf(int position) const
 {
     const calc::rules::EmployeeResult &employee = m_result.employees[static_cast<size_t>(position)];
@@ -128,13 +164,13 @@ std::vector<DayView> StaffView::daysOf(int position) const
 DayView StaffView::dayView(int position, const DayResult &day, int openDay) const
 {
     const auto index = static_cast<size_t>(position);
-    const calc::rules::Amounts amounts = day.amountsAfter();
     DayView view;
+    view.amounts = day.amountsAfter();
     view.date = m_result.inputs.period.clock.date(day.day);
     view.result = &day;
     view.required = day.facts.isFree ? day.totals.holiday : day.facts.minHours();
-    view.worked = amounts.total;
-    view.balance = amounts.plusMinus;
+    view.worked = view.amounts.total;
+    view.balance = view.amounts.plusMinus;
     if (day.day == openDay)
         view.state = DayState::Now;
     else if (day.facts.isFuture)
@@ -171,16 +207,4 @@ void StaffView::tellErrors(qint64 user, DayView &day) const
         day.faults.removeLast();
 }
 
-QAny categoriesJson(const std::array<qint64, calc::rules::kCategoryCount> &categories, qint64 holiday)
-{
-    QAny json(QAny::Hash);
-    for (int i = 0; i < calc::rules::kCategoryCount; ++i) {
-        if (const qint64 seconds = categories[static_cast<size_t>(i)])
-            json.insert(calc::output::categoryName(static_cast<calc::rules::Category>(i)).toString(), seconds);
-    }
-    if (holiday != 0)
-        json.insert(QStringLiteral("PRAZNIK"), holiday);
-    return json;
-}
-
-} // namespace page::office
+} // namespace report

@@ -1,4 +1,4 @@
-#include "tools/common/texttable.h"
+#include "text/texttable.h"
 
 #include <algorithm>
 
