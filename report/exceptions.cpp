@@ -12,7 +12,7 @@ constexpr Text kNothing = {"Ničesar ni treba pogledati.", "There is nothing to 
 constexpr Text kWhat[] = {
     {"nepopoln par", "half pair"}, {"dan brez ur", "day without hours"}, {"napaka", "fault"}, {"opozorilo", "warning"}};
 
-enum Position { Name, Id, EmplId, Date, What, Text_ };
+enum Position { Name, Id, EmplId, Date, What, Description };
 
 } // namespace
 
@@ -54,7 +54,7 @@ void Exceptions::add(Sheet &sheet, const Employee &employee, const StaffView &vi
         if (exception.date.isValid())
             cells[Date].setDate(exception.date);
         cells[What].setText(kWhat[exception.what].in(m_job.language));
-        cells[Text_].setText(exception.text);
+        cells[Description].setText(exception.text);
     }
 }
 

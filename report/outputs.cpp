@@ -24,6 +24,33 @@ QString suffixOf(Format format)
                                    : QStringLiteral(".txt");
 }
 
+/// Writes all or fails: a file's device takes a part of a large block where the disk is full, and calls it no error.
+class WholeWrites : public QIODevice
+{
+    Q_OBJECT
+public:
+    explicit WholeWrites(QIODevice &target) : m_target(target) { open(WriteOnly | Unbuffered); }
+
+    bool hasFailed() const { return m_hasFailed; }
+    bool isSequential() const override { return true; }
+
+protected:
+    qint64 readData(char *, qint64) override { return -1; }
+    qint64 writeData(const char *data, qint64 length) override
+    {
+        for (qint64 done = 0; done < length && !m_hasFailed;) {
+            const qint64 written = m_target.write(data + done, length - done);
+            m_hasFailed = written <= 0;
+            done += written;
+        }
+        return m_hasFailed ? -1 : length;
+    }
+
+private:
+    QIODevice &m_target; ///< not owned
+    bool m_hasFailed = false;
+};
+
 } // namespace
 
 /// One file, or the standard output.
@@ -39,8 +66,9 @@ public:
             m_save = std::make_unique<QSaveFile>(path);
             m_isOpen = m_save->open(QIODevice::WriteOnly);
         }
+        m_device = std::make_unique<WholeWrites>(file());
         if (m_isOpen)
-            m_writer = sheetWriter(format, device(), imprint);
+            m_writer = sheetWriter(format, *m_device, imprint);
     }
 
     QString write(const Sheet &sheet)
@@ -55,25 +83,31 @@ public:
         if (m_isOpen)
             m_writer->finish();
         m_writer.reset();
-        if (m_save)
-            return m_isOpen && m_save->commit() ? QString() : fault();
-        return m_standard.flush() && m_standard.error() == QFileDevice::NoError ? QString() : fault();
+        const QString before = fault();
+        if (!before.isEmpty())
+            return before;
+        return (m_save ? m_save->commit() : m_standard.flush()) ? QString() : cannotBeWritten();
     }
 
-    QString fault() const
+    QString fault()
     {
-        const QFileDevice &file = m_save ? static_cast<const QFileDevice &>(*m_save) : m_standard;
-        if (m_isOpen && file.error() == QFileDevice::NoError)
-            return {};
-        return QStringLiteral("%1 cannot be written: %2").arg(m_name, file.errorString());
+        const bool isFine = m_isOpen && !m_device->hasFailed() && file().error() == QFileDevice::NoError;
+        return isFine ? QString() : cannotBeWritten();
     }
 
 private:
-    QIODevice &device() { return m_save ? static_cast<QIODevice &>(*m_save) : m_standard; }
+    QFileDevice &file()
+    {
+        if (m_save)
+            return *m_save;
+        return m_standard;
+    }
+    QString cannotBeWritten() { return QStringLiteral("%1 cannot be written: %2").arg(m_name, file().errorString()); }
 
     QString m_name;
     QFile m_standard;
     std::unique_ptr<QSaveFile> m_save;
+    std::unique_ptr<WholeWrites> m_device;
     std::unique_ptr<SheetWriter> m_writer; ///< ends before the device
     bool m_isOpen = false;
 };
@@ -130,3 +164,5 @@ QString Outputs::commit()
 }
 
 } // namespace report
+
+#include "outputs.moc"

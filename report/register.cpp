@@ -20,16 +20,16 @@ constexpr Text kEnteredBy = {"vnesel(a) %1", "entered by %1"};
 constexpr Text kApprovedBy = {"odobril(a) %1", "approved by %1"};
 constexpr Text kMadeFrom = {
     "Izdelano iz dogodkov, kakor so bili zabeleženi na terminalih in vneseni ročno: na minuto, brez zaokroževanja in "
-    "brez "
-    "pravil obračuna. Ročni vnosi so označeni.",
+    "brez pravil obračuna. Ročni vnosi so označeni.",
     "Made from the events as they were recorded at terminals and entered by hand: to the minute, without rounding and "
     "without the rules of the statement. What was entered by hand is marked."};
 constexpr Text kMeanings = {
-    "Ure: delo skupaj, z odmorom do dolžine, ki jo urnik plačuje. Nad urnikom: kar presega ure po urniku, ob sobotah, "
-    "nedeljah in praznikih vse. Nočne: med 23.00 in 6.00. Nedeljske in praznične: po koledarskem dnevu.",
-    "Hours: work in all, with the break up to the length that the schedule pays. Beyond: what exceeds the schedule's "
-    "hours, "
-    "on Saturdays, Sundays and holidays all. Night: between 23:00 and 6:00. Sunday and holiday: by the calendar day."};
+    "Ure: delo skupaj, tudi službeno, na terenu in od doma, z odmorom do dolžine, ki jo urnik plačuje. Nad urnikom: "
+    "kar presega ure po urniku, ob sobotah, nedeljah in praznikih vse. Nočne: med 23.00 in 6.00. Nedeljske in "
+    "praznične: po koledarskem dnevu.",
+    "Hours: work in all, errands, field and home included, with the break up to the length that the schedule pays. "
+    "Beyond: what exceeds the schedule's hours, on Saturdays, Sundays and holidays all. Night: between 23:00 and 6:00. "
+    "Sunday and holiday: by the calendar day."};
 constexpr Text kNoSchedule = {"Brez urnika: ure niso razdeljene na redne in nad urnikom.",
                               "No schedule: the hours are not divided into regular ones and those beyond."};
 
@@ -57,11 +57,15 @@ struct KindColumn {
 
 /// Kinds of work that are part of the hours, then absences.
 constexpr KindColumn kKinds[] = {
-    {Category::Sluzbeno, {"od tega služb.", "of them errand"}},  {Category::Teren, {"od tega teren", "of them field"}},
-    {Category::OdDoma, {"od tega od doma", "of them at home"}},  {Category::Dopust, {"Dopust", "Leave"}},
-    {Category::IzrDopust, {"Izredni dopust", "Special leave"}},  {Category::Bolniska, {"Bolniška", "Sickness"}},
-    {Category::SaldoUre, {"Koriščenje ur", "Time off in lieu"}}, {Category::Zasebno, {"Zasebno", "Private"}},
-    {Category::Drugo, {"Druga odsotnost", "Other absence"}},
+    {Category::Sluzbeno, {"Služb.", "Errand"}},
+    {Category::Teren, {"Teren", "Field"}},
+    {Category::OdDoma, {"Od doma", "At home"}},
+    {Category::Dopust, {"Dopust", "Leave"}},
+    {Category::IzrDopust, {"Izr. dopust", "Special leave"}},
+    {Category::Bolniska, {"Boln.", "Sick"}},
+    {Category::SaldoUre, {"Iz ur", "Time off"}},
+    {Category::Zasebno, {"Zas.", "Private"}},
+    {Category::Drugo, {"Drugo", "Other"}},
 };
 static_assert(FreeHoliday == FirstKind + std::size(kKinds), "every kind has its column");
 
@@ -81,10 +85,10 @@ const Layout &Register::layout()
                         {{"Redne", "Regular"}, 12.5},
                         {{"Nad urnikom", "Beyond schedule"}, 14},
                         {{"Nočne", "Night"}, 12},
-                        {{"Nedelj.", "Sunday"}, 12},
+                        {{"Ned.", "Sunday"}, 12},
                         {{"Prazn.", "Holiday"}, 12}};
         for (const KindColumn &kind : kKinds)
-            made.columns.push_back({kind.heading, 13, Column::Right, Column::WhereFilled});
+            made.columns.push_back({kind.heading, 12, Column::Right, Column::WhereFilled});
         made.columns.push_back({{"Prost praznik", "Holiday off"}, 13, Column::Right, Column::WhereFilled});
         made.columns.push_back({{"Opombe", "Remarks"}, 0, Column::Left});
         made.columns.push_back({{"Dogodki", "Events"}, 0, Column::Left, Column::ForPrograms});

@@ -251,7 +251,7 @@ void TestReport::registerAsMade()
     const QString columns = "Prihod|Odhod|Ure|Redne|Nad urnikom|Nočne";
     QCOMPARE(cellsOf(sheet, "02.03.2026", columns), QString("06:47|15:10|8:23|8:00|0:23|-"));
     QCOMPARE(cellsOf(sheet, "02.03.2026", "Dogodki"), QString("06:47 101:Ime; 15:10 102:Ime"));
-    QCOMPARE(cellsOf(sheet, "03.03.2026", "Prihod|Odhod|Zasebno|Opombe"),
+    QCOMPARE(cellsOf(sheet, "03.03.2026", "Prihod|Odhod|Zas.|Opombe"),
              QString("-|14:00|-|14:00: prihod ni zabeležen"));
     // The night at the period's end is whole, though the stored settings read nothing beyond it.
     QCOMPARE(cellsOf(sheet, "31.03.2026", columns), QString("22:00|06:00+1|8:00|8:00|-|7:00"));
@@ -398,7 +398,8 @@ void TestReport::csv()
         QCOMPARE(record.size(), records.first().size());
     QCOMPARE(records[2].mid(0, 3), (QStringList{"dan", "1", "E1"}));
     QVERIFY(records[2][3].startsWith("'=Novak ŽŽŽ"));
-    QCOMPARE(records[2].mid(4, 5), (QStringList{"Razvoj, \"A\"", "2026-03-02", "07:00", "01:00+1", "18:00"}));
+    // The rules count up to the end of the schedule's window, 16:00.
+    QCOMPARE(records[2].mid(4, 5).join('|'), QString("Razvoj, \"A\"|2026-03-02|07:00|01:00+1|9:00"));
     QCOMPARE(records.last().first(), QString("skupaj"));
 }
 

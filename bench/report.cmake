@@ -1,0 +1,1 @@
+zuk_bench(bench_report zuk_report zuk_demodata)
