@@ -251,8 +251,7 @@ void TestReport::registerAsMade()
     const QString columns = "Prihod|Odhod|Ure|Redne|Nad urnikom|Nočne";
     QCOMPARE(cellsOf(sheet, "02.03.2026", columns), QString("06:47|15:10|8:23|8:00|0:23|-"));
     QCOMPARE(cellsOf(sheet, "02.03.2026", "Dogodki"), QString("06:47 101:Ime; 15:10 102:Ime"));
-    QCOMPARE(cellsOf(sheet, "03.03.2026", "Prihod|Odhod|Zas.|Opombe"),
-             QString("-|14:00|-|14:00: prihod ni zabeležen"));
+    QCOMPARE(cellsOf(sheet, "03.03.2026", "Prihod|Odhod|Zas.|Opombe"), QString("-|14:00|-|14:00: prihod ni zabeležen"));
     // The night at the period's end is whole, though the stored settings read nothing beyond it.
     QCOMPARE(cellsOf(sheet, "31.03.2026", columns), QString("22:00|06:00+1|8:00|8:00|-|7:00"));
     QCOMPARE(cellsOf(sheet, "Skupaj", "Ure|Redne|Nad urnikom"), QString("16:23|16:00|0:23"));
