@@ -22,6 +22,8 @@ private slots:
     void sumsOfAMonth();
     void whatADayLacks_data();
     void whatADayLacks();
+    void onlyRequiredHoursCanBeMissing();
+    void holidaysHaveTheirName();
     void whereSomebodyIs_data();
     void whereSomebodyIs();
     void reasonsAreNotForAll();
@@ -229,6 +231,26 @@ void TestPageOffice::whatADayLacks()
         missing += entry.value("what").toString() + ' ' + entry.value("event").toJson();
     QCOMPARE(missing.join(", "), cell(row, 1));
     QCOMPARE(answer.value("explanation").value("DATE"), QAny(midnight("3.3.2026")));
+}
+
+void TestPageOffice::onlyRequiredHoursCanBeMissing()
+{
+    // Ana may come on any day and has to on none.
+    const QString schedule = scheduleText("1-7 STARTB=6:00 ENDE=16:00");
+    m_site->sql("update wtimset set VALUE='" + schedule + "' where KEY='K1'");
+    m_site->events(kAna, "2.3.2026 07:00-15:00");
+    QCOMPARE(m_site->dayOf(kAna, "2.3.2026").value("state"), QAny("complete"));
+    QCOMPARE(m_site->dayOf(kAna, "3.3.2026").value("state"), QAny("free"));
+    QCOMPARE(m_site->dayOf(kAna, "4.3.2026").value("state"), QAny("now"));
+    QCOMPARE(m_site->ask(kAna, "{'ask':'day','date':'2026-03-03'}").value("missing").count(), 0);
+}
+
+void TestPageOffice::holidaysHaveTheirName()
+{
+    m_site->holiday("2.3.2026", "1");
+    m_site->holiday("3.3.2026", "praznik dela");
+    QVERIFY(m_site->ask(kAna, "{'ask':'day','date':'2026-03-02'}").value("holiday").isNull());
+    QCOMPARE(m_site->ask(kAna, "{'ask':'day','date':'2026-03-03'}").value("holiday"), QAny("praznik dela"));
 }
 
 void TestPageOffice::whereSomebodyIs_data()
