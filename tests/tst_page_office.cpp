@@ -374,6 +374,7 @@ void TestPageOffice::exports()
     };
     const auto month = exported(kAna, "month.csv", "month=2026-03&lang=en");
     QVERIFY(month);
+    QCOMPARE(month->fileName, QString("month-2026-03-=cmd(\"x\"), Ana.csv"));
     const QList<QByteArray> lines = month->content.split('\n');
     QCOMPARE(lines.size(), 33);
     QCOMPARE(lines[0], QByteArray("\xef\xbb\xbf"
@@ -382,7 +383,7 @@ void TestPageOffice::exports()
     QCOMPARE(lines[2], QByteArray("2026-03-02,,complete,07:00,14:30,8:00,7:30,-0:30,-0:30,,\r"));
     const auto presence = exported(kBor, "presence.csv", "lang=sl");
     QVERIFY(presence);
-    QVERIFY2(presence->content.contains("\r\n\"'=cmd(\"\"x\"\"), Ana\",Razvoj,odsoten,,\r\n"), presence->content);
+    QVERIFY2(presence->content.contains("\r\n\"'=cmd(\"\"x\"\"), Ana\";Razvoj;ni tu;;\r\n"), presence->content);
     QVERIFY(exported(kBor, "month.csv", "month=2026-03&user=1"));
     QVERIFY(exported(kBor, "department.csv", "month=2026-03&department=Razvoj"));
     QVERIFY(!exported(kBor, "department.csv", "month=2026-03&department=Prodaja"));

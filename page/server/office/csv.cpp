@@ -6,7 +6,7 @@ namespace {
 
 QString quoted(const QString &cell)
 {
-    static const QString special = QStringLiteral(",\"\r\n");
+    static const QString special = QStringLiteral(",;\"\r\n");
     const bool needsQuotes = std::any_of(cell.begin(), cell.end(), [](QChar unit) { return special.contains(unit); });
     if (!needsQuotes)
         return cell;
@@ -22,7 +22,7 @@ void CsvTable::addRow(const QStringList &cells)
     QStringList row;
     for (const QString &cell : cells)
         row += quoted(cell);
-    m_text += row.join(QLatin1Char(',')) + QLatin1String("\r\n");
+    m_text += row.join(m_separator) + QLatin1String("\r\n");
 }
 
 QByteArray CsvTable::content() const
