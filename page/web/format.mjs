@@ -81,7 +81,8 @@ export const shortMonth = (month) => dateText({ month: 'short' })(`${month}-01`)
 /** "7. 10. ob 8:14" of an instant. */
 export const moment = (time) => `${shortDate(dateOf(time))} ${clock(time)}`;
 /** "sre. 7. 10. – pet. 9. 10." of two dates. */
-export const span = (from, to) => [...new Set([from, to])].map((date) => `${weekdayName(date)} ${shortDate(date)}`).join(' – ');
+export const span = (from, to) =>
+    [...new Set([from, to])].map((date) => `${weekdayName(date)} ${shortDate(date)}`).join(' – ');
 
 export const addDays = (date, days) => write(parse(date) + days * kDay * 1000);
 export const monthOf = (date) => date.slice(0, 7);

@@ -155,10 +155,11 @@ function todayCard(data) {
 
 function tiles(data) {
     const { sums, carried, days } = data;
+    const ofRequired = isCurrent(data) ? 'ofRequiredSoFar' : 'ofRequired';
     const goesOn = days.some(({ date, state }) => date === store.today && state === 'now');
     const others = Object.entries(sums.categories).filter(([name]) => name !== 'DELO');
     return html`<dl class="tiles">
-        ${tile(t('tile worked'), duration(sums.worked), t(isCurrent(data) ? 'ofRequiredSoFar' : 'ofRequired', duration(sums.required)))}
+        ${tile(t('tile worked'), duration(sums.worked), t(ofRequired, duration(sums.required)))}
         ${tile(t('tile balance'), balanceText(settledBalance(data)), goesOn ? t('untilYesterday') : nothing)}
         ${carried === null ? nothing : tile(t('tile carried'), balanceText(carried))}
         ${

@@ -81,14 +81,13 @@ export const isMe = (user) => !user || String(user) === String(store.me.id);
 /** The field of the ask: absent for oneself. */
 export const userField = (user) => (isMe(user) ? {} : { user: Number(user) });
 
-const personLink = (view, user) => (view === 'month' ? link(view, undefined, user) : link(view, user));
-
 /** Whose view it is, where it is not one's own, with what else there is of them. */
 export const personLine = (user, data) =>
     isMe(user) || !data
         ? nothing
         : html`<p class="person"><span class="name">${data.user.name}</span> <span>${data.user.department}</span>
-            ${['month', 'balance'].map((view) => html`<a href=${personLink(view, user)}>${t(`nav ${view}`)}</a> `)}</p>`;
+            <a href=${link('month', undefined, user)}>${t('nav month')}</a>
+            <a href=${link('balance', user)}>${t('nav balance')}</a></p>`;
 
 /** Lower case without accents, for searching. */
 export const plain = (text) => text.toLowerCase().normalize('NFD').replace(/\p{M}/gu, '');
