@@ -47,10 +47,16 @@ QAny settingsAsMade(storage::Reader &reader)
     return calc::input::settingsHash(settings);
 }
 
-bool hasHalfPair(const std::vector<Pair> &pairs, int day)
+/*HP*/ bool hasHalfPair(const std::vector<Pair> &pairs, int day)
 {
     return std::any_of(pairs.begin(), pairs.end(),
                        [day](const Pair &pair) { return pair.day == day && !pair.isComplete(); });
+}
+
+/// A schedule may let people work without asking for hours.
+DayState stateWithoutWork(qint64 required)
+{
+    return required > 0 ? DayState::Missing : DayState::Free;
 }
 
 } // namespace
@@ -161,6 +167,14 @@ std::vector<DayView> StaffView::daysOf(int position) const
     return days;
 }
 
+QString StaffView::holidayOf(const DayView &day) const
+{
+    const QString &holiday = m_result.inputs.holiday(day.result->day);
+    bool isNumber = false; // a calendar may mark a holiday by a number alone
+    holiday.toInt(&isNumber);
+    return isNumber ? QString() : holiday;
+}
+
 DayView StaffView::dayView(int position, const DayResult &day, int openDay) const
 {
     const auto index = static_cast<size_t>(position);
@@ -180,7 +194,7 @@ DayView StaffView::dayView(int position, const DayResult &day, int openDay) cons
     else if (day.facts.hasPairs)
         view.state = DayState::Complete;
     else if (day.facts.isWorkingDay())
-        view.state = view.date == m_now.today ? DayState::Now : DayState::Missing;
+        view.state = view.date == m_now.today ? DayState::Now : stateWithoutWork(view.required);
     tellErrors(m_result.inputs.employees[index].user, view);
     return view;
 }

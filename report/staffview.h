@@ -21,7 +21,7 @@ struct Now {
 enum class DayState {
     Complete,
     Half,    ///< an arrival or a departure is missing
-    Missing, ///< a working day without anything
+    Missing, ///< a working day without anything, of which hours are required
     Free,
     Future,
     Now ///< somebody is in, or may still come
@@ -93,6 +93,8 @@ public:
     /// Of an employee, -1 where the calculation has none.
     int positionOf(qint64 user) const { return m_positions.value(user, -1); }
     std::vector<DayView> daysOf(int position) const;
+    /// The day's name in the calendar, empty where it is no holiday or has no name.
+    QString holidayOf(const DayView &day) const;
     /// Faults of an employee that are of no day, of nobody with the id 0.
     QStringList faultsOf(qint64 user) const;
     /// In the order of the days, what is of no day first. The days are those that daysOf() gave, or none.

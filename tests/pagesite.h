@@ -74,7 +74,7 @@ public:
         *fault = path == "fault.csv";
         if (query.queryItemValue("user") == "99")
             return {};
-        return Export{"mesec\"\r\n.csv", QStringLiteral("%1;%2").arg(person.id).arg(path).toUtf8()};
+        return Export{"mesec\"\r\n-\u010c.csv", QStringLiteral("%1;%2").arg(person.id).arg(path).toUtf8()};
     }
     std::unique_ptr<Watch> watch(storage::Reader &) const override { return std::make_unique<StandInWatch>(m_state); }
     bool overlooks(const Person &person, const QString &department) const override

@@ -329,7 +329,7 @@ void TestPageHttp::cookies()
     QCOMPARE(answer.status, status);
     if (status == 200) {
         QCOMPARE(answer.body, QByteArray("5;month.csv"));
-        QCOMPARE(answer.headers["content-disposition"], QByteArray("attachment; filename=\"mesec___.csv\""));
+        QCOMPARE(answer.headers["content-disposition"], QByteArray("attachment; filename=\"mesec___-C.csv\""));
         QCOMPARE(answer.headers["cache-control"], QByteArray("no-store"));
         QCOMPARE(peer.ask(requestOf("GET /export/month.csv?user=99", headers)).status, 403);
         QCOMPARE(peer.ask(requestOf("GET /export/fault.csv?user=99", headers)).status, 503);

@@ -22,6 +22,8 @@ private slots:
     void sumsOfAMonth();
     void whatADayLacks_data();
     void whatADayLacks();
+    void onlyRequiredHoursCanBeMissing();
+    void holidaysHaveTheirName();
     void whereSomebodyIs_data();
     void whereSomebodyIs();
     void reasonsAreNotForAll();
@@ -231,6 +233,26 @@ void TestPageOffice::whatADayLacks()
     QCOMPARE(answer.value("explanation").value("DATE"), QAny(midnight("3.3.2026")));
 }
 
+void TestPageOffice::onlyRequiredHoursCanBeMissing()
+{
+    // Ana may come on any day and has to on none.
+    const QString schedule = scheduleText("1-7 STARTB=6:00 ENDE=16:00");
+    m_site->sql("update wtimset set VALUE='" + schedule + "' where KEY='K1'");
+    m_site->events(kAna, "2.3.2026 07:00-15:00");
+    QCOMPARE(m_site->dayOf(kAna, "2.3.2026").value("state"), QAny("complete"));
+    QCOMPARE(m_site->dayOf(kAna, "3.3.2026").value("state"), QAny("free"));
+    QCOMPARE(m_site->dayOf(kAna, "4.3.2026").value("state"), QAny("now"));
+    QCOMPARE(m_site->ask(kAna, "{'ask':'day','date':'2026-03-03'}").value("missing").count(), 0);
+}
+
+void TestPageOffice::holidaysHaveTheirName()
+{
+    m_site->holiday("2.3.2026", "1");
+    m_site->holiday("3.3.2026", "praznik dela");
+    QVERIFY(m_site->ask(kAna, "{'ask':'day','date':'2026-03-02'}").value("holiday").isNull());
+    QCOMPARE(m_site->ask(kAna, "{'ask':'day','date':'2026-03-03'}").value("holiday"), QAny("praznik dela"));
+}
+
 void TestPageOffice::whereSomebodyIs_data()
 {
     // state, since and code at noon
@@ -352,6 +374,7 @@ void TestPageOffice::exports()
     };
     const auto month = exported(kAna, "month.csv", "month=2026-03&lang=en");
     QVERIFY(month);
+    QCOMPARE(month->fileName, QString("month-2026-03-=cmd(\"x\"), Ana.csv"));
     const QList<QByteArray> lines = month->content.split('\n');
     QCOMPARE(lines.size(), 33);
     QCOMPARE(lines[0], QByteArray("\xef\xbb\xbf"
@@ -360,7 +383,7 @@ void TestPageOffice::exports()
     QCOMPARE(lines[2], QByteArray("2026-03-02,,complete,07:00,14:30,8:00,7:30,-0:30,-0:30,,\r"));
     const auto presence = exported(kBor, "presence.csv", "lang=sl");
     QVERIFY(presence);
-    QVERIFY2(presence->content.contains("\r\n\"'=cmd(\"\"x\"\"), Ana\",Razvoj,odsoten,,\r\n"), presence->content);
+    QVERIFY2(presence->content.contains("\r\n\"'=cmd(\"\"x\"\"), Ana\";Razvoj;ni tu;;\r\n"), presence->content);
     QVERIFY(exported(kBor, "month.csv", "month=2026-03&user=1"));
     QVERIFY(exported(kBor, "department.csv", "month=2026-03&department=Razvoj"));
     QVERIFY(!exported(kBor, "department.csv", "month=2026-03&department=Prodaja"));

@@ -43,10 +43,15 @@ http::Response onlyAsWebSocket()
     return response;
 }
 
-/// A name that a header takes as it is.
+/// A name that a header takes as it is; letters lose their accents.
 QByteArray plainName(const QString &name)
 {
-    QByteArray plain = name.toLatin1();
+    const QString letters = name.normalized(QString::NormalizationForm_D);
+    QByteArray plain;
+    for (const QChar unit : letters) {
+        if (!unit.isMark())
+            plain += unit.toLatin1();
+    }
     for (char &c : plain) {
         const bool isPlain = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '-' ||
                              c == '_' || c == '.';

@@ -80,8 +80,9 @@ export const monthName = (month) => capital(dateText({ month: 'long', year: 'num
 export const shortMonth = (month) => dateText({ month: 'short' })(`${month}-01`);
 /** "7. 10. ob 8:14" of an instant. */
 export const moment = (time) => `${shortDate(dateOf(time))} ${clock(time)}`;
-/** "7.–9. 10." of two dates. */
-export const span = (from, to) => (!to || from === to ? shortDate(from) : `${shortDate(from)} – ${shortDate(to)}`);
+/** "sre. 7. 10. – pet. 9. 10." of two dates. */
+export const span = (from, to) =>
+    [...new Set([from, to])].map((date) => `${weekdayName(date)} ${shortDate(date)}`).join(' – ');
 
 export const addDays = (date, days) => write(parse(date) + days * kDay * 1000);
 export const monthOf = (date) => date.slice(0, 7);

@@ -14,14 +14,13 @@ const kPushes = {
             zone,
             link: 'open',
             signedOut: false,
+            isEnded: false,
             gone: false,
             skew: time - Math.floor(Date.now() / 1000),
         });
         if (isAgain) age();
     },
-    signedOut() {
-        leave();
-    },
+    signedOut: () => leave(store.me !== null),
     presence: ({ changes }) => patchPresence(changes),
     changed: ({ employees }) => ageEmployees(employees),
     requests: () => age(({ name }) => ['requests', 'month', 'day', 'department'].includes(name)),
@@ -37,8 +36,9 @@ const kPushes = {
 
 onPush((message) => kPushes[message.push]?.(message));
 
-function leave() {
-    change({ me: null, signedOut: true, link: 'opening' });
+/** `isEnded` where it was not the user who ended it. */
+function leave(isEnded = false) {
+    change({ me: null, signedOut: true, isEnded, link: 'opening' });
     disconnect();
     forget();
 }

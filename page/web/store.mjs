@@ -7,6 +7,7 @@ export const store = {
     zone: undefined, // the server's time zone; undefined: the browser's
     link: 'opening', // opening, open, lost
     signedOut: false,
+    isEnded: false, // signed out by the server
     gone: false, // the server cannot read its file
     route: { view: 'month', args: [] },
     theme: '', // light, dark; empty: the system's

@@ -205,6 +205,13 @@ visitTest('a refusal needs a reason, which is told; an open request can be withd
     await open(office, `#/department/${month}`);
     const first = office.locator('.people-table tbody tr').first();
     assert.match(await first.getAttribute('class'), /urgent/);
+    const told = await office.locator('.people-table details').evaluateAll((all) =>
+        all.map((each) => {
+            const numbers = [...each.querySelectorAll('summary .chip')].map((chip) => parseInt(chip.textContent, 10));
+            return [numbers.reduce((sum, number) => sum + number, 0), each.querySelectorAll('li').length];
+        }),
+    );
+    for (const [sum, listed] of told) assert.equal(sum, listed); // nothing is counted twice
     await first.locator('summary').click();
     await first.locator('.exceptions a').first().click();
     await office.locator('.person').waitFor();
@@ -343,6 +350,7 @@ test('a lost connection is told, and comes back by itself', async () => {
     assert.equal(await page.locator('table.month').count(), 1); // what was there stays
     await site.startPage();
     await page.locator('form.login').waitFor(); // sessions end with the program
+    assert.match(await text(page, '[role=alert]'), /Seja je potekla/);
     await signIn(page, 'ana');
     await page.locator('table.month').waitFor();
     await page.context().close();

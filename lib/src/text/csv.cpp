@@ -6,8 +6,8 @@ namespace {
 
 bool isSpecial(QChar unit)
 {
-    return unit == QLatin1Char(',') || unit == QLatin1Char('"') || unit == QLatin1Char('\r') ||
-           unit == QLatin1Char('\n');
+    return unit == QLatin1Char(',') || unit == QLatin1Char(';') || unit == QLatin1Char('"') ||
+           unit == QLatin1Char('\r') || unit == QLatin1Char('\n');
 }
 
 } // namespace
@@ -23,12 +23,12 @@ void appendCsvCell(QByteArray &line, const QString &cell)
     line += '"' + inner + '"';
 }
 
-QByteArray csvRow(const QStringList &cells)
+QByteArray csvRow(const QStringList &cells, char separator)
 {
     QByteArray line;
     for (int i = 0; i < cells.size(); ++i) {
         if (i > 0)
-            line += ',';
+            line += separator;
         appendCsvCell(line, cells.at(i));
     }
     return (line.isEmpty() ? QByteArray("\"\"") : line) + "\r\n";

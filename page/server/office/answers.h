@@ -36,6 +36,12 @@ inline QAny done(QAny fields = QAny(QAny::Hash))
     return fields;
 }
 
+/// Null of the empty text.
+inline QAny textOrNull(const QString &text)
+{
+    return text.isEmpty() ? QAny() : QAny(text);
+}
+
 inline bool isDone(const QAny &answer)
 {
     return answer.lookup(QStringLiteral("ok")).toBool();

@@ -70,13 +70,17 @@ QAny dayAnswer(Asking &asking)
     const StaffView view(asking.crew, {date, date, {user.id}, true}, asking.now);
     const int position = view.positionOf(user.id);
     QAny explanation;
+    QAny holiday;
     QAny missing(QAny::List);
     if (position >= 0) {
         explanation = calc::output::explanationOf(view.result()).value(0);
-        missing = missingOf(view.daysOf(position).front(), explanation.lookup(QStringLiteral("EVENTS")));
+        const DayView day = view.daysOf(position).front();
+        holiday = textOrNull(view.holidayOf(day));
+        missing = missingOf(day, explanation.lookup(QStringLiteral("EVENTS")));
     }
     return done({{QStringLiteral("user"), user.json()},
                  {QStringLiteral("date"), date.toString(dateFormat())},
+                 {QStringLiteral("holiday"), holiday},
                  {QStringLiteral("explanation"), explanation},
                  {QStringLiteral("missing"), missing},
                  {QStringLiteral("requests"), requests}});

@@ -45,18 +45,18 @@ struct ExportKind {
 
 constexpr Word kWords[] = {
     {"complete", {"popoln", "complete"}},
-    {"half", {"nepopoln", "half"}},
+    {"half", {"nepopoln", "incomplete"}},
     {"missing", {"manjka", "missing"}},
     {"free", {"prosto", "free"}},
     {"future", {"prihodnji", "future"}},
     {"now", {"v teku", "in progress"}},
-    {"in", {"prisoten", "in"}},
-    {"out", {"odsoten", "out"}},
-    {"away", {"zadržan drugje", "away"}},
+    {"in", {"tu", "here"}},
+    {"out", {"ni tu", "not here"}},
+    {"away", {"odsotnost", "away"}},
     {"punch", {"pozabljena registracija", "forgotten punch"}},
     {"leave", {"dopust", "leave"}},
     {"sickness", {"bolniška", "sickness"}},
-    {"errand", {"službeno", "errand"}},
+    {"errand", {"službena pot", "business errand"}},
     {"fieldwork", {"teren", "field work"}},
     {"home", {"delo od doma", "work from home"}},
     {"open", {"odprta", "open"}},
@@ -76,7 +76,7 @@ const QVector<ExportKind> &exportKinds()
           {"state", {"Stanje", "State"}, Cell::Word},
           {"arrival", {"Prihod", "Arrival"}, Cell::Clock},
           {"departure", {"Odhod", "Departure"}, Cell::Clock},
-          {"required", {"Obveznost", "Required"}, Cell::Duration},
+          {"required", {"Obveza", "Required"}, Cell::Duration},
           {"worked", {"Opravljeno", "Worked"}, Cell::Duration},
           {"balance", {"Razlika", "Balance"}, Cell::Duration},
           {"running", {"Saldo", "Running balance"}, Cell::Duration},
@@ -88,12 +88,12 @@ const QVector<ExportKind> &exportKinds()
          {{"name", {"Ime", "Name"}, Cell::Text},
           {"department", {"Oddelek", "Department"}, Cell::Text},
           {"worked", {"Opravljeno", "Worked"}, Cell::Duration},
-          {"required", {"Obveznost", "Required"}, Cell::Duration},
+          {"required", {"Obveza", "Required"}, Cell::Duration},
           {"balance", {"Razlika", "Balance"}, Cell::Duration},
-          {"half", {"Nepopolni dnevi", "Half days"}, Cell::Own},
-          {"missing", {"Manjkajoči dnevi", "Missing days"}, Cell::Own},
+          {"half", {"Nepopolni dnevi", "Incomplete days"}, Cell::Own},
+          {"missing", {"Dnevi brez ur", "Days without hours"}, Cell::Own},
           {"faults", {"Napake in opozorila", "Faults and warnings"}, Cell::Own},
-          {"openRequests", {"Odprte vloge", "Open requests"}, Cell::Own}}},
+          {"openRequests", {"Odprte prošnje", "Open requests"}, Cell::Own}}},
         {"requests.csv",
          "requests",
          "requests",
@@ -107,7 +107,7 @@ const QVector<ExportKind> &exportKinds()
           {"why", {"Razlog", "Reason"}, Cell::Text},
           {"asked", {"Oddana", "Asked"}, Cell::Moment},
           {"state", {"Stanje", "State"}, Cell::Word},
-          {"decidedBy", {"Odločil", "Decided by"}, Cell::Text},
+          {"decidedBy", {"O prošnji odločil/-a", "Decided by"}, Cell::Text},
           {"decidedAt", {"Odločeno", "Decided"}, Cell::Moment},
           {"note", {"Opomba", "Note"}, Cell::Text}}},
         {"presence.csv",
@@ -123,7 +123,7 @@ const QVector<ExportKind> &exportKinds()
          "months",
          {{"month", {"Mesec", "Month"}, Cell::Own},
           {"worked", {"Opravljeno", "Worked"}, Cell::Duration},
-          {"required", {"Obveznost", "Required"}, Cell::Duration},
+          {"required", {"Obveza", "Required"}, Cell::Duration},
           {"balance", {"Razlika", "Balance"}, Cell::Duration}}},
     };
     return kinds;
@@ -187,7 +187,7 @@ QString cellText(const QAny &row, const Column &column, bool isEnglish)
 
 QByteArray contentOf(const ExportKind &kind, const QAny &rows, bool isEnglish)
 {
-    CsvTable table;
+    CsvTable table(isEnglish ? ',' : ';');
     QStringList cells;
     for (const Column &column : kind.columns)
         cells += column.heading.in(isEnglish);
@@ -217,6 +217,18 @@ QAny askOf(const ExportKind &kind, const QUrlQuery &query)
     return ask;
 }
 
+/// "month-2026-03-Novak Ana.csv", so that the files of several months and people lie side by side.
+QString fileName(const QString &path, const QAny &answer)
+{
+    QStringList parts{path.section(QLatin1Char('.'), 0, 0)};
+    for (const QString &part : {answer.value(QStringLiteral("month")).toString(),
+                                answer.value(QStringLiteral("user")).value(QStringLiteral("name")).toString()}) {
+        if (!part.isEmpty())
+            parts += part;
+    }
+    return parts.join(QLatin1Char('-')) + QStringLiteral(".csv");
+}
+
 } // namespace
 
 std::optional<Export> exported(calc::Crew &crew, const Person &person, const QString &path, const QUrlQuery &query,
@@ -234,7 +246,8 @@ std::optional<Export> exported(calc::Crew &crew, const Person &person, const QSt
             return {};
         }
         const bool isEnglish = query.queryItemValue(QStringLiteral("lang")) == QLatin1String("en");
-        return Export{path, contentOf(kind, answer.lookup(QString::fromLatin1(kind.rows)), isEnglish)};
+        return Export{fileName(path, answer),
+                      contentOf(kind, answer.lookup(QString::fromLatin1(kind.rows)), isEnglish)};
     }
     return {};
 }

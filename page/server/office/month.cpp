@@ -45,14 +45,6 @@ QString kindOf(const calc::rules::DayFacts &facts)
     return QStringLiteral("work");
 }
 
-/// A calendar may mark a holiday by a number alone.
-QAny holidayName(const QString &holiday)
-{
-    bool isNumber = false;
-    holiday.toInt(&isNumber);
-    return isNumber || holiday.isEmpty() ? QAny() : QAny(holiday);
-}
-
 QAny requestIds(const std::vector<Request> &requests, QDate day)
 {
     QAny ids(QAny::List);
@@ -63,7 +55,7 @@ QAny requestIds(const std::vector<Request> &requests, QDate day)
     return ids;
 }
 
-QAny dayJson(const DayView &day, const QString &holiday, const QAny &requests, qint64 running)
+QAny dayJson(const DayView &day, const QAny &holiday, const QAny &requests, qint64 running)
 {
     const calc::rules::DayFacts &facts = day.result->facts;
     const calc::rules::DayTotals &totals = day.result->totals;
@@ -71,7 +63,7 @@ QAny dayJson(const DayView &day, const QString &holiday, const QAny &requests, q
     QAny json{{QStringLiteral("date"), day.date.toString(dateFormat())},
               {QStringLiteral("weekday"), facts.weekday},
               {QStringLiteral("kind"), kindOf(facts)},
-              {QStringLiteral("holiday"), holidayName(holiday)},
+              {QStringLiteral("holiday"), holiday},
               {QStringLiteral("state"), stateText(day.state)},
               {QStringLiteral("arrival"), orNull(totals.firstArrival)},
               {QStringLiteral("departure"), orNull(totals.lastDeparture)},
@@ -128,8 +120,7 @@ QAny monthAnswer(Asking &asking)
     if (position >= 0) {
         for (const DayView &day : view.daysOf(position)) {
             sums.add(day);
-            const QString &holiday = view.result().inputs.holiday(day.result->day);
-            days.append(dayJson(day, holiday, requestIds(requests, day.date), sums.balance));
+            days.append(dayJson(day, textOrNull(view.holidayOf(day)), requestIds(requests, day.date), sums.balance));
         }
     }
     return done({{QStringLiteral("user"), user.json()},

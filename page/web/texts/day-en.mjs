@@ -86,7 +86,7 @@ export default {
     'why below its limit': 'the limit was not reached',
     'use arrival': 'arrival',
     'use departure': 'departure',
-    'use other half missing': 'the other half of the pair is missing',
+    'use other half missing': 'its arrival or departure is missing',
     'use second tap': 'second tap of one passage, not counted',
     'use doubled': 'entered twice, not counted',
     'use deleted by an hour check': 'left out for its hour (late arrival or early departure)',

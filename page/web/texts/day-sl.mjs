@@ -84,7 +84,7 @@ export default {
     'why below its limit': 'meja ni bila dosežena',
     'use arrival': 'prihod',
     'use departure': 'odhod',
-    'use other half missing': 'manjka drugi del para',
+    'use other half missing': 'manjka pripadajoči prihod ali odhod',
     'use second tap': 'ponovljena registracija, ne šteje',
     'use doubled': 'dvojni vnos, ne šteje',
     'use deleted by an hour check': 'izločen zaradi ure (pozen prihod ali zgoden odhod)',

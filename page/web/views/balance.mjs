@@ -5,9 +5,9 @@ import { link } from '../router.mjs';
 import { store } from '../store.mjs';
 import { count, t } from '../texts/texts.mjs';
 import { html, nothing } from '../vendor/lit-html/lit-html.mjs';
-import { balanceText, columnHeads, csvLink, heading, personLine, tile, userField, withData } from './parts.mjs';
+import { balanceText, columnHeads, csvLink, heading, isMe, personLine, tile, userField, withData } from './parts.mjs';
 
-export const title = () => t('title balance');
+export const title = (user) => t(isMe(user) ? 'title balance' : 'nav balance');
 
 const days = (number) => (number === null ? '–' : count(number, 'days'));
 
@@ -15,7 +15,7 @@ function leaveTile({ total, taken, left }) {
     if (total === null && left === null) return nothing;
     const share = total ? Math.min(100, Math.max(0, Math.round((taken / total) * 100))) : 0;
     return tile(
-        t('tile leave'),
+        t('tile leaveLeft'),
         days(left),
         html`${t('leaveOf', days(taken), total ?? '–')}
         <span class="bar" aria-hidden="true" .style=${`--done:${share}%`}></span>`,
@@ -52,7 +52,7 @@ const content = (data, user) => html`<dl class="tiles">
 
 export function view(user) {
     const entry = need('balance', userField(user));
-    return html`${heading(t('title balance'), csvLink('balance', { user: user ?? store.me.id }))}
+    return html`${heading(title(user), csvLink('balance', { user: user ?? store.me.id }))}
         ${personLine(user, entry.data)}
         ${withData(entry, (data) => content(data, user))}`;
 }

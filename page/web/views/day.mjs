@@ -155,7 +155,8 @@ function content(data, user) {
     const { explanation, date } = data;
     if (!explanation) return html`<p class="card">${t('noEvents')}</p>`;
     const list = pairs(explanation, date);
-    return html`<p class="schedule">${scheduleText(explanation.SCHEDULE)}</p>${warnings(explanation)}
+    return html`<p class="schedule">${data.holiday ? chip(data.holiday, 'c-holiday') : nothing}
+            ${scheduleText(explanation.SCHEDULE)}</p>${warnings(explanation)}
         ${gaps(data, user)}
         ${timeline(explanation, list, date)}
         ${result(explanation, list)}
@@ -174,8 +175,9 @@ export function view(given, user) {
         for (const days of [-1, 1]) ahead('day', { ...userField(user), date: addDays(date, days) });
     }
     const month = monthOf(date);
+    const today = { href: link('day', store.today, user), name: t('today') };
     return html`<div class="crumb">
-            <a href=${link('month', month, user)}>${icon('back')}${monthName(month)}</a>${pager(to(-1), to(1))}</div>
+            <a href=${link('month', month, user)}>${icon('back')}${monthName(month)}</a>${pager(to(-1), to(1), date === store.today ? null : today)}</div>
         ${heading(fullDate(date))}
         ${personLine(user, entry.data)}${withData(entry, (data) => content(data, user))}`;
 }

@@ -10,12 +10,16 @@ import { byName, matches, searchField } from './presence.mjs';
 
 const orThis = (month) => month || monthOf(store.today);
 
-export const title = (month, department) => `${department || t('allDepartments')} · ${monthName(orThis(month))}`;
+export const title = (month, department) =>
+    `${department || t('allDepartments')}\u00a0· ${monthName(orThis(month))}`;
 
-const kCounts = { half: 'half', missing: 'missingDays', faults: 'faults' }; // and their nouns
-const weight = (person) => person.half + person.missing + person.faults;
+const kNouns = { half: 'half', missing: 'missingDays', fault: 'faults', warning: 'warnings' };
+const kMild = 'warning'; // the day is complete, its hours are known
 
-/** Half pairs and missing days before warnings, both before who has none. */
+const countOf = ({ exceptions }, kind) => exceptions.filter(({ what }) => what === kind).length;
+const weight = (person) => person.exceptions.length - countOf(person, kMild);
+
+/** What makes hours wrong before warnings, both before who has none. */
 const byUrgency = (a, b) => weight(b) - weight(a) || b.exceptions.length - a.exceptions.length || byName(a, b);
 
 const kTold = ['fault', 'warning']; // these come with a text
@@ -24,7 +28,7 @@ const exceptionLine =
     (person) =>
     ({ date, what, text }) => html`<li>
     ${date ? html`<a href=${link('day', date, person.id)}>${shortDate(date)}</a>` : nothing}
-    ${chip(kTold.includes(what) ? remarkText(text) : t(`what ${what}`), what === 'warning' ? '' : 'c-warn')}</li>`;
+    ${chip(kTold.includes(what) ? remarkText(text) : t(`what ${what}`), what === kMild ? '' : 'c-warn')}</li>`;
 
 /** One person's exceptions are open at a time. */
 function toggle(event, id) {
@@ -34,12 +38,12 @@ function toggle(event, id) {
 
 function exceptions(person) {
     if (!person.exceptions.length) return nothing;
-    const urgent = Object.entries(kCounts).filter(([name]) => person[name]);
-    const mild = person.exceptions.filter(({ what }) => what === 'warning').length;
+    const chips = Object.entries(kNouns).map(([kind, noun]) => {
+        const number = countOf(person, kind);
+        return number ? chip(count(number, noun), kind === kMild ? '' : 'c-warn') : nothing;
+    });
     return html`<details ?open=${store.form.opened === person.id}>
-        <summary @click=${(event) => toggle(event, person.id)}>
-            ${urgent.map(([name, noun]) => chip(count(person[name], noun), 'c-warn'))}
-            ${mild ? chip(count(mild, 'warnings')) : nothing}</summary>
+        <summary @click=${(event) => toggle(event, person.id)}>${chips}</summary>
         <ul class="exceptions">${person.exceptions.map(exceptionLine(person))}</ul></details>`;
 }
 
@@ -84,9 +88,10 @@ export function view(given, department) {
         href: link('department', addMonths(month, months), department),
         name: monthName(addMonths(month, months)),
     });
+    const current = { href: link('department', undefined, department), name: t('thisMonth') };
     return html`${heading(
         title(month, department),
-        html`${pager(to(-1), to(1), null)}
+        html`${pager(to(-1), to(1), month === orThis() ? null : current)}
             ${csvLink('department', { department: department ?? '', month })}`,
     )}
         ${withData(entry, (data) => content(data, department, month))}`;

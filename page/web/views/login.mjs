@@ -16,21 +16,20 @@ async function submit(event) {
     (error === 'login' ? user : pass).focus();
 }
 
-const form = () => html`<form class="card login" @submit=${submit}>
+const form = (problem) => html`<form class="card login" @submit=${submit}>
     <h1 id="title" tabindex="-1">${t('signIn')}</h1>
-    ${
-        store.form.error
-            ? html`<p class="warning" role="alert" id="problem">${t(`error ${store.form.error}`)}</p>`
-            : nothing
-    }
+    ${problem ? html`<p class="warning" role="alert" id="problem">${t(problem)}</p>` : nothing}
     <label>${t('userName')}<input name="user" required autocomplete="username" autocapitalize="none" spellcheck="false"
-        aria-describedby=${store.form.error ? 'problem' : nothing}></label>
+        aria-describedby=${problem ? 'problem' : nothing}></label>
     <label>${t('password')}<input name="pass" type="password" required autocomplete="current-password"></label>
-    <button class="button main" ?disabled=${store.form.isBusy}>${t('signIn')}</button></form>`;
+    <button class="button main" ?disabled=${store.form.isBusy}>${t('signIn')}</button>
+    <p class="muted">${t('signInHelp')}</p></form>`;
+
+const problem = () => (store.form.error ? `error ${store.form.error}` : store.isEnded ? 'sessionEnded' : '');
 
 const opening = () => html`<div class="opening" role="status">
     <p>${t(store.link === 'lost' ? 'lost' : 'loading')}</p></div>`;
 
 export const loginView = () => html`
     <header class="top"><span class="brand">${t('product')}</span><div class="tools">${switches()}</div></header>
-    <main class="centred">${store.signedOut ? form() : opening()}</main>`;
+    <main class="centred">${store.signedOut ? form(problem()) : opening()}</main>`;

@@ -73,7 +73,7 @@ function remarks(day) {
         ${[...new Set(day.warnings.map(remarkText))].map((text) => chip(text, 'c-warn'))}
         ${day.entered ? chip(t('byHand')) : nothing}
         ${day.requests.length ? chip(t('request')) : nothing}
-        ${plain.length ? html`<small>${plain.map(remarkText).join(' · ')}</small>` : nothing}`;
+        ${plain.length ? html`<small>${[...new Set(plain.map(remarkText))].join(' · ')}</small>` : nothing}`;
 }
 
 function bar(day) {
@@ -128,12 +128,15 @@ function weeksOf(days) {
     return weeks;
 }
 
+const isCurrent = ({ month }) => month === monthOf(store.today);
+
 function table(data, user) {
     const { worked, required } = data.sums;
+    const total = isCurrent(data) ? 'totalSoFar' : 'total';
     return html`<table class="month"><caption class="hidden">${t('monthTable', monthName(data.month))}</caption>
         <thead><tr>${columnHeads(kColumns)}</tr></thead>
         ${weeksOf(data.days).map((week) => weekRows(week, user))}
-        <tfoot><tr class="total"><th scope="row">${t('total')}</th><td></td><td></td>
+        <tfoot><tr class="total"><th scope="row">${t(total)}</th><td></td><td></td>
             <td class="hours">${duration(worked)}</td><td class="required">${duration(required)}</td>
             <td class="balance">${balanceText(settledBalance(data))}</td>
             <td class="running"></td><td class="remarks"></td></tr></tfoot></table>`;
@@ -152,10 +155,11 @@ function todayCard(data) {
 
 function tiles(data) {
     const { sums, carried, days } = data;
+    const ofRequired = isCurrent(data) ? 'ofRequiredSoFar' : 'ofRequired';
     const goesOn = days.some(({ date, state }) => date === store.today && state === 'now');
     const others = Object.entries(sums.categories).filter(([name]) => name !== 'DELO');
     return html`<dl class="tiles">
-        ${tile(t('tile worked'), duration(sums.worked), t('ofRequired', duration(sums.required)))}
+        ${tile(t('tile worked'), duration(sums.worked), t(ofRequired, duration(sums.required)))}
         ${tile(t('tile balance'), balanceText(settledBalance(data)), goesOn ? t('untilYesterday') : nothing)}
         ${carried === null ? nothing : tile(t('tile carried'), balanceText(carried))}
         ${

@@ -1,5 +1,6 @@
 // What several views share.
 import { duration, signed } from '../format.mjs';
+import { link } from '../router.mjs';
 import { store } from '../store.mjs';
 import { language, named, t } from '../texts/texts.mjs';
 import { html, nothing, svg } from '../vendor/lit-html/lit-html.mjs';
@@ -80,8 +81,13 @@ export const isMe = (user) => !user || String(user) === String(store.me.id);
 /** The field of the ask: absent for oneself. */
 export const userField = (user) => (isMe(user) ? {} : { user: Number(user) });
 
+/** Whose view it is, where it is not one's own, with what else there is of them. */
 export const personLine = (user, data) =>
-    isMe(user) || !data ? nothing : html`<p class="person">${data.user.name} <span>${data.user.department}</span></p>`;
+    isMe(user) || !data
+        ? nothing
+        : html`<p class="person"><span class="name">${data.user.name}</span> <span>${data.user.department}</span>
+            <a href=${link('month', undefined, user)}>${t('nav month')}</a>
+            <a href=${link('balance', user)}>${t('nav balance')}</a></p>`;
 
 /** Lower case without accents, for searching. */
 export const plain = (text) => text.toLowerCase().normalize('NFD').replace(/\p{M}/gu, '');

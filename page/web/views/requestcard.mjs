@@ -1,6 +1,6 @@
 // One request: what was asked, by whom, its state, and what may be done with it.
 import { ask } from '../live.mjs';
-import { clock, dateOf, moment, shortDate, span, weekdayName } from '../format.mjs';
+import { clock, dateOf, moment, shortDate, span } from '../format.mjs';
 import { link } from '../router.mjs';
 import { change, store, tell } from '../store.mjs';
 import { knows, t } from '../texts/texts.mjs';
@@ -13,7 +13,8 @@ export async function act(name, fields, done) {
         tell(t(done));
         return answer;
     } catch ({ message, reason, date }) {
-        tell(knows(`reason ${reason}`) ? t(`reason ${reason}`, date ? shortDate(date) : '') : t(`error ${message}`));
+        const onDay = date && knows(`reason ${reason}On`) ? `reason ${reason}On` : `reason ${reason}`;
+        tell(knows(onDay) ? t(onDay, date && shortDate(date)) : t(`error ${message}`));
         return null;
     }
 }
@@ -23,7 +24,7 @@ const asDate = (value) => (typeof value === 'number' ? dateOf(value) : value);
 function when({ kind, from, to, time }) {
     if (kind !== 'punch') return span(asDate(from), asDate(to));
     const date = time ? dateOf(time) : asDate(from);
-    return `${weekdayName(date)} ${shortDate(date)}, ${clock(time)}`;
+    return `${span(date, date)}, ${clock(time)}`;
 }
 
 export const kindText = ({ kind, code }) =>

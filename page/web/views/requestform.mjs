@@ -1,4 +1,5 @@
 // A new request; what is missing on a day comes filled in.
+import { fullDate } from '../format.mjs';
 import { go, link } from '../router.mjs';
 import { change, store } from '../store.mjs';
 import { t } from '../texts/texts.mjs';
@@ -42,6 +43,14 @@ function earlierEnd({ target }) {
     const { from, to } = target.form.elements;
     to.setCustomValidity('');
     if (target === from && to.value < from.value) to.value = from.value;
+    change({ form: { ...store.form, from: from.value, to: to.value } });
+}
+
+/** With weekdays, since a browser writes dates in its own language. */
+function spanInWords(date) {
+    const { from = date, to = date } = store.form;
+    if (!from || !to) return nothing;
+    return html`<p class="muted">${fullDate(from)}${from === to ? nothing : ` – ${fullDate(to)}`}</p>`;
 }
 
 const leaveName = (code) => t(code === '102:6' ? 'kind special' : 'kind leave');
@@ -52,7 +61,8 @@ const absenceFields = (kind, date) => html`
     ${kind === 'leave' ? leaveChoice() : nothing}
     <div class="pair">
     <label>${t('from')}<input type="date" name="from" required .value=${date} @input=${earlierEnd}></label>
-    <label>${t('until')}<input type="date" name="to" required .value=${date} @input=${earlierEnd}></label></div>`;
+    <label>${t('until')}<input type="date" name="to" required .value=${date} @input=${earlierEnd}></label></div>
+    ${spanInWords(date)}`;
 
 export function view(given, date, code) {
     const kind = kKinds.includes(given) ? given : 'punch';

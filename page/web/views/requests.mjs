@@ -26,7 +26,7 @@ function content({ requests }, scope) {
 export function view(given) {
     const scope = scopeOf(given);
     const ask = html`<a class="button main" href=${link('new', 'punch')}>${t('newRequest')}</a>`;
-    return html`${heading(t('nav requests'), [ask, csvLink('requests')])}
+    return html`${heading(t('nav requests'), [ask, csvLink('requests', { scope })])}
         ${hasRole() ? tabs(scope) : nothing}
         ${withData(need('requests', { scope }), (data) => content(data, scope))}`;
 }

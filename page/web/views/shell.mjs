@@ -5,7 +5,7 @@ import { signOut } from '../session.mjs';
 import { change, hasRole, store } from '../store.mjs';
 import { count, kLanguages, language, speak, t } from '../texts/texts.mjs';
 import { html, nothing } from '../vendor/lit-html/lit-html.mjs';
-import { icon } from './parts.mjs';
+import { icon, isMe } from './parts.mjs';
 
 async function chooseLanguage(tag) {
     localStorage.setItem('zuk-language', tag);
@@ -41,10 +41,15 @@ function waitingRequests() {
 }
 
 const kBelongs = { day: 'month', new: 'requests' };
+const kUserAt = { month: 1, day: 1, balance: 0 }; // argument that names the employee
 
-function navigation(current) {
+/** Which item of the navigation the view is under; of another employee it is what one oversees. */
+const placeOf = (view) => (isMe(store.route.args[kUserAt[view]]) ? (kBelongs[view] ?? view) : 'department');
+
+function navigation(shown) {
+    const current = placeOf(shown);
     const item = (view, more = nothing) => html`<a href=${link(view)}
-        aria-current=${(kBelongs[current] ?? current) === view ? 'page' : nothing}
+        aria-current=${current === view ? 'page' : nothing}
         >${icon(view)}<span>${t(`nav ${view}`)}</span>${more}</a>`;
     return html`<nav class="views" aria-label=${t('views')}>
         ${item('month')}${item('presence')}${item('balance')}${item('requests', waitingRequests())}
