@@ -8,22 +8,30 @@
 constexpr char kWebSocketRequest[] = "GET / HTTP/1.1\r\nHost: bench\r\nUpgrade: websocket\r\nConnection: Upgrade\r\n"
                                      "Sec-WebSocket-Key: AAAAAAAAAAAAAAAAAAAAAA==\r\nSec-WebSocket-Version: 13\r\n\r\n";
 
-/// A web client on a bare socket: one request, one answer. Ends the process when the server does not keep to that.
+/// A web client on a bare socket. Ends the process when the server does not keep to the protocol.
 class WireWebClient
 {
 public:
-    explicit WireWebClient(quint16 port) : m_socket(connectedSocket(port))
+    explicit WireWebClient(quint16 port, const std::string &handshake = kWebSocketRequest)
+        : m_socket(connectedSocket(port))
     {
-        sendAll(kWebSocketRequest);
+        sendAll(handshake);
         while (m_input.find("\r\n\r\n") == std::string::npos)
             receive();
         m_input.erase(0, m_input.find("\r\n\r\n") + 4);
     }
     ~WireWebClient() { close(m_socket); }
 
+    /// One request, one answer.
     std::string ask(const std::string &request)
     {
-        sendAll(frame(request));
+        send(request);
+        return next();
+    }
+    void send(const std::string &text) { sendAll(frame(text)); }
+    /// The next text, when it is there.
+    std::string next()
+    {
         for (;;) {
             const size_t head = need(2) ? headLength() : 0;
             need(head);
