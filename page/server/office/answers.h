@@ -37,7 +37,7 @@ inline QAny done(QAny fields = QAny(QAny::Hash))
 }
 
 /// Null of the empty text.
-inline QAny textOrNull(const QString &text)
+inline QAny orNull(const QString &text)
 {
     return text.isEmpty() ? QAny() : QAny(text);
 }

@@ -75,7 +75,7 @@ QAny dayAnswer(Asking &asking)
     if (position >= 0) {
         explanation = calc::output::explanationOf(view.result()).value(0);
         const DayView day = view.daysOf(position).front();
-        holiday = textOrNull(view.holidayOf(day));
+        holiday = orNull(view.holidayOf(day));
         missing = missingOf(day, explanation.lookup(QStringLiteral("EVENTS")));
     }
     return done({{QStringLiteral("user"), user.json()},

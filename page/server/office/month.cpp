@@ -120,7 +120,7 @@ QAny monthAnswer(Asking &asking)
     if (position >= 0) {
         for (const DayView &day : view.daysOf(position)) {
             sums.add(day);
-            days.append(dayJson(day, textOrNull(view.holidayOf(day)), requestIds(requests, day.date), sums.balance));
+            days.append(dayJson(day, orNull(view.holidayOf(day)), requestIds(requests, day.date), sums.balance));
         }
     }
     return done({{QStringLiteral("user"), user.json()},

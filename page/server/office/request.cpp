@@ -69,11 +69,6 @@ std::vector<Request> overseen(std::vector<Request> requests, const Person &perso
     return own;
 }
 
-QAny orNull(const QString &text)
-{
-    return text.isEmpty() ? QAny() : QAny(text);
-}
-
 QAny orNull(const std::optional<qint64> &time)
 {
     return time ? QAny(*time) : QAny();
