@@ -173,7 +173,10 @@ void TestZuk3Server::serviceRun()
         last = told();
     QCOMPARE(last, QByteArray("STOPPING=1"));
     QCOMPARE(result(), 0);
-    QCOMPARE(told(MSG_DONTWAIT), QByteArray());
+    do { // the loop goes on until the server has stopped
+        last = told(MSG_DONTWAIT);
+    } while (last == "WATCHDOG=1");
+    QCOMPARE(last, QByteArray());
     QCOMPARE(journal(), (QStringList{"Started", "Finished"}));
 #else
     QSKIP("systemd is Linux's");
