@@ -209,7 +209,7 @@ void TestEchoServer::unreadPongs()
         client.write(ping.repeated(20000));
         QTest::qWait(20);
     }
-    QTRY_COMPARE(events.count(), 2);
+    QTRY_COMPARE_WITH_TIMEOUT(events.count(), 2, 60000);
     QVERIFY(events.last().first().toString().startsWith(QLatin1String("socketDisconnected: ")));
 }
 

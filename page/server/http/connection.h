@@ -32,6 +32,7 @@ protected:
 /// the connection then closed.
 class Connection : public QObject
 {
+    Q_OBJECT // children are found by it
 public:
     /// The place is that of the peer; the host must outlive it.
     Connection(QTcpSocket *socket, Host &host, Places::Place place);
