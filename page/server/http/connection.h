@@ -32,7 +32,7 @@ protected:
 /// the connection then closed.
 class Connection : public QObject
 {
-    Q_OBJECT // children are found by it
+    Q_OBJECT
 public:
     /// The place is that of the peer; the host must outlive it.
     Connection(QTcpSocket *socket, Host &host, Places::Place place);

@@ -32,6 +32,7 @@ HttpServer::~HttpServer()
 {
     delete std::exchange(m_acceptor, nullptr);
     close();
+    // By their meta-object: there are other children.
     qDeleteAll(findChildren<Connection *>(QString(), Qt::FindDirectChildrenOnly));
 }
 
