@@ -56,7 +56,8 @@ double PaperTable::fixedWidth(size_t number) const
         return 0;
     const QFontMetricsF metrics(m_fonts.head, &m_device);
     double width = column.millimetres * kUnitsPerMm;
-    for (const QString &word : column.heading.in(m_language).split(QLatin1Char(' ')))
+    const QStringList words = column.heading.in(m_language).split(QLatin1Char(' '));
+    for (const QString &word : words)
         width = std::max(width, metrics.horizontalAdvance(word) + 2.2 * kPadding);
     const QFontMetricsF ofText(m_fonts.text, &m_device);
     const QFontMetricsF ofSum(m_fonts.bold, &m_device);

@@ -23,7 +23,7 @@ const QString kActive = QStringLiteral(" WHERE ACTIVE=1");
 /// Sorts by keys that are made once: to compare texts of people is slow.
 void sortForPeople(std::vector<Employee> &staff)
 {
-    QCollator collator(QLocale(QLocale::Slovenian));
+    QCollator collator{QLocale(QLocale::Slovenian)};
     collator.setCaseSensitivity(Qt::CaseInsensitive);
     struct Keyed {
         QCollatorSortKey department;
