@@ -1,6 +1,7 @@
 #include "files.h"
 #include "peer.h"
 #include "storage/database.h"
+#include "storage/owntables.h"
 #include "storage/schema.h"
 #include "storage/statementcache.h"
 #include "storage/worklimit.h"
@@ -43,6 +44,8 @@ private slots:
     void damagedPage();
     void statementsStayInTheFile();
     void workIsLimited();
+    void ownTablesAreBroughtUpToDate();
+    void ownTablesAreNotChangedWithoutACopy();
 
 private:
     QString path() const { return m_folder->filePath("zuknetserver.db"); }
@@ -528,6 +531,57 @@ void TestDataBase::workIsLimited()
         QCOMPARE(m_database->select(sql.arg(1000000)).count(), 0);
     }
     QCOMPARE(m_database->select(sql.arg(1000000)).count(), 1);
+}
+
+namespace {
+
+const storage::OwnTables kFirst{"wish", {"CREATE TABLE IF NOT EXISTS wish (ID INTEGER PRIMARY KEY, WHAT TEXT)"}, {}};
+
+/// Its newest form, and the ways there.
+storage::OwnTables third(const char *lastStep)
+{
+    return {"wish",
+            {"CREATE TABLE IF NOT EXISTS wish (ID INTEGER PRIMARY KEY, WHAT TEXT, BY TEXT, DAY INTEGER)"},
+            {{"ALTER TABLE wish ADD BY TEXT", "UPDATE wish SET BY='?'"}, {lastStep}}};
+}
+
+} // namespace
+
+void TestDataBase::ownTablesAreBroughtUpToDate()
+{
+    const QString copy = path() + ".wish-1";
+    QVERIFY(storage::bringUpToDate(*m_database, kFirst));
+    QVERIFY(run("insert into wish (WHAT) values ('Šega')"));
+    QVERIFY(storage::bringUpToDate(*m_database, kFirst));
+    QVERIFY(!QFile::exists(copy)); // nothing was changed
+
+    // A step that fails takes the ones before it back.
+    QVERIFY(!storage::bringUpToDate(*m_database, third("ALTER TABLE nobody ADD DAY INTEGER")));
+    QCOMPARE(cells("select VERSION from zuk_schema"), QString("1"));
+    QVERIFY(storage::bringUpToDate(*m_database, third("ALTER TABLE wish ADD DAY INTEGER")));
+    QCOMPARE(cells("select WHAT,BY,DAY is null,VERSION from wish,zuk_schema"), QString("Šega ? 1 3"));
+    QCOMPARE(Peer(copy).cells("select WHAT,VERSION from wish,zuk_schema where NAME='wish'"), QString("Šega 1"));
+    QVERIFY(!QFile::exists(copy + ".part"));
+
+    QTest::ignoreMessage(QtWarningMsg, QRegularExpression("are of version 3, this program knows 1"));
+    const Status newer = storage::bringUpToDate(*m_database, kFirst);
+    QVERIFY(!newer && !newer.mayPass());
+
+    // A new file has the newest form at once.
+    QVERIFY(run("drop table wish") && run("delete from zuk_schema"));
+    QVERIFY(storage::bringUpToDate(*m_database, third("ALTER TABLE wish ADD DAY INTEGER")));
+    QCOMPARE(cells("select VERSION,(select count(DAY) from wish) from zuk_schema"), QString("3 0"));
+}
+
+void TestDataBase::ownTablesAreNotChangedWithoutACopy()
+{
+    QVERIFY(storage::bringUpToDate(*m_database, kFirst));
+    QVERIFY(QDir().mkdir(path() + ".wish-1.part")); // where the copy would be
+    QTest::ignoreMessage(QtWarningMsg, QRegularExpression("no copy can be made"));
+    const Status status = storage::bringUpToDate(*m_database, third("ALTER TABLE wish ADD DAY INTEGER"));
+    QVERIFY(!status && status.mayPass());
+    QCOMPARE(cells("select VERSION from zuk_schema"), QString("1"));
+    QCOMPARE(cells("select count(*) from pragma_table_info('wish')"), QString("2"));
 }
 
 QTEST_GUILESS_MAIN(TestDataBase)

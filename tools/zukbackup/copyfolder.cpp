@@ -1,6 +1,7 @@
 #include "tools/zukbackup/copyfolder.h"
 
 #include "storage/diskfile.h"
+#include "storage/filecopy.h"
 
 #include <QDir>
 #include <QFileInfo>
@@ -43,19 +44,19 @@ private:
     QSet<QString> m_kinds;
 };
 
-Fault writeCopy(const QString &database, const QString &part, CopyReport *report)
+QString writeCopy(const QString &database, const QString &part, CopyReport *report)
 {
-    Fault fault = copyDatabase(database, part);
+    QString fault = storage::copyDatabase(database, part);
     if (fault.isEmpty())
-        fault = checkDatabase(part, &report->rows);
+        fault = storage::checkDatabase(part, &report->rows);
     if (!fault.isEmpty())
         return fault;
     report->bytes = QFileInfo(part).size();
     // Never over a copy that is there.
-    return QFile::rename(part, report->path) ? Fault() : report->path + ": cannot be given its name";
+    return QFile::rename(part, report->path) ? QString() : report->path + ": cannot be given its name";
 }
 
-Fault rotate(const QDir &folder, const Rotation &rotation)
+QString rotate(const QDir &folder, const Rotation &rotation)
 {
     const QStringList names = folder.entryList({QStringLiteral("zuknetserver-*.db")}, QDir::Files);
     const QStringList superfluous = superfluousCopies(names, rotation);
@@ -64,7 +65,7 @@ Fault rotate(const QDir &folder, const Rotation &rotation)
         if (!QFile::remove(folder.filePath(name)))
             stuck += name;
     }
-    return stuck.isEmpty() ? Fault() : "cannot remove " + stuck.join(", ");
+    return stuck.isEmpty() ? QString() : "cannot remove " + stuck.join(", ");
 }
 
 } // namespace

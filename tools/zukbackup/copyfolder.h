@@ -1,7 +1,5 @@
 #pragma once
 
-#include "tools/zukbackup/copymaker.h"
-
 #include <QDateTime>
 #include <QString>
 #include <QStringList>
@@ -22,10 +20,10 @@ QString copyName(const QDateTime &now, const QString &label);
 /// Which of these files of a folder go. Names that are no copies' stay; the newest copy always does.
 QStringList superfluousCopies(const QStringList &names, const Rotation &rotation);
 
-/// What makeCopy() tells.
+/// What makeCopy() tells. Faults are texts for people.
 struct CopyReport {
-    Fault fault;         ///< then there is no new copy, and the others are as they were
-    Fault rotationFault; ///< the new copy is good, but an old one could not be removed, or none was for its sake
+    QString fault;         ///< then there is no new copy, and the others are as they were
+    QString rotationFault; ///< the new copy is good, but an old one could not be removed, or none was for its sake
     QString path;
     QString rows;
     qint64 bytes = 0;

@@ -1,3 +1,4 @@
+#include "storage/filecopy.h"
 #include "tools/zukbackup/backupoptions.h"
 #include "tools/zukbackup/copyfolder.h"
 
@@ -21,7 +22,7 @@ int failed(ExitCode code, const QString &reason)
 int check(const BackupOptions &options)
 {
     QString rows;
-    const Fault fault = checkDatabase(options.checked, &rows);
+    const QString fault = storage::checkDatabase(options.checked, &rows);
     if (!fault.isEmpty())
         return failed(NoCopy, fault);
     std::printf("zukbackup: %s is good: %s\n", qUtf8Printable(options.checked), qUtf8Printable(rows));

@@ -6,11 +6,8 @@ class DataBase;
 
 namespace page::office {
 
-/// Of the page's tables, kept in `zuk_schema` under the name "page".
-constexpr int kTablesVersion = 1;
-
-/// Makes the page's own tables where they are missing: `page_role`, `page_request`, and `zuk_schema` for their version.
-/// A lasting failure, and nothing changed, where the file has them of a newer version. On the database's thread.
+/// Makes the page's own tables where they are missing, or brings them up to date: `page_role`, `page_request`. See
+/// storage::bringUpToDate().
 storage::Status preparePageTables(DataBase &database);
 
 } // namespace page::office

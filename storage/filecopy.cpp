@@ -1,4 +1,4 @@
-#include "tools/zukbackup/copymaker.h"
+#include "storage/filecopy.h"
 
 #include "storage/diskfile.h"
 
@@ -11,11 +11,11 @@
 #include <QStringList>
 #include <QVariant>
 
-namespace tools::zukbackup {
+namespace storage {
 
 namespace {
 
-const QString kConnection = QStringLiteral("zukbackup");
+const QString kConnection = QStringLiteral("storage.filecopy");
 /// Somebody may hold the file while the server is stopped.
 constexpr int kBusyTimeoutMs = 30000;
 
@@ -40,7 +40,7 @@ public:
         QSqlDatabase::removeDatabase(kConnection);
     }
 
-    const Fault &fault() const { return m_fault; }
+    const QString &fault() const { return m_fault; }
 
     /// The first column of all rows; remembers a fault.
     QStringList values(const QString &sql)
@@ -60,7 +60,7 @@ public:
 private:
     Q_DISABLE_COPY(OpenFile)
     QSqlDatabase m_database;
-    Fault m_fault;
+    QString m_fault;
 };
 
 QString quoted(QString text)
@@ -69,20 +69,20 @@ QString quoted(QString text)
 }
 
 /// Filling a disk that the server stores its events on would be worse than having no copy.
-Fault roomFault(OpenFile &source, const QString &copy)
+QString roomFault(OpenFile &source, const QString &copy)
 {
     const qint64 needed = source.values(QStringLiteral("PRAGMA page_count")).value(0).toLongLong() *
                           source.values(QStringLiteral("PRAGMA page_size")).value(0).toLongLong();
     const qint64 spare = needed / 10;
     const qint64 free = QStorageInfo(QFileInfo(copy).absolutePath()).bytesAvailable();
     return free < 0 || free > needed + spare
-               ? Fault()
+               ? QString()
                : QStringLiteral("the copy needs %1 bytes and a tenth to spare, %2 are free").arg(needed).arg(free);
 }
 
 } // namespace
 
-Fault copyDatabase(const QString &sourcePath, const QString &copy)
+QString copyDatabase(const QString &sourcePath, const QString &copy)
 {
     QFile file(copy);
     // It holds passwords, and so is nobody else's from the begin.
@@ -93,7 +93,7 @@ Fault copyDatabase(const QString &sourcePath, const QString &copy)
 
     OpenFile source(sourcePath);
     if (source.fault().isEmpty()) {
-        const Fault noRoom = roomFault(source, copy);
+        const QString noRoom = roomFault(source, copy);
         if (!noRoom.isEmpty())
             return noRoom;
     }
@@ -101,12 +101,12 @@ Fault copyDatabase(const QString &sourcePath, const QString &copy)
         source.values("VACUUM INTO " + quoted(copy));
     if (!source.fault().isEmpty())
         return sourcePath + ": " + source.fault();
-    if (!file.open(QIODevice::ReadWrite | QIODevice::ExistingOnly) || !storage::flushToDisk(file.handle()))
+    if (!file.open(QIODevice::ReadWrite | QIODevice::ExistingOnly) || !flushToDisk(file.handle()))
         return copy + ": cannot be brought to the disk";
-    return Fault();
+    return QString();
 }
 
-Fault checkDatabase(const QString &path, QString *rows)
+QString checkDatabase(const QString &path, QString *rows)
 {
     OpenFile file(path);
     if (!file.fault().isEmpty())
@@ -121,7 +121,7 @@ Fault checkDatabase(const QString &path, QString *rows)
     for (const QString &table : tables)
         counts += table + ' ' + file.values("select count(*) from " + table).value(0);
     *rows = counts.isEmpty() ? QStringLiteral("none of the server's tables") : counts.join(", ");
-    return file.fault().isEmpty() ? Fault() : path + ": " + file.fault();
+    return file.fault().isEmpty() ? QString() : path + ": " + file.fault();
 }
 
-} // namespace tools::zukbackup
+} // namespace storage
