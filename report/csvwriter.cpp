@@ -13,7 +13,8 @@ constexpr Text kCarried = {"prenos", "carried"};
 class CsvWriter : public SheetWriter
 {
 public:
-    CsvWriter(QIODevice &device, const Imprint &imprint) : m_device(device), m_language(imprint.language)
+    CsvWriter(QIODevice &device, const Imprint &imprint)
+        : m_device(device), m_language(imprint.language), m_separator(imprint.separator)
     {
         m_lines.reserve(2 * kKeptBytes);
     }
@@ -25,7 +26,7 @@ public:
         m_isFirst = false;
         QByteArray identity;
         for (const QString &text : sheet.identity) {
-            identity += ',';
+            identity += m_separator;
             appendCsvCell(identity, harmlessCell(text));
         }
         const size_t columns = sheet.layout->columns.size();
@@ -56,12 +57,12 @@ private:
             headings += heading.in(m_language);
         for (const Column &column : layout.columns)
             headings += column.heading.in(m_language);
-        m_lines += kByteOrderMark + csvRow(headings);
+        m_lines += kByteOrderMark + csvRow(headings, m_separator);
     }
 
     void append(const Cell &cell)
     {
-        m_lines += ',';
+        m_lines += m_separator;
         if (cell.kind == Cell::Kind::Text) {
             appendCsvCell(m_lines, harmlessCell(cell.text));
         } else if (cell.kind != Cell::Kind::Empty) {
@@ -83,6 +84,7 @@ private:
 
     QIODevice &m_device;
     const Language m_language;
+    const char m_separator;
     const QByteArray m_day = kDay.in(m_language).toUtf8();
     const QByteArray m_sum = kSum.in(m_language).toUtf8();
     const QByteArray m_carried = kCarried.in(m_language).toUtf8();

@@ -1,5 +1,7 @@
 #include "report/exceptions.h"
 
+#include "report/remarks.h"
+
 namespace report {
 
 namespace {
@@ -54,7 +56,7 @@ void Exceptions::add(Sheet &sheet, const Employee &employee, const StaffView &vi
         if (exception.date.isValid())
             cells[Date].setDate(exception.date);
         cells[What].setText(kWhat[exception.what].in(m_job.language));
-        cells[Description].setText(exception.text);
+        cells[Description].setText(remarkTexts({exception.text}, m_job.language).constFirst());
     }
 }
 

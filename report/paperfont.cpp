@@ -34,9 +34,14 @@ QString familyOf(const char *file)
 
 } // namespace
 
+bool hasPaperFonts()
+{
+    return !loadedFamily().isEmpty();
+}
+
 QString loadPaperFonts()
 {
-    if (!loadedFamily().isEmpty())
+    if (hasPaperFonts())
         return {};
     for (const FontFiles &files : kFiles) {
         if (!QFileInfo::exists(QString::fromLatin1(files.regular)))

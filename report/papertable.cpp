@@ -10,7 +10,8 @@ namespace report {
 
 namespace {
 
-constexpr double kAbove = 0.75 * kUnitsPerMm;      ///< and below it
+constexpr double kAbove = 0.75 * kUnitsPerMm;      ///< a text, and below it
+constexpr double kLeastAbove = 0.25 * kUnitsPerMm; ///< where many rows are to stand on a page
 constexpr double kLeastWrapped = 34 * kUnitsPerMm; ///< of a column that takes what is left
 
 const QColor kFreeDay(0xf0, 0xf0, 0xf0);
@@ -41,7 +42,7 @@ PaperFonts PaperFonts::make()
 }
 
 PaperTable::PaperTable(const Sheet &sheet, const PaperFonts &fonts, QPaintDevice &device, Language language)
-    : m_sheet(sheet), m_fonts(fonts), m_device(device), m_language(language)
+    : m_sheet(sheet), m_fonts(fonts), m_device(device), m_language(language), m_above(kAbove)
 {
     for (const size_t column : m_sheet.shownColumns())
         m_places.push_back({column, 0, fixedWidth(column)});
@@ -130,7 +131,7 @@ void PaperTable::measureHead()
 
 void PaperTable::measureRows(double mostHeight)
 {
-    const double oneLine = QFontMetricsF(m_fonts.text, &m_device).height() + 2 * kAbove;
+    const double oneLine = QFontMetricsF(m_fonts.text, &m_device).height() + 2 * m_above;
     m_heights.assign(m_sheet.rows.size(), oneLine);
     for (size_t i = 0; i < m_heights.size(); ++i) {
         for (const Place &place : m_places) {
@@ -139,10 +140,20 @@ void PaperTable::measureRows(double mostHeight)
                 continue;
             const double height =
                 wrappedHeight(fontOf(place, m_sheet.rows[i]), cell.shown(m_language), place.textWidth());
-            m_heights[i] = std::max(m_heights[i], height + 2 * kAbove);
+            m_heights[i] = std::max(m_heights[i], height + 2 * m_above);
         }
         m_heights[i] = std::min(m_heights[i], mostHeight);
     }
+}
+
+void PaperTable::tighten(double excess)
+{
+    const double ofRow = excess / (2 * static_cast<double>(m_heights.size()));
+    if (ofRow > m_above - kLeastAbove)
+        return;
+    m_above -= ofRow;
+    for (double &height : m_heights)
+        height -= 2 * ofRow;
 }
 
 void PaperTable::drawHead(QPainter &painter, double top) const
@@ -182,11 +193,11 @@ void PaperTable::drawCell(QPainter &painter, const Place &place, Sheet::Row kind
     const double left = place.left + kPadding;
     if (width > place.textWidth()) {
         PaperText(text, font, m_device, place.textWidth())
-            .draw(painter, {left, row.top() + kAbove}, row.height() - 2 * kAbove);
+            .draw(painter, {left, row.top() + m_above}, row.height() - 2 * m_above);
         return;
     }
     // On one base line, whatever the font's size.
-    const double base = row.top() + kAbove + QFontMetricsF(m_fonts.text, &m_device).ascent();
+    const double base = row.top() + m_above + QFontMetricsF(m_fonts.text, &m_device).ascent();
     painter.setFont(font);
     painter.drawText(QPointF(columnOf(place).align == Column::Right ? left + place.textWidth() - width : left, base),
                      text);

@@ -36,6 +36,8 @@ public:
     void fit(double width, double mostHeight);
     double headHeight() const { return m_headHeight; }
     double rowHeight(size_t row) const { return m_heights[row]; }
+    /// Takes so much off the rows together, where that leaves their texts apart; else nothing.
+    void tighten(double excess);
     void drawHead(QPainter &painter, double top) const;
     void drawRow(QPainter &painter, size_t row, double top) const;
 
@@ -66,6 +68,7 @@ private:
     std::vector<double> m_heights;
     double m_width = 0;
     double m_headHeight = 0;
+    double m_above; ///< a row's text, and below it
 };
 
 } // namespace report

@@ -48,6 +48,7 @@ public:
         const double runningHead = lineHeight(m_fonts.small) + kGap;
         m_table.fit(m_width, m_height - runningHead - headHeightLimit());
         const double intro = drawIntroduction();
+        tightenToOnePage(intro);
         paginate(intro, runningHead);
         const int pages = static_cast<int>(m_pages.size());
         double top = intro;
@@ -126,6 +127,16 @@ private:
         for (const QString &note : m_sheet.notes)
             height += textHeight(m_fonts.small, printable(note));
         return height + (m_sheet.signatures.isEmpty() ? 0 : kSignatureHeight);
+    }
+
+    /// Who signs has the whole month before them.
+    void tightenToOnePage(double intro)
+    {
+        double bottom = intro + m_table.headHeight() + endHeight();
+        for (size_t row = 0; row < m_sheet.rows.size(); ++row)
+            bottom += m_table.rowHeight(row);
+        if (bottom > m_height)
+            m_table.tighten(bottom - m_height);
     }
 
     /// Which rows stand on which page. A sum stays with the row above it, and what follows the table with its end.

@@ -93,12 +93,12 @@ QString Reporting::faultOfStaff() const
         if (!isKnown)
             return QStringLiteral("there is no employee %1%2")
                 .arg(user)
-                .arg(m_job.staff.department ? QStringLiteral(" in this department") : QString());
+                .arg(m_job.staff.departments.isEmpty() ? QString() : QStringLiteral(" in this department"));
     }
     if (m_staff.empty())
-        return m_job.staff.department
-                   ? QStringLiteral("nobody is in the department \"%1\"").arg(*m_job.staff.department)
-                   : QStringLiteral("there are no employees");
+        return m_job.staff.departments.isEmpty() ? QStringLiteral("there are no employees")
+                                                 : QStringLiteral("nobody is in the department \"%1\"")
+                                                       .arg(m_job.staff.departments.join(QStringLiteral("\", \"")));
     return {};
 }
 

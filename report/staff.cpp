@@ -66,7 +66,7 @@ storage::Status readStaff(storage::Reader &reader, const StaffFilter &filter, QD
         enum { Id, Name, EmplId, Department, IsActive };
         const Employee employee{row.value(Id).toLongLong(), row.value(Name).toString(), row.value(EmplId).toString(),
                                 row.value(Department).toString(), !row.value(IsActive).toBool()};
-        const bool isWanted = !filter.department || employee.department == *filter.department;
+        const bool isWanted = filter.departments.isEmpty() || filter.departments.contains(employee.department);
         if (isWanted && (named.isEmpty() || named.contains(employee.id)))
             staff->push_back(employee);
     });

@@ -3,10 +3,9 @@
 #include "storage/status.h"
 
 #include <QDate>
-#include <QString>
+#include <QStringList>
 #include <QVector>
 
-#include <optional>
 #include <vector>
 
 namespace storage {
@@ -26,9 +25,9 @@ struct Employee {
 
 /// Which employees are wanted.
 struct StaffFilter {
-    QVector<qint64> users; ///< these, whether they have left or not; none: all
-    std::optional<QString> department;
-    bool withLeft = true; ///< of who is not named, also those who have left but have events in the period
+    QVector<qint64> users;   ///< these, whether they have left or not; none: all
+    QStringList departments; ///< of these; none: of all
+    bool withLeft = true;    ///< of who is not named, also those who have left but have events in the period
 };
 
 /// By department, name and id, as people sort them.

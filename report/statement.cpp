@@ -1,5 +1,7 @@
 #include "report/statement.h"
 
+#include "report/remarks.h"
+
 namespace report {
 
 using calc::rules::Category;
@@ -119,7 +121,7 @@ void Statement::addDay(Sheet &sheet, const StaffView &view, const DayView &day, 
         remarks += kRunning.in(m_job.language);
     if (result.facts.hasMetaEvents)
         remarks += kEntered.in(m_job.language);
-    remarks += day.faults + day.warnings + day.remarks;
+    remarks += remarkTexts(day.faults + day.warnings + day.remarks, m_job.language);
     if (!remarks.isEmpty())
         cells[Remarks].setText(remarks.join(QStringLiteral("; ")));
 }
@@ -156,7 +158,7 @@ Sheet Statement::of(const Employee &employee, const StaffView &view, const std::
         }
     }
     addSums(sheet, sums, begin + sums.balance);
-    sheet.notes = view.faultsOf(employee.id);
+    sheet.notes = remarkTexts(view.faultsOf(employee.id), m_job.language);
     if (m_job.last > m_job.now.today)
         sheet.notes += kUpToToday.in(m_job.language).arg(dateText(m_job.now.today, m_job.language));
     for (const Text &who : kSigns)

@@ -30,6 +30,8 @@ private slots:
     void balance();
     void departmentTellsExceptions();
     void exports();
+    void papers_data();
+    void papers();
     void watches();
     void newerTablesAreLeftAlone();
     void fileComesLater();
@@ -370,7 +372,8 @@ void TestPageOffice::exports()
     m_site->events(kAna, "2.3.2026 07:00-14:30");
     const auto exported = [this](int who, const QString &path, const QString &query) {
         calc::CrewOfOne crew(m_site->database());
-        return page::office::exported(crew, OfficeSite::person(who), path, QUrlQuery(query), OfficeSite::now());
+        bool fault = false;
+        return page::office::exported(crew, OfficeSite::person(who), path, QUrlQuery(query), OfficeSite::now(), &fault);
     };
     const auto month = exported(kAna, "month.csv", "month=2026-03&lang=en");
     QVERIFY(month);
@@ -392,6 +395,54 @@ void TestPageOffice::exports()
     QVERIFY(!exported(kAna, "requests.csv", "scope=open"));
     QVERIFY(exported(kAna, "requests.csv", "") && exported(kAna, "balance.csv", ""));
     QVERIFY(!exported(kAna, "page_role.csv", ""));
+}
+
+void TestPageOffice::papers_data()
+{
+    // Of whom: the numbers or names in the order of departments and names.
+    columns<int, QString, QString, QString>("who", "path", "query", "people");
+    addRow("one's own", kAna, "statement.csv", "", "1");
+    addRow("of one's department", kBor, "register.csv", "user=1", "1");
+    addRow("a department, with who has left", kBor, "register.csv", "department=Razvoj", "2,5,1");
+    addRow("all whom a supervisor oversees", kBor, "statement.csv", "department=", "2,5,1");
+    addRow("everybody", kDana, "register.csv", "department=", "6,3,2,5,1,4");
+    addRow("what must be looked at", kBor, "exceptions.csv", "department=Razvoj", "Kos Bor,Mrak Eva,Novak Ana");
+    addRow("somebody else's", kAna, "statement.csv", "user=2", "");
+    addRow("of another department", kCene, "statement.csv", "user=1", "");
+    addRow("another department", kCene, "register.csv", "department=Razvoj", "");
+    addRow("a department without a role", kAna, "statement.csv", "department=Razvoj", "");
+    addRow("all without a role", kAna, "exceptions.csv", "", "");
+    addRow("no number", kDana, "statement.csv", "user=x", "");
+    addRow("who is none", kDana, "statement.csv", "user=99", "");
+    addRow("a department of nobody", kDana, "statement.csv", "department=Nikjer", "");
+}
+
+void TestPageOffice::papers()
+{
+    QFETCH(int, who);
+    QFETCH(QString, path);
+    QFETCH(QString, query);
+    QFETCH(QString, people);
+    m_site->events(kAna, "2.3.2026 07:00-14:30");
+    m_site->events(kEva, "2.3.2026 07:00-14:30");
+    m_site->sql("insert into page_role (IDP,ROLE,DEPARTMENT) values (1,'supervisor','')"); // opens nothing
+    calc::CrewOfOne crew(m_site->database());
+    bool fault = false;
+    const auto made = page::office::exported(crew, OfficeSite::person(who), path, QUrlQuery("month=2026-03&" + query),
+                                             OfficeSite::now(), &fault);
+    QVERIFY(!fault);
+    QCOMPARE(made.has_value(), !people.isEmpty());
+    if (!made)
+        return;
+    QVERIFY2(made->fileName.startsWith(path.section('.', 0, 0) + "-2026-03"), qPrintable(made->fileName));
+    QStringList told;
+    const QList<QByteArray> lines = made->content.split('\n').mid(1);
+    for (const QByteArray &line : lines) {
+        const QString person = QString::fromUtf8(line.split(';').value(1));
+        if (!person.isEmpty() && !told.contains(person))
+            told += person;
+    }
+    QCOMPARE(told.join(','), people);
 }
 
 void TestPageOffice::watches()

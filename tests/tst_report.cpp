@@ -2,6 +2,7 @@
 #include "files.h"
 #include "page/server/office/pagetables.h"
 #include "report/outputs.h"
+#include "report/remarks.h"
 #include "report/reporting.h"
 #include "report/workrecord.h"
 #include "storage/readconnection.h"
@@ -137,6 +138,8 @@ private Q_SLOTS:
     void batches();
     void csv();
     void texts();
+    void remarksAreForPeople_data();
+    void remarksAreForPeople();
     void papers_data();
     void papers();
     void lettersOfPapers();
@@ -308,7 +311,7 @@ void TestReport::whoIsIncluded()
     for (const QString &user : users.split(',', Qt::SkipEmptyParts))
         site.job.staff.users += user.toLongLong();
     if (!department.isEmpty())
-        site.job.staff.department = department;
+        site.job.staff.departments = QStringList{department};
     QStringList names;
     for (const report::Sheet &sheet : site.sheets(Kind(kind)))
         names += sheet.subject;
@@ -354,7 +357,7 @@ void TestReport::faults()
     if (what == "user")
         site.job.staff.users = {1, 99};
     if (what == "department")
-        site.job.staff.department = "Nikjer";
+        site.job.staff.departments = QStringList{"Nikjer"};
     if (what == "period")
         site.job.first = site.job.last = QDate(2031, 1, 1);
     if (what == "tables")
@@ -415,6 +418,25 @@ void TestReport::texts()
     QVERIFY(!text.contains("Sick")); // nothing stands in that column
 }
 
+void TestReport::remarksAreForPeople_data()
+{
+    columns<QString, QString, QString>("said", "slovenian", "english");
+    addRow("seconds", "Prepozen prihod 36933 23400", "prepozen prihod", "late arrival");
+    addRow("numbers of the rule", "delo izven urnika ODH2-1-0", "delo po urniku", "work after the schedule");
+    addRow("told once", "Ni Prihoda!;Ni Prihoda!;Ni delovnih ur!", "ni prihoda;ni delovnih ur", "no arrival;no hours");
+    addRow("a remark of somebody, with a number", "teren 12", "teren 12", "teren 12");
+    addRow("numbers alone", "12", "12", "12");
+}
+
+void TestReport::remarksAreForPeople()
+{
+    QFETCH(QString, said);
+    QFETCH(QString, slovenian);
+    QFETCH(QString, english);
+    QCOMPARE(report::remarkTexts(said.split(';'), Language::Slovenian).join(';'), slovenian);
+    QCOMPARE(report::remarkTexts(said.split(';'), Language::English).join(';'), english);
+}
+
 void TestReport::papers_data()
 {
     columns<int, int, QString, int>("kind", "months", "name", "pages");
@@ -435,7 +457,10 @@ void TestReport::papers()
         QSKIP(qPrintable(fault));
     ReportSite site;
     site.employee(1, name, kWeek);
-    site.events(1, "2.3.2026 07:00 101; 15:00 102; 3.3.2026 07:00 101");
+    // With a column for each kind of absence the paper lies across.
+    site.events(1, "2.3.2026 07:00 101; 15:00 102; 3.3.2026 07:00 101; 4.3.2026 07:00 101/MP; 15:00 102:1/MP; "
+                   "5.3.2026 07:00 101/MP; 15:00 102:2/MP; 6.3.2026 07:00 101/MP; 15:00 102:4/MP; "
+                   "9.3.2026 07:00 101/MP; 15:00 102:6/MP; 10.3.2026 07:00 101/MP; 15:00 102:7/MP");
     site.job.first = QDate(2026, 1, 1).addMonths(months == 1 ? 2 : 0);
     site.job.last = site.job.first.addMonths(months).addDays(-1);
     site.job.now.today = QDate(2027, 1, 1);

@@ -1,13 +1,15 @@
 #include "page/server/pageoptions.h"
 #include "page/server/pageserver.h"
+#include "report/paperapplication.h"
+#include "report/sheetwriter.h"
 #include "server/process/descriptorlimit.h"
 #include "server/process/diagnostics.h"
 #include "server/process/localtime.h"
 #include "server/process/terminationwatch.h"
 #include "server/service/managernotice.h"
 
-#include <QCoreApplication>
 #include <QDebug>
+#include <QLoggingCategory>
 
 #include <cstdio>
 
@@ -31,6 +33,9 @@ int serve(const page::PageOptions &options)
 {
     // Before the start, so that no early signal ends it halfway.
     const server::process::TerminationWatch watch;
+    const QString noPrint = report::loadPaperFonts();
+    if (!noPrint.isEmpty())
+        qWarning() << "zukpage: no PDF can be made:" << qUtf8Printable(noPrint);
     page::PageServer::Options all;
     all.databasePath = options.database;
     all.origin = options.origin;
@@ -55,10 +60,11 @@ int main(int argc, char *argv[])
 {
     server::process::guardDiagnostics();
     server::process::keepTimeZone();
-    const QCoreApplication application(argc, argv);
+    const report::PaperApplication application(argc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("zukpage"));
     QCoreApplication::setApplicationVersion(QStringLiteral(ZUK_VERSION));
     server::process::raiseDescriptorLimit();
+    QLoggingCategory::setFilterRules(QStringLiteral("*.debug=false"));
 
     page::PageOptions options;
     QString told;

@@ -46,7 +46,7 @@ public:
     };
     struct Export {
         QString fileName;
-        QByteArray content; ///< CSV in UTF-8
+        QByteArray content; ///< CSV in UTF-8, or PDF
     };
 
     virtual ~OfficeDoor() = default;

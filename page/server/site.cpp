@@ -63,7 +63,7 @@ QByteArray plainName(const QString &name)
 http::Response download(const OfficeDoor::Export &file)
 {
     http::Response response;
-    response.type = "text/csv; charset=utf-8";
+    response.type = file.fileName.endsWith(QLatin1String(".pdf")) ? "application/pdf" : "text/csv; charset=utf-8";
     response.body = file.content;
     response.headers = {{"Cache-Control", "no-store"},
                         {"Content-Disposition", "attachment; filename=\"" + plainName(file.fileName) + '"'}};

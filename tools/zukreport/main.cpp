@@ -1,4 +1,5 @@
 #include "report/outputs.h"
+#include "report/paperapplication.h"
 #include "report/reporting.h"
 #include "storage/readconnection.h"
 #include "tools/common/console.h"
@@ -7,7 +8,6 @@
 #include <QDateTime>
 #include <QElapsedTimer>
 #include <QFileInfo>
-#include <QGuiApplication>
 #include <QLoggingCategory>
 
 #include <cstdio>
@@ -93,12 +93,7 @@ QString makeFiles(ReportOptions &options)
 
 int main(int argc, char *argv[])
 {
-    qputenv("QT_QPA_PLATFORM", "offscreen"); // papers need fonts, but no screen
-    // What the platform says about the session of who runs it is of no use here.
-    const QtMessageHandler usual =
-        qInstallMessageHandler([](QtMsgType, const QMessageLogContext &, const QString &) {});
-    const QGuiApplication application(argc, argv);
-    qInstallMessageHandler(usual);
+    const report::PaperApplication application(argc, argv);
     Console::prepare();
     QLoggingCategory::setFilterRules(QStringLiteral("*.debug=false\nqt.qpa.*=false"));
     ReportOptions options;

@@ -119,7 +119,7 @@ private:
         if (m_parser.isSet(m_user) && !readIdList(m_parser.value(m_user), &staff.users))
             blameValue(m_user, QStringLiteral("is not a list like 5,7-12"));
         if (m_parser.isSet(m_department))
-            staff.department = m_parser.value(m_department);
+            staff.departments = QStringList{m_parser.value(m_department)};
         // Nobody looks at the days of who has left.
         staff.withLeft = m_options.job.kind != report::Kind::Exceptions;
     }

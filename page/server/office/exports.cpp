@@ -1,5 +1,5 @@
 #include "page/server/office/answers.h"
-#include "page/server/office/office.h"
+#include "page/server/office/papers.h"
 #include "text/csv.h"
 
 #include <QDateTime>
@@ -234,15 +234,15 @@ QString fileName(const QString &path, const QAny &answer)
 std::optional<Export> exported(calc::Crew &crew, const Person &person, const QString &path, const QUrlQuery &query,
                                const Now &now, bool *fault)
 {
-    if (fault)
-        *fault = false;
+    *fault = false;
+    if (isPaper(path))
+        return paper(crew, person, path, query, now, fault);
     for (const ExportKind &kind : exportKinds()) {
         if (path != QLatin1String(kind.path))
             continue;
         const QAny answer = read(crew, person, askOf(kind, query), now);
         if (!isDone(answer)) {
-            if (fault)
-                *fault = answer.lookup(QStringLiteral("error")).toString() == QLatin1String(kDatabase);
+            *fault = answer.lookup(QStringLiteral("error")).toString() == QLatin1String(kDatabase);
             return {};
         }
         const bool isEnglish = query.queryItemValue(QStringLiteral("lang")) == QLatin1String("en");

@@ -25,12 +25,13 @@ QAny write(Storage &storage, const Person &person, const QAny &ask, const Now &n
 
 struct Export {
     QString fileName;   ///< suggested
-    QByteArray content; ///< CSV after RFC 4180, UTF-8 with a byte order mark
+    QByteArray content; ///< PDF, or CSV after RFC 4180 in UTF-8 with a byte order mark
 };
 
-/// What GET /export/<path> gives: month.csv, department.csv, requests.csv, presence.csv, balance.csv. Null where there
-/// is no such thing or it is not allowed; `fault`, where given, is set to whether the file could not be read.
+/// What GET /export/<path> gives: month.csv, department.csv, requests.csv, presence.csv, balance.csv, and the papers,
+/// see papers.h. Null where there
+/// is no such thing or it is not allowed; `fault` is set to whether the file could not be read.
 std::optional<Export> exported(calc::Crew &crew, const Person &person, const QString &path, const QUrlQuery &query,
-                               const Now &now, bool *fault = nullptr);
+                               const Now &now, bool *fault);
 
 } // namespace page::office

@@ -119,4 +119,16 @@ bool overlooks(const Person &person, const QString &department)
     return false;
 }
 
+std::optional<QStringList> overseenDepartments(const Person &person)
+{
+    QStringList departments;
+    for (const Role &role : person.roles) {
+        if (role.isHr)
+            return {};
+        if (!role.department.isEmpty())
+            departments += role.department;
+    }
+    return departments;
+}
+
 } // namespace page::office

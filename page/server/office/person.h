@@ -54,6 +54,8 @@ QVector<Employee> activeEmployees(CheckedReader &reader);
 
 /// Whether a role of the person opens the department.
 bool overlooks(const Person &person, const QString &department);
+/// Those that the roles open; null for all.
+std::optional<QStringList> overseenDepartments(const Person &person);
 
 /// SQL text of an employee's name, as the calculation shows it; the table's name or alias is put in.
 QString nameSql(const char *table);

@@ -5,13 +5,18 @@ import { go, link } from '../router.mjs';
 import { change, store } from '../store.mjs';
 import { count, t } from '../texts/texts.mjs';
 import { html, nothing } from '../vendor/lit-html/lit-html.mjs';
-import { balanceText, chip, columnHeads, csvLink, heading, pager, remarkText, withData } from './parts.mjs';
+import { balanceText, chip, columnHeads, csvLink, heading, pager, paperLinks, remarkText, withData } from './parts.mjs';
 import { byName, matches, searchField } from './presence.mjs';
 
 const orThis = (month) => month || monthOf(store.today);
 
-export const title = (month, department) =>
-    `${department || t('allDepartments')}\u00a0· ${monthName(orThis(month))}`;
+/** Those that the user oversees, where they are known already. */
+let departmentNames = [];
+
+export const title = (month, department) => {
+    const name = department || (departmentNames.length === 1 ? departmentNames[0] : t('allDepartments'));
+    return `${name}\u00a0· ${monthName(orThis(month))}`;
+};
 
 const kNouns = { half: 'half', missing: 'missingDays', fault: 'faults', warning: 'warnings' };
 const kMild = 'warning'; // the day is complete, its hours are known
@@ -59,6 +64,12 @@ const row = (person, month) => html`<tr class=${weight(person) ? 'urgent' : ''}>
     <td class="balance">${balanceText(person.balance)}</td>
     <td class="remarks">${exceptions(person)}${openRequests(person)}</td></tr>`;
 
+/** So many are printed at once. */
+const kMostPrinted = 1000;
+const kPapers = ['statement.pdf', 'register.pdf', 'register.csv', 'exceptions.pdf'];
+
+const papersFor = (people) => kPapers.filter((file) => people <= kMostPrinted || !file.endsWith('.pdf'));
+
 function chooser(departments, department, month) {
     if (departments.length < 2) return nothing;
     const choose = ({ target }) => go('department', month, target.value || undefined);
@@ -81,8 +92,9 @@ function content({ departments, people }, department, month) {
 
 export function view(given, department) {
     const month = orThis(given);
-    const fields = (each) => ({ department: department || null, month: each });
+    const fields = (each) => ({ ...(department && { department }), month: each });
     const entry = need('department', fields(month));
+    departmentNames = entry.data?.departments ?? departmentNames;
     if (entry.data) ahead('department', fields(addMonths(month, -1)));
     const to = (months) => ({
         href: link('department', addMonths(month, months), department),
@@ -92,7 +104,11 @@ export function view(given, department) {
     return html`${heading(
         title(month, department),
         html`${pager(to(-1), to(1), month === orThis() ? null : current)}
-            ${csvLink('department', { department: department ?? '', month })}`,
+            ${csvLink('department', fields(month))}`,
     )}
-        ${withData(entry, (data) => content(data, department, month))}`;
+        ${withData(
+            entry,
+            (data) => html`${content(data, department, month)}
+                ${paperLinks(papersFor(data.people.length), { department: department ?? '', month })}`,
+        )}`;
 }

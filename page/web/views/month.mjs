@@ -25,6 +25,7 @@ import {
     heading,
     isMe,
     pager,
+    paperLinks,
     personLine,
     remarkText,
     tile,
@@ -33,6 +34,7 @@ import {
 } from './parts.mjs';
 import { monthPlots } from './plots.mjs';
 
+const kPapers = ['statement.pdf', 'register.pdf', 'register.csv'];
 const kColumns = ['date', 'arrival', 'departure', 'hours', 'required', 'balance', 'running', 'remarks'];
 
 const orThis = (month) => month || monthOf(store.today);
@@ -196,5 +198,8 @@ export function view(given, user) {
             ${pager(to(-1), to(1), isNow ? null : current)}
             ${csvLink('month', { user: user ?? store.me.id, month })}`,
     )}
-        ${personLine(user, entry.data)}${withData(entry, (data) => content(data, user))}`;
+        ${personLine(user, entry.data)}${withData(
+            entry,
+            (data) => html`${content(data, user)}${paperLinks(kPapers, { user: user ?? store.me.id, month })}`,
+        )}`;
 }

@@ -73,8 +73,14 @@ export const pager = (before, after, current) => html`<nav class="pager" aria-la
     ${current ? html`<a class="button" href=${current.href}>${current.name}</a>` : nothing}
     <a class="button square" href=${after.href} aria-label=${after.name} rel="next">${icon('on')}</a></nav>`;
 
-export const csvLink = (what, query = {}) => html`<a class="button quiet" download
-    href="export/${what}.csv?${new URLSearchParams({ ...query, lang: language })}">${t('csv')}</a>`;
+const exportAddress = (file, query) => `export/${file}?${new URLSearchParams({ ...query, lang: language })}`;
+
+export const csvLink = (what, query = {}) =>
+    html`<a class="button quiet" download href=${exportAddress(`${what}.csv`, query)}>${t('csv')}</a>`;
+
+/** What is for the file or to be signed; each has its name in the texts. */
+export const paperLinks = (files, query) => html`<p class="papers">${t('papers')}
+    ${files.map((file) => html`<a download href=${exportAddress(file, query)}>${t(`paper ${file}`)}</a> `)}</p>`;
 
 export const isMe = (user) => !user || String(user) === String(store.me.id);
 
