@@ -75,6 +75,7 @@ export default {
     'tile worked': 'Hours',
     'tile balance': 'Balance',
     'tile carried': 'Carried over',
+    withMonth: 'with this month',
     untilYesterday: 'until yesterday',
     'tile categories': 'By kind',
     'tile leaveLeft': 'Leave left',

@@ -76,6 +76,7 @@ export default {
     'tile worked': 'Opravljene ure',
     'tile balance': 'Razlika',
     'tile carried': 'Preneseno',
+    withMonth: 's tem mesecem',
     untilYesterday: 'do včeraj',
     'tile categories': 'Po vrstah',
     'tile leaveLeft': 'Preostali dopust',

@@ -155,6 +155,9 @@ function todayCard(data) {
         <span><b class="figure">${duration(day.worked)}</b> ${day.required ? rest : nothing}</span></a>`;
 }
 
+const carriedTile = (carried, balance) =>
+    tile(t('tile carried'), balanceText(carried), html`${t('withMonth')} ${balanceText(carried + balance)}`);
+
 function tiles(data) {
     const { sums, carried, days } = data;
     const ofRequired = isCurrent(data) ? 'ofRequiredSoFar' : 'ofRequired';
@@ -163,7 +166,7 @@ function tiles(data) {
     return html`<dl class="tiles">
         ${tile(t('tile worked'), duration(sums.worked), t(ofRequired, duration(sums.required)))}
         ${tile(t('tile balance'), balanceText(settledBalance(data)), goesOn ? t('untilYesterday') : nothing)}
-        ${carried === null ? nothing : tile(t('tile carried'), balanceText(carried))}
+        ${carried === null ? nothing : carriedTile(carried, settledBalance(data))}
         ${
             others.length
                 ? html`<div class="tile wide"><dt>${t('tile categories')}</dt>
