@@ -5,6 +5,7 @@
 
 #include "alternating.h"
 #include "calc/dialogcalc3.h"
+#include "filledcompany.h"
 #include "knetrpc/rpccontroller.h"
 #include "server/check/admincheckservice.h"
 #include "server/logger/logger.h"
@@ -12,7 +13,6 @@
 #include "server/sessions/sessionpeers.h"
 #include "serverprocess.h"
 #include "target.h"
-#include "tools/demodata/democompany.h"
 #include "wireclient.h"
 
 #include <QDir>
@@ -45,13 +45,7 @@ const char kRequest[] = R"({"STARTDATE":"1.1.2026","ENDDATE":"31.1.2026"})";
 void makeFile(const QString &file)
 {
     DataBase database(file);
-    DemoOptions options;
-    options.employees = kEmployees;
-    options.start = kMonthStart;
-    options.end = kMonthEnd;
-    const QString fault = generateDemoCompany(database, options);
-    if (!fault.isEmpty())
-        qFatal("%s", qPrintable(fault));
+    makeCompany(database, kEmployees, kMonthStart, kMonthEnd);
     database.exec(QStringLiteral("WITH RECURSIVE n(i) AS (SELECT 0 UNION ALL SELECT i+1 FROM n WHERE i<%1) "
                                  "INSERT INTO logs SELECT i, i%50, 0, 1600000000000+i*1000, 0, 0, 'Insert true', "
                                  "'{\"DATA\":{\"NAME\":\"calendar\",\"TABLE\":{\"NOTE\":\"Božič\"}}}' FROM n")

@@ -3,11 +3,11 @@
 // Prints each against its target; ends with 1 when a target is missed.
 
 #include "calc/calc21.h"
+#include "filledcompany.h"
 #include "latency.h"
 #include "server/web/readings.h"
 #include "serverprocess.h"
 #include "storage/readconnection.h"
-#include "tools/demodata/democompany.h"
 #include "wirewebclient.h"
 
 #include <QDir>
@@ -99,18 +99,6 @@ bool compare(const Latencies &idle, const Latencies &busy, const Samples &alone,
     return acknowledged && bounded && months && atOnce;
 }
 
-void makeCompany(const QString &file)
-{
-    DataBase database(file);
-    DemoOptions options;
-    options.employees = kEmployees;
-    options.start = kStart;
-    options.end = kEnd;
-    const QString fault = tools::demodata::generateDemoCompany(database, options);
-    if (!fault.isEmpty())
-        qFatal("%s", qPrintable(fault));
-}
-
 } // namespace
 
 int main(int argc, char **argv)
@@ -118,7 +106,10 @@ int main(int argc, char **argv)
     QTemporaryDir folder;
     const QString file = folder.filePath(QStringLiteral("site.db"));
     const ServerProcess server([&file] {
-        makeCompany(file);
+        {
+            DataBase database(file);
+            makeCompany(database, kEmployees, kStart, kEnd);
+        }
         return startServer(file);
     });
     const QCoreApplication application(argc, argv);

@@ -3,13 +3,13 @@
 // acknowledgements meanwhile. Prints each against its target; ends with 1 when a target is missed.
 
 #include "calc/calc21.h"
+#include "filledcompany.h"
 #include "latency.h"
 #include "page/server/asks.h"
 #include "page/server/pageserver.h"
 #include "pagecrowd.h"
 #include "server/workers/filereaders.h"
 #include "storage/readconnection.h"
-#include "tools/demodata/democompany.h"
 
 #include <QEventLoop>
 #include <QTemporaryDir>
@@ -37,16 +37,10 @@ qint64 noonOfToday()
 }
 
 /// So that all can sign in: the user is the employee's number with a letter, and so is the password.
-void makeCompany(const QString &file)
+void makeFile(const QString &file)
 {
     DataBase database(file);
-    DemoOptions options;
-    options.employees = kEmployees;
-    options.start = kStart;
-    options.end = kToday;
-    const QString fault = tools::demodata::generateDemoCompany(database, options);
-    if (!fault.isEmpty())
-        qFatal("%s", qPrintable(fault));
+    makeCompany(database, kEmployees, kStart, kToday);
     if (!database.exec(QStringLiteral("update USER_ACCESS set NAME='u'||IDP,PASSWORD='u'||IDP where ACTIVE=1")))
         qFatal("no users");
 }
@@ -254,7 +248,7 @@ int main(int argc, char **argv)
     QTemporaryDir folder;
     const QString file = folder.filePath(QStringLiteral("site.db"));
     const ServerProcess server([&file] {
-        makeCompany(file);
+        makeFile(file);
         return startServer(file);
     });
     const ServerProcess pageProcess([&file] { return startPage(file); });

@@ -1,8 +1,7 @@
 #pragma once
 
+#include "filledcompany.h"
 #include "qany.h"
-#include "storage/database.h"
-#include "tools/demodata/democompany.h"
 
 #include <QTemporaryDir>
 
@@ -20,13 +19,7 @@ public:
         : m_file(folder.filePath(QStringLiteral("%1x%2.db").arg(employees).arg(months)))
     {
         DataBase database(m_file);
-        DemoOptions options;
-        options.employees = employees;
-        options.start = kMonthEnd.addDays(1).addMonths(-months);
-        options.end = kMonthEnd;
-        const QString fault = generateDemoCompany(database, options);
-        if (!fault.isEmpty())
-            qFatal("%s", qPrintable(fault));
+        makeCompany(database, employees, kMonthEnd.addDays(1).addMonths(-months), kMonthEnd);
     }
 
     std::unique_ptr<DataBase> open() const { return std::make_unique<DataBase>(m_file); }

@@ -290,8 +290,9 @@ void TestDemoData::program_data()
     row("counts back from the end", small + "--end 2025-02-28", "0 .*2025-02-01 to 2025-02-28");
     row("today", small + "--today", "0 .*" + QDate::currentDate().toString(Qt::ISODate));
     row("no number", "--employees many", "2 .*--employees \"many\"");
-    row("no date", "--start 1.2.2025", "2 .*--start \"1.2.2025\"");
-    row("unknown argument", "more", "2 .*\"more\"");
+    row("no date", "--start 31.2.2025", "2 .*--start \"31.2.2025\"");
+    row("unknown argument", "more", "2 .*unexpected: more");
+    row("help with what is wrong", "--fast more --help", "0 Usage: .*Exit code: ");
     row("both ends and a length", small + "--start 2025-02-01 --end 2025-02-28", "2 .*--months");
     row("end before start", "--start 2025-02-01 --end 2025-01-01", "2 .*the period");
     row("missing folder", "--output missing/demo.db", "1 .*missing/demo.db");

@@ -143,12 +143,12 @@ void TestZukAdmin::wrongUse()
                 {{"update", "config", "KEY", "KEY=a", "VALUE:=null"}, "cannot store null in VALUE"},
                 {{"get", "update/"}, "names no file"},
                 {{"cmd", "door"}, "the number of a terminal is needed"},
-                {{"recalc", "--from", "31.2.2025"}, "date"},
+                {{"recalc", "--from", "31.2.2025"}, "--from \"31.2.2025\" is not a date"},
                 {{"recalc", "--user", "ana"}, "--user \"ana\""},
                 {{"explain", "5"}, "explain EMPLOYEE DAY: the id of an employee and a day are needed"},
                 {{"explain", "ana", "31.3.2025"}, "the id of an employee"},
                 {{"explain", "5", "31.2.2025"}, "a date reads"},
-                {{"explain", "5", "31.3.2025", "--lang", "de"}, "--lang is sl or en"},
+                {{"explain", "5", "31.3.2025", "--lang", "de"}, "--lang \"de\" is not sl or en"},
                 {{"recalc", "--table", "months"}, "--table is pairs, days, sums or errors"}};
     for (const auto &row : rows) {
         const QString text = told(row.arguments);

@@ -67,7 +67,8 @@ void TestZukBackup::wrongUse_data()
     const auto row = columns<QStringList, QString>({"arguments", "reason"});
     row("option", {"--fast"}, "fast");
     row("argument", {"copy"}, "unexpected: copy");
-    row("no daily copies", {"--daily", "0"}, "--daily");
+    row("empty folder", {"--folder", ""}, "--folder is empty");
+    row("no daily copies", {"--daily", "0"}, "--daily \"0\" is not a number from 1 on");
     row("no number", {"--monthly", "many"}, "--monthly");
     row("path as label", {"--label", "../x"}, "--label");
 }
@@ -83,7 +84,7 @@ void TestZukBackup::wrongUse()
 
 void TestZukBackup::goodCopy()
 {
-    QVERIFY(told({"--help"}).contains("Exit codes:"));
+    QVERIFY(told({"--help"}).contains("Exit code:"));
     // The rows are in the -wal file: copying the file alone would lose them.
     const QString text = told(usual() + QStringList{"--label", "upgrade"});
     QVERIFY2(text.startsWith("0 zukbackup: ") && text.contains("events 3, logs 0\n"), qPrintable(text));

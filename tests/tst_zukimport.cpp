@@ -402,7 +402,7 @@ void TestZukImport::nothingDone()
                 {"--punches @ --calcset X", "no calcset X"},
                 {"--punches @ --encoding klingon", "unknown encoding"},
                 {"--punches @ --delimiter ::", "not one character"},
-                {"--punches @ --time-zone Mars/North", "unknown"},
+                {"--punches @ --time-zone Mars/North", "is not a zone"},
                 {"--punches @ --word IN=106", "the code must be"},
                 {"--punches @ --word IN=1012", "the code must be"},
                 {"--punches @ --word A=101 --word a=102", "another meaning"},

@@ -30,6 +30,7 @@ void TestZukPage::wrongUse_data()
     QTest::newRow("no such port") << QStringList{"--listen", "127.0.0.1:65536"};
     QTest::newRow("no address") << QStringList{"--listen", "nowhere:8233"};
     QTest::newRow("IPv6 without brackets") << QStringList{"--listen", "::1:8233"};
+    QTest::newRow("nowhere") << QStringList{"--listen", ""};
     QTest::newRow("no origin") << QStringList{"--origin", "zuk.example.com"};
     QTest::newRow("something else") << QStringList{"start"};
     QTest::newRow("unknown option") << QStringList{"--root", "/"};

@@ -40,15 +40,16 @@ void TestZukReport::usage_data()
     const auto row = columns<QStringList, QString>({"arguments", "reason"});
     row("no report", {}, "one report is needed");
     row("unknown report", {"payslip"}, "unknown report: payslip");
-    row("two reports", {"register", "statement"}, "one report is needed");
+    row("two reports", {"register", "statement"}, "unexpected: statement");
     row("no month", {"register", "--month", "2026-13"}, "is not a month");
     row("month and range", {"register", "--month", "2026-03", "--from", "2026-03-01"}, "not both");
     row("half a range", {"register", "--from", "2026-03-01"}, "--from needs --to");
     row("backwards", {"register", "--from", "2.3.2026", "--to", "1.3.2026"}, "ends before it begins");
     row("users", {"register", "--user", "Ana"}, "--user \"Ana\"");
     row("format", {"register", "--format", "docx"}, "is not text, csv or pdf");
-    row("language", {"register", "--lang", "de"}, "--lang is sl or en");
-    row("option", {"register", "--fast"}, "fast");
+    row("language", {"register", "--lang", "de"}, "--lang \"de\" is not sl or en");
+    row("option", {"register", "--fast"}, "unknown option 'fast' (--help shows more)");
+    row("empty database", {"register", "--database", ""}, "--database is empty");
 }
 
 void TestZukReport::usage()

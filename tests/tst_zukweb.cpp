@@ -61,9 +61,11 @@ void TestZukWeb::wrongUse_data()
     row("no command", {}, "command");
     row("unknown command", {"time"}, "unknown command: time");
     add("no user", {"presence"}, "--user is needed");
+    add("empty user", {"presence", "--user", ""}, "--user is empty");
     row("unknown option", {"presence", "--fast"}, "fast");
-    row("other protocol", {"presence", "--url", "http://x"}, "--url");
-    row("no date", {"wtime", "--from", "31.2.2025"}, "date");
+    row("other protocol", {"presence", "--url", "http://x"}, "--url \"http://x\" is not");
+    row("no host", {"presence", "--url", "ws://"}, "--url");
+    row("no date", {"wtime", "--from", "31.2.2025"}, "--from \"31.2.2025\" is not a date");
     row("period ends early", {"wtime", "--from", "2.3.2025", "--to", "2025-03-01"}, "before it begins");
     row("no code", {"add-meta"}, "--code");
     row("no employee", {"saldo", "--employee", "ana"}, "--employee");

@@ -1,3 +1,4 @@
+#include "options/programend.h"
 #include "page/server/pageoptions.h"
 #include "page/server/pageserver.h"
 #include "report/paperapplication.h"
@@ -15,13 +16,7 @@
 
 namespace {
 
-enum ExitCode { Ended = 0, CannotListen = 1, WrongUse = 2 };
-
-int failed(ExitCode code, const QString &reason)
-{
-    std::fprintf(stderr, "zukpage: %s\n", qUtf8Printable(reason));
-    return code;
-}
+constexpr int kCannotListen = 1;
 
 QString placeOf(const QHostAddress &address, quint16 port)
 {
@@ -42,7 +37,7 @@ int serve(const page::PageOptions &options)
     page::PageServer server(all, page::openOffice(options.database), page::pageFiles());
     const QString fault = server.open(options.address, options.port);
     if (!fault.isEmpty())
-        return failed(CannotListen, "cannot listen on " + placeOf(options.address, options.port) + ": " + fault);
+        return failWith(kCannotListen, "cannot listen on " + placeOf(options.address, options.port) + ": " + fault);
     if (!options.origin && !options.address.isLoopback())
         qWarning() << "zukpage: passwords go through the net as they are; see --origin";
     std::printf("zukpage: http://%s/\n", qUtf8Printable(placeOf(options.address, server.port())));
@@ -69,11 +64,7 @@ int main(int argc, char *argv[])
     page::PageOptions options;
     QString told;
     const QString fault = page::readPageOptions(QCoreApplication::arguments(), &options, &told);
-    if (!fault.isEmpty())
-        return failed(WrongUse, fault + "; see --help");
-    if (!told.isEmpty()) {
-        std::fputs(qUtf8Printable(told), stdout);
-        return Ended;
-    }
+    if (const auto end = endAfterOptions(fault, told))
+        return *end;
     return serve(options);
 }

@@ -17,7 +17,8 @@ struct PageOptions {
     QString database;
 };
 
-/// Reads the command line. What is wrong with it, as a text for people. With --help or --version that text.
+/// Reads the command line. What is wrong with it, as a text for people. *told receives the help or the version when
+/// it was asked for.
 QString readPageOptions(const QStringList &arguments, PageOptions *options, QString *told);
 
 } // namespace page

@@ -1,7 +1,6 @@
 #include "tools/zukadmin/adminoptions.h"
 
-#include "tools/common/idlist.h"
-#include "tools/common/optionreader.h"
+#include "options/optionparser.h"
 #include "tools/zukadmin/admincommand.h"
 
 #include <climits>
@@ -43,31 +42,25 @@ month up to today.
 Exit code: 0 done, 1 refused, failed or not reachable, 2 wrong usage.
 )";
 
-class AdminArguments : private OptionReader
+class AdminArguments : private OptionParser
 {
 public:
-    explicit AdminArguments(AdminOptions &options) : m_options(options)
+    explicit AdminArguments(AdminOptions &options)
+        : OptionParser("Administers a ZUK3 server: runs one command on it.", commandList() + kExamples),
+          m_options(options)
     {
-        m_parser.setApplicationDescription(QStringLiteral("Administers a ZUK3 server: runs one command on it."));
-        m_parser.addOptions({m_help, m_host, m_port, m_number, m_timeout, m_json, m_csv, m_noVerify, m_from, m_to,
-                             m_user, m_table, m_language});
-        m_parser.addPositionalArgument(QStringLiteral("command"), QStringLiteral("One of the commands below."));
+        addWords(QStringLiteral("command"), QStringLiteral("One of the commands below."));
     }
 
-    QString read(const QStringList &arguments, QString *help)
+    QString read(const QStringList &arguments, QString *told)
     {
-        if (!m_parser.parse(arguments))
-            return m_parser.errorText();
-        if (m_parser.isSet(m_help)) {
-            *help = m_parser.helpText() + commandList() + QString::fromUtf8(kExamples);
-            return {};
-        }
+        if (!parse(arguments, told))
+            return fault();
         readServer();
         readCommand();
         if (m_options.command) {
             checkOptions();
             readCalculation();
-            readLanguage();
         }
         return fault();
     }
@@ -84,19 +77,16 @@ private:
 
     void readServer()
     {
-        m_options.host = m_parser.value(m_host);
-        m_options.port = static_cast<quint16>(number(m_port, 1, 65535));
-        m_options.number = static_cast<int>(number(m_number, INT_MIN, INT_MAX));
-        if (m_parser.isSet(m_timeout)) {
-            m_options.timeoutMs = seconds(m_timeout);
-            if (m_options.timeoutMs == 0)
-                blame(QStringLiteral("--timeout must be more than 0"));
-        }
+        m_options.host = value(m_host);
+        m_options.port = number<quint16>(m_port, 1);
+        m_options.number = number(m_number, INT_MIN);
+        if (isSet(m_timeout))
+            m_options.timeoutMs = timeout(m_timeout);
     }
 
     void readCommand()
     {
-        m_options.words = m_parser.positionalArguments();
+        m_options.words = words();
         if (m_options.words.isEmpty())
             return blame(QStringLiteral("a command is needed"));
         const QString name = m_options.words.takeFirst();
@@ -108,63 +98,55 @@ private:
     void checkOptions()
     {
         const struct {
-            const QCommandLineOption &option;
+            const Option &option;
             unsigned needs;
         } special[] = {{m_json, AdminCommand::Json},         {m_csv, AdminCommand::Csv},
                        {m_noVerify, AdminCommand::NoVerify}, {m_from, AdminCommand::Calculation},
                        {m_to, AdminCommand::Calculation},    {m_user, AdminCommand::Calculation},
                        {m_table, AdminCommand::Calculation}, {m_language, AdminCommand::Explanation}};
         for (const auto &each : special) {
-            if (m_parser.isSet(each.option) && !(m_options.command->options & each.needs)) {
+            if (isSet(each.option) && !(m_options.command->options & each.needs)) {
                 blame(QStringLiteral("%1 has no --%2")
                           .arg(QLatin1String(m_options.command->name), each.option.names().constLast()));
             }
         }
-        if (m_parser.isSet(m_json) && m_parser.isSet(m_csv))
+        if (isSet(m_json) && isSet(m_csv))
             blame(QStringLiteral("--csv or --json, not both"));
-        if (m_parser.isSet(m_json))
+        if (isSet(m_json))
             m_options.format = AdminOptions::Format::Json;
-        else if (m_parser.isSet(m_csv))
+        else if (isSet(m_csv))
             m_options.format = AdminOptions::Format::Csv;
-        m_options.verify = !m_parser.isSet(m_noVerify);
+        m_options.verify = !isSet(m_noVerify);
     }
 
     void readCalculation()
     {
-        blame(readPeriod(m_parser.value(m_from), m_parser.value(m_to), &m_options.period));
-        if (m_parser.isSet(m_user) && !readIdList(m_parser.value(m_user), &m_options.users))
-            blame(QStringLiteral("--user \"%1\" is not a list like 5,7-12").arg(m_parser.value(m_user)));
-        m_options.table = m_parser.value(m_table);
-    }
-
-    void readLanguage()
-    {
-        m_options.language = languageOfLocale();
-        if (m_parser.isSet(m_language) && !::readLanguage(m_parser.value(m_language), &m_options.language))
-            blame(QStringLiteral("--lang is sl or en"));
+        m_options.period = period(m_from, m_to);
+        m_options.users = ids(m_user);
+        m_options.table = value(m_table);
+        m_options.language = language(m_language);
     }
 
     AdminOptions &m_options;
-    const QCommandLineOption m_help{{"h", "help"}, "Shows this help."};
-    const QCommandLineOption m_host{"host", "The server's name or address (127.0.0.1).", "name", "127.0.0.1"};
-    const QCommandLineOption m_port{"port", "The server's port (3501).", "port", "3501"};
-    const QCommandLineOption m_number{{"n", "number"}, "Number to log in with (200).", "N", "200"};
-    const QCommandLineOption m_timeout{"timeout", "Seconds to wait for each answer (60; put and get 330, recalc 3600).",
-                                       "seconds"};
-    const QCommandLineOption m_json{"json", "Prints the server's answer as JSON."};
-    const QCommandLineOption m_csv{"csv", "query, connected, recalc: prints CSV."};
-    const QCommandLineOption m_noVerify{"no-verify", "put: does not fetch the file again to compare it."};
-    const QCommandLineOption m_from{"from", "recalc: first day.", "date"};
-    const QCommandLineOption m_to{"to", "recalc: last day.", "date"};
-    const QCommandLineOption m_user{"user", "recalc: these employees alone.", "ids"};
-    const QCommandLineOption m_table{"table", "recalc: only pairs, days, sums or errors; with --csv days if not given.",
-                                     "name"};
-    const QCommandLineOption m_language{"lang", "explain: Slovenian or English (as the locale has it).", "sl|en"};
+    const Option m_host = add({"host", "The server's name or address (127.0.0.1).", "name", "127.0.0.1"});
+    const Option m_port = add({"port", "The server's port (3501).", "port", "3501"});
+    const Option m_number = add({{"n", "number"}, "Number to log in with (200).", "N", "200"});
+    const Option m_timeout =
+        add({"timeout", "Seconds to wait for each answer (60; put and get 330, recalc 3600).", "seconds"});
+    const Option m_json = add({"json", "Prints the server's answer as JSON."});
+    const Option m_csv = add({"csv", "query, connected, recalc: prints CSV."});
+    const Option m_noVerify = add({"no-verify", "put: does not fetch the file again to compare it."});
+    const Option m_from = add({"from", "recalc: first day.", "date"});
+    const Option m_to = add({"to", "recalc: last day.", "date"});
+    const Option m_user = add({"user", "recalc: these employees alone.", "ids"});
+    const Option m_table =
+        add({"table", "recalc: only pairs, days, sums or errors; with --csv days if not given.", "name"});
+    const Option m_language = addLanguage(QStringLiteral("explain: "));
 };
 
 } // namespace
 
-QString readAdminOptions(const QStringList &arguments, AdminOptions *options, QString *help)
+QString readAdminOptions(const QStringList &arguments, AdminOptions *options, QString *told)
 {
-    return AdminArguments(*options).read(arguments, help);
+    return AdminArguments(*options).read(arguments, told);
 }

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "tools/common/dateperiod.h"
+#include "options/dateperiod.h"
 #include "tools/zukadmin/explanationwords.h"
 
 #include <QString>
@@ -29,5 +29,5 @@ struct AdminOptions {
 };
 
 /// Reads the command line, the program's name first; the reason when it cannot be understood, else empty.
-/// *help receives the help text when it was asked for.
-QString readAdminOptions(const QStringList &arguments, AdminOptions *options, QString *help);
+/// *told receives the help or the version when it was asked for.
+QString readAdminOptions(const QStringList &arguments, AdminOptions *options, QString *told);

@@ -44,13 +44,12 @@ AdminJob prepareExplain(const AdminOptions &options, QString *mistake)
 {
     bool isNumber = false;
     const qint64 user = options.words.value(0).toLongLong(&isNumber);
-    const QString day = options.words.value(1);
-    DatePeriod period;
-    if (options.words.size() != 2 || !isNumber || day.isEmpty())
+    const QDate day = readDate(options.words.value(1));
+    if (options.words.size() != 2 || !isNumber)
         *mistake = QStringLiteral("the id of an employee and a day are needed");
-    else
-        *mistake = readPeriod(day, day, &period);
-    return [&options, user, day = period.from](AdminSession &session) {
+    else if (!day.isValid())
+        *mistake = QStringLiteral("a date reads 31.3.2025 or 2025-03-31");
+    return [&options, user, day](AdminSession &session) {
         const QAny request{{QStringLiteral("STARTDATE"), serverDate(day.addDays(-kDaysAround))},
                            {QStringLiteral("ENDDATE"), serverDate(day.addDays(kDaysAround))},
                            {QStringLiteral("USER"), QAny::list({user})},

@@ -16,7 +16,8 @@ struct BackupOptions {
     bool isQuiet = false;
 };
 
-/// Reads the command line. What is wrong with it, as a text for people. With --help the help text.
-QString readBackupOptions(const QStringList &arguments, BackupOptions *options, QString *help);
+/// Reads the command line. What is wrong with it, as a text for people. *told receives the help or the version when
+/// it was asked for.
+QString readBackupOptions(const QStringList &arguments, BackupOptions *options, QString *told);
 
 } // namespace tools::zukbackup

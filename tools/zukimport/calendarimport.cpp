@@ -1,5 +1,6 @@
 #include "tools/zukimport/calendarimport.h"
 
+#include "options/dateperiod.h"
 #include "tools/zukimport/csvtable.h"
 #include "tools/zukimport/importoptions.h"
 #include "tools/zukimport/importreport.h"
@@ -27,7 +28,7 @@ QString CalendarImport::readHolidays()
     if (day < 0 || name < 0)
         return QStringLiteral("%1: no columns date and name").arg(m_options.holidaysFile);
     while (table.next()) {
-        const QDate date = readImportDate(table.value(day));
+        const QDate date = readDate(table.value(day));
         if (!date.isValid())
             table.refuse(QStringLiteral("\"%1\" is not a date").arg(table.value(day)));
         else if (table.value(name).isEmpty())

@@ -46,11 +46,8 @@ struct ImportOptions {
     bool slovenianHolidays = false;
 };
 
-/// A date of the command line or the holidays' file: 2026-12-31 or 31.12.2026; invalid when it is neither.
-QDate readImportDate(const QString &text);
-
 /// Reads the command line, the program's name first; the reason when it cannot be understood, else empty.
-/// *help receives the help text when it was asked for.
-QString readImportOptions(const QStringList &arguments, ImportOptions &options, QString *help);
+/// *told receives the help or the version when it was asked for.
+QString readImportOptions(const QStringList &arguments, ImportOptions &options, QString *told);
 
 } // namespace tools::zukimport

@@ -1,3 +1,4 @@
+#include "options/programend.h"
 #include "tools/zukimport/importer.h"
 #include "tools/zukimport/importoptions.h"
 #include "tools/zukimport/importreport.h"
@@ -13,16 +14,11 @@ int main(int argc, char *argv[])
     out.setCodec("UTF-8");
 
     tools::zukimport::ImportOptions options;
-    QString help;
-    const QString fault = tools::zukimport::readImportOptions(QCoreApplication::arguments(), options, &help);
-    if (!help.isEmpty()) {
-        out << help;
-        return 0;
-    }
+    QString told;
+    const QString fault = tools::zukimport::readImportOptions(QCoreApplication::arguments(), options, &told);
+    if (const auto end = endAfterOptions(fault, told))
+        return *end;
     tools::zukimport::ImportReport report(out);
-    if (fault.isEmpty())
-        tools::zukimport::runImport(options, report);
-    else
-        report.fail(fault);
+    tools::zukimport::runImport(options, report);
     return report.outcome();
 }

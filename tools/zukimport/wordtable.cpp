@@ -26,7 +26,7 @@ QString WordTable::add(const QString &definition, bool goesOut)
     const int sign = definition.lastIndexOf(QLatin1Char('='));
     const QString word = definition.left(sign).trimmed().toUpper();
     if (sign <= 0 || word.isEmpty())
-        return QStringLiteral("%1 is not WORD=CODE").arg(definition);
+        return QStringLiteral("\"%1\" is not WORD=CODE").arg(definition);
 
     WordMeaning meaning;
     meaning.text = definition.mid(sign + 1).trimmed();
@@ -37,9 +37,9 @@ QString WordTable::add(const QString &definition, bool goesOut)
                                      [&code](const CodeName &entry) { return code == QLatin1String(entry.code); });
     const bool named = meaning.text.startsWith(code + QLatin1Char(':'));
     if (known == std::end(kCodes) || !(named || meaning.text == code))
-        return QStringLiteral("%1: the code must be 101 to 105 or 102:1 to 102:8").arg(definition);
+        return QStringLiteral("\"%1\": the code must be 101 to 105 or 102:1 to 102:8").arg(definition);
     if (goesOut && !meaning.code.isDeparture())
-        return QStringLiteral("%1: one goes out to what a departure names").arg(definition);
+        return QStringLiteral("\"%1\": one goes out to what a departure names").arg(definition);
     if (!named)
         meaning.text = code + QLatin1Char(':') + QString::fromUtf8(known->name);
 
@@ -50,7 +50,7 @@ QString WordTable::add(const QString &definition, bool goesOut)
     if (same == m_meanings.end())
         m_meanings.push_back(meaning);
     if (m_words.value(word, index) != index)
-        return QStringLiteral("%1: the word has another meaning already").arg(definition);
+        return QStringLiteral("\"%1\": the word has another meaning already").arg(definition);
     m_words.insert(word, index);
     return {};
 }

@@ -1,3 +1,4 @@
+#include "options/programend.h"
 #include "report/outputs.h"
 #include "report/paperapplication.h"
 #include "report/reporting.h"
@@ -16,13 +17,7 @@ using namespace tools::zukreport;
 
 namespace {
 
-enum ExitCode { kDone = 0, kFailed = 1, kUsage = 2 };
-
-int failed(ExitCode code, const QString &fault)
-{
-    std::fputs(QStringLiteral("zukreport: %1\n").arg(fault).toUtf8().constData(), stderr);
-    return code;
-}
+enum ExitCode { kDone = 0, kFailed = 1 };
 
 /// Tells somebody who waits how far it is, on a line of its own that is wiped at the end.
 class ProgressLine
@@ -97,12 +92,10 @@ int main(int argc, char *argv[])
     Console::prepare();
     QLoggingCategory::setFilterRules(QStringLiteral("*.debug=false\nqt.qpa.*=false"));
     ReportOptions options;
-    QString help;
-    const QString mistake = readReportOptions(QCoreApplication::arguments(), QDate::currentDate(), &options, &help);
-    if (!mistake.isEmpty())
-        return failed(kUsage, mistake + QStringLiteral(" (--help shows more)"));
-    if (!help.isEmpty())
-        return std::fputs(help.toUtf8().constData(), stdout) >= 0 && std::fflush(stdout) == 0 ? kDone : kFailed;
+    QString told;
+    const QString mistake = readReportOptions(QCoreApplication::arguments(), QDate::currentDate(), &options, &told);
+    if (const auto end = endAfterOptions(mistake, told))
+        return *end;
     const QString fault = makeFiles(options);
-    return fault.isEmpty() ? kDone : failed(kFailed, fault);
+    return fault.isEmpty() ? kDone : failWith(kFailed, fault);
 }

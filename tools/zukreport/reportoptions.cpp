@@ -1,10 +1,8 @@
 #include "tools/zukreport/reportoptions.h"
 
-#include "tools/common/dateperiod.h"
-#include "tools/common/idlist.h"
-#include "tools/common/optionreader.h"
+#include "options/optionparser.h"
 
-#include <iterator>
+#include <QMap>
 
 namespace tools::zukreport {
 
@@ -32,143 +30,98 @@ exceptions for each department. A file is there whole or not at all.
 Exit code: 0 done, 1 failed, 2 wrong usage.
 )";
 
-struct KindName {
-    const char *name;
-    report::Kind kind;
-};
-constexpr KindName kKinds[] = {{"statement", report::Kind::Statement},
-                               {"register", report::Kind::Register},
-                               {"exceptions", report::Kind::Exceptions}};
-
-struct FormatName {
-    const char *name;
-    report::Format format;
-};
-constexpr FormatName kFormats[] = {
-    {"text", report::Format::Text}, {"csv", report::Format::Csv}, {"pdf", report::Format::Pdf}};
-
-class ReportArguments : private OptionReader
+class ReportArguments : private OptionParser
 {
 public:
-    ReportArguments(ReportOptions &options, QDate today) : m_options(options), m_today(today)
+    ReportArguments(ReportOptions &options, QDate today)
+        : OptionParser("Makes statements and records of working time.", kExamples), m_options(options), m_today(today)
     {
-        m_parser.setApplicationDescription(QStringLiteral("Makes statements and records of working time."));
-        m_parser.addOptions(
-            {m_help, m_month, m_from, m_to, m_user, m_department, m_format, m_output, m_language, m_database});
-        m_parser.addPositionalArgument(QStringLiteral("report"), QStringLiteral("statement, register or exceptions."));
+        addWord(QStringLiteral("report"), QStringLiteral("statement, register or exceptions"));
     }
 
-    QString read(const QStringList &arguments, QString *help)
+    QString read(const QStringList &arguments, QString *told)
     {
-        const bool isParsed = m_parser.parse(arguments);
-        if (m_parser.isSet(m_help)) {
-            *help = m_parser.helpText() + QString::fromUtf8(kExamples);
-            return {};
-        }
-        if (!isParsed)
-            return m_parser.errorText();
+        if (!parse(arguments, told))
+            return fault();
         readKind();
         readPeriodOptions();
         readStaffOptions();
         readOutput();
-        m_options.job.language = languageOfLocale();
-        if (m_parser.isSet(m_language) && !readLanguage(m_parser.value(m_language), &m_options.job.language))
-            blame(QStringLiteral("--lang is sl or en"));
-        m_options.database = m_parser.value(m_database);
+        m_options.job.language = language(m_language);
+        m_options.database = value(m_database);
         return fault();
     }
 
 private:
     void readKind()
     {
-        const QStringList words = m_parser.positionalArguments();
-        if (words.size() != 1)
-            return blame(QStringLiteral("one report is needed: statement, register or exceptions"));
-        const auto *known = std::find_if(std::begin(kKinds), std::end(kKinds), [&words](const KindName &each) {
-            return words.first() == QLatin1String(each.name);
-        });
-        if (known == std::end(kKinds))
-            return blame(QStringLiteral("unknown report: ") + words.first());
-        m_options.job.kind = known->kind;
+        static const QMap<QString, report::Kind> kinds{{"statement", report::Kind::Statement},
+                                                       {"register", report::Kind::Register},
+                                                       {"exceptions", report::Kind::Exceptions}};
+        const QString word = words().constFirst();
+        if (!kinds.contains(word))
+            return blame(QStringLiteral("unknown report: ") + word);
+        m_options.job.kind = kinds.value(word);
     }
 
     void readPeriodOptions()
     {
-        const bool hasRange = m_parser.isSet(m_from) || m_parser.isSet(m_to);
+        const bool hasRange = isSet(m_from) || isSet(m_to);
         QDate month = QDate(m_today.year(), m_today.month(), 1).addMonths(-1);
-        if (m_parser.isSet(m_month)) {
-            month = QDate::fromString(m_parser.value(m_month), QStringLiteral("yyyy-MM"));
+        if (isSet(m_month)) {
+            month = QDate::fromString(value(m_month), QStringLiteral("yyyy-MM"));
             if (!month.isValid())
                 return blameValue(m_month, QStringLiteral("is not a month like 2026-10"));
             if (hasRange)
                 return blame(QStringLiteral("--month or --from and --to, not both"));
         }
-        DatePeriod period{month, month.addMonths(1).addDays(-1)};
-        if (hasRange) {
-            if (!m_parser.isSet(m_from) || !m_parser.isSet(m_to))
-                return blame(QStringLiteral("--from needs --to, and --to needs --from"));
-            blame(readPeriod(m_parser.value(m_from), m_parser.value(m_to), &period));
-        }
-        m_options.job.first = period.from;
-        m_options.job.last = period.to;
+        if (hasRange && !(isSet(m_from) && isSet(m_to)))
+            return blame(QStringLiteral("--from needs --to, and --to needs --from"));
+        const DatePeriod days = hasRange ? period(m_from, m_to) : DatePeriod{month, month.addMonths(1).addDays(-1)};
+        m_options.job.first = days.from;
+        m_options.job.last = days.to;
     }
 
     void readStaffOptions()
     {
         report::StaffFilter &staff = m_options.job.staff;
-        if (m_parser.isSet(m_user) && !readIdList(m_parser.value(m_user), &staff.users))
-            blameValue(m_user, QStringLiteral("is not a list like 5,7-12"));
-        if (m_parser.isSet(m_department))
-            staff.departments = QStringList{m_parser.value(m_department)};
+        staff.users = ids(m_user);
+        if (isSet(m_department))
+            staff.departments = QStringList{value(m_department)};
         // Nobody looks at the days of who has left.
         staff.withLeft = m_options.job.kind != report::Kind::Exceptions;
     }
 
     void readOutput()
     {
-        m_options.output = m_parser.value(m_output);
-        if (m_options.output.isEmpty())
-            return blame(QStringLiteral("--output is empty"));
-        const QString name = m_parser.isSet(m_format) ? m_parser.value(m_format) : m_options.output.section('.', -1);
-        const auto *known = std::find_if(std::begin(kFormats), std::end(kFormats),
-                                         [&name](const FormatName &each) { return name == QLatin1String(each.name); });
-        if (known != std::end(kFormats))
-            m_options.format = known->format;
-        else if (m_parser.isSet(m_format))
+        static const QMap<QString, report::Format> formats{
+            {"text", report::Format::Text}, {"csv", report::Format::Csv}, {"pdf", report::Format::Pdf}};
+        m_options.output = value(m_output);
+        const QString name = isSet(m_format) ? value(m_format) : m_options.output.section('.', -1);
+        if (isSet(m_format) && !formats.contains(name))
             blameValue(m_format, QStringLiteral("is not text, csv or pdf"));
+        m_options.format = formats.value(name, report::Format::Text);
     }
 
     ReportOptions &m_options;
     const QDate m_today;
-    const QCommandLineOption m_help{{QStringLiteral("h"), QStringLiteral("help")}, QStringLiteral("Shows this.")};
-    const QCommandLineOption m_month{QStringLiteral("month"), QStringLiteral("The month, as 2026-10."),
-                                     QStringLiteral("month")};
-    const QCommandLineOption m_from{QStringLiteral("from"), QStringLiteral("First day, as 2026-10-01 or 1.10.2026."),
-                                    QStringLiteral("date")};
-    const QCommandLineOption m_to{QStringLiteral("to"), QStringLiteral("Last day."), QStringLiteral("date")};
-    const QCommandLineOption m_user{QStringLiteral("user"), QStringLiteral("These employees alone, as in 5,7-12."),
-                                    QStringLiteral("ids")};
-    const QCommandLineOption m_department{QStringLiteral("department"), QStringLiteral("This department alone."),
-                                          QStringLiteral("name")};
-    const QCommandLineOption m_format{
-        QStringLiteral("format"), QStringLiteral("text, csv or pdf; by default as the output's name ends, else text."),
-        QStringLiteral("format")};
-    const QCommandLineOption m_output{QStringLiteral("output"),
-                                      QStringLiteral("A file, a folder, or - for the standard output (-)."),
-                                      QStringLiteral("file"), QStringLiteral("-")};
-    const QCommandLineOption m_language{QStringLiteral("lang"),
-                                        QStringLiteral("sl or en; by default as the environment has it."),
-                                        QStringLiteral("language")};
-    const QCommandLineOption m_database{QStringLiteral("database"),
-                                        QStringLiteral("The database (/opt/zuk3srv/zuknetserver.db)."),
-                                        QStringLiteral("file"), QStringLiteral("/opt/zuk3srv/zuknetserver.db")};
+    const Option m_month = add({"month", "The month, as 2026-10.", "month"});
+    const Option m_from = add({"from", "First day, as 2026-10-01 or 1.10.2026.", "date"});
+    const Option m_to = add({"to", "Last day.", "date"});
+    const Option m_user = add({"user", "These employees alone, as in 5,7-12.", "ids"});
+    const Option m_department = add({"department", "This department alone.", "name"});
+    const Option m_format =
+        add({"format", "text, csv or pdf; by default as the output's name ends, else text.", "format"});
+    const Option m_output = add({"output", "A file, a folder, or - for the standard output (-).", "file", "-"});
+    const Option m_language = addLanguage();
+    const Option m_database = addDatabase();
 };
 
 } // namespace
 
-QString readReportOptions(const QStringList &arguments, QDate today, ReportOptions *options, QString *help)
+QString readReportOptions(const QStringList &arguments, QDate today, ReportOptions *options, QString *told)
 {
-    return ReportArguments(*options, today).read(arguments, help);
+    return ReportArguments(*options, today).read(arguments, told);
 }
 
 } // namespace tools::zukreport

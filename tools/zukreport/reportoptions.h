@@ -14,8 +14,8 @@ struct ReportOptions {
     QString database;
 };
 
-/// What is wrong with the arguments; empty when nothing is. The help when it is asked for. Without a period it is the
-/// month before that of `today`.
-QString readReportOptions(const QStringList &arguments, QDate today, ReportOptions *options, QString *help);
+/// What is wrong with the arguments; empty when nothing is. *told receives the help or the version when it
+/// was asked for. Without a period it is the month before that of `today`.
+QString readReportOptions(const QStringList &arguments, QDate today, ReportOptions *options, QString *told);
 
 } // namespace tools::zukreport

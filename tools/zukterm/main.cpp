@@ -1,3 +1,4 @@
+#include "options/programend.h"
 #include "server/process/descriptorlimit.h"
 #include "server/process/terminationwatch.h"
 #include "tools/common/console.h"
@@ -6,7 +7,6 @@
 #include <QCoreApplication>
 #include <QLoggingCategory>
 
-#include <cstdio>
 #include <memory>
 
 using tools::zukterm::Fleet;
@@ -15,13 +15,7 @@ using tools::zukterm::TermOptions;
 
 namespace {
 
-enum ExitCode { kOk = 0, kRefused = 1, kUsage = 2 };
-
-int fail(const QString &fault)
-{
-    std::fputs(QStringLiteral("zukterm: %1\n").arg(fault).toUtf8().constData(), stderr);
-    return kUsage;
-}
+enum ExitCode { kOk = 0, kRefused = 1 };
 
 } // namespace
 
@@ -31,18 +25,14 @@ int main(int argc, char *argv[])
     Console::prepare();
     QLoggingCategory::setFilterRules(QStringLiteral("*.debug=false"));
     TermOptions options;
-    QString help;
-    QString fault = tools::zukterm::readTermOptions(QCoreApplication::arguments(), options, &help);
-    if (!fault.isEmpty())
-        return fail(fault + QStringLiteral(" (--help shows more)"));
-    if (!help.isEmpty()) {
-        std::fputs(help.toUtf8().constData(), stdout);
-        return kOk;
-    }
+    QString told;
+    QString fault = tools::zukterm::readTermOptions(QCoreApplication::arguments(), options, &told);
+    if (const auto end = endAfterOptions(fault, told))
+        return *end;
     TermInput input;
     fault = tools::zukterm::readTermInput(options, &input);
     if (!fault.isEmpty())
-        return fail(fault);
+        return failWith(kWrongUsage, fault);
 
     server::process::raiseDescriptorLimit();
     auto watch = std::make_unique<server::process::TerminationWatch>();

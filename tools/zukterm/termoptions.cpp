@@ -1,7 +1,6 @@
 #include "tools/zukterm/termoptions.h"
 
-#include "tools/common/idlist.h"
-#include "tools/common/optionreader.h"
+#include "options/optionparser.h"
 #include "tools/zukterm/terminalrows.h"
 
 #include <QDateTime>
@@ -40,30 +39,19 @@ Exit code: 0 done, 1 something was refused or not answered, 2 wrong usage.
 )";
 
 /// The options as the command line names them, and their reading into TermOptions.
-class TermArguments : private OptionReader
+class TermArguments : private OptionParser
 {
 public:
-    explicit TermArguments(TermOptions &options) : m_options(options)
+    explicit TermArguments(TermOptions &options)
+        : OptionParser("Simulates attendance terminals (or administration clients) at a ZUK3 server.", kExamples),
+          m_options(options)
     {
-        m_parser.setApplicationDescription(
-            QStringLiteral("Simulates attendance terminals (or administration clients) at a ZUK3 server."));
-        m_parser.addOptions({m_help,          m_host,        m_port,         m_admin,  m_number,   m_terminals,
-                             m_silent,        m_event,       m_send,         m_rate,   m_count,    m_users,
-                             m_inFlight,      m_log,         m_call,         m_events, m_logs,     m_pictures,
-                             m_offlineEvents, m_offlineLogs, m_offlineHours, m_once,   m_duration, m_reconnect,
-                             m_timeout,       m_quiet});
     }
 
-    QString read(const QStringList &arguments, QString *help)
+    QString read(const QStringList &arguments, QString *told)
     {
-        if (!m_parser.parse(withJoinedCalls(arguments)))
-            return m_parser.errorText();
-        if (m_parser.isSet(m_help)) {
-            *help = m_parser.helpText() + QString::fromUtf8(kExamples);
-            return {};
-        }
-        if (!m_parser.positionalArguments().isEmpty())
-            blame(QStringLiteral("unknown argument \"%1\"").arg(m_parser.positionalArguments().constFirst()));
+        if (!parse(withJoinedCalls(arguments), told))
+            return fault();
         readTerminals();
         readRecorded();
         readSent();
@@ -87,68 +75,65 @@ private:
 
     void readTerminals()
     {
-        m_options.host = m_parser.value(m_host);
-        m_options.port = static_cast<quint16>(number(m_port, 1, 65535));
-        m_options.admin = m_parser.isSet(m_admin);
-        m_options.firstNumber = static_cast<int>(number(m_number, 0, INT_MAX - TermOptions::kMaxTerminals));
-        m_options.terminals = static_cast<int>(number(m_terminals, 1, TermOptions::kMaxTerminals));
-        m_options.silent = static_cast<int>(number(m_silent, 0, m_options.terminals));
+        m_options.host = value(m_host);
+        m_options.port = number<quint16>(m_port, 1);
+        m_options.admin = isSet(m_admin);
+        m_options.firstNumber = number(m_number, 0, INT_MAX - TermOptions::kMaxTerminals);
+        m_options.terminals = number(m_terminals, 1, TermOptions::kMaxTerminals);
+        m_options.silent = number(m_silent, 0, m_options.terminals);
     }
 
     void readRecorded()
     {
-        m_options.logsFile = m_parser.value(m_logs);
-        m_options.eventsFile = m_parser.value(m_events);
-        m_options.picturesFolder = m_parser.value(m_pictures);
-        m_options.offlineEvents = static_cast<int>(number(m_offlineEvents, 0, TermOptions::kMaxRows));
-        m_options.offlineLogs = static_cast<int>(number(m_offlineLogs, 0, TermOptions::kMaxRows));
-        m_options.offlineHours = static_cast<int>(number(m_offlineHours, 1, 100000));
+        m_options.logsFile = value(m_logs);
+        m_options.eventsFile = value(m_events);
+        m_options.picturesFolder = value(m_pictures);
+        m_options.offlineEvents = number(m_offlineEvents, 0, TermOptions::kMaxRows);
+        m_options.offlineLogs = number(m_offlineLogs, 0, TermOptions::kMaxRows);
+        m_options.offlineHours = number(m_offlineHours, 1, 100000);
     }
 
     void readSent()
     {
-        const QStringList events = m_parser.values(m_event);
+        const QStringList events = values(m_event);
         for (const QString &text : events)
             addEvent(text);
-        m_options.sendFile = m_parser.value(m_send);
-        if (!readIdList(m_parser.value(m_users), &m_options.users))
-            blame(QStringLiteral("--users \"%1\" is not a list like 1-40,57").arg(m_parser.value(m_users)));
-        if (m_parser.isSet(m_rate)) {
+        m_options.sendFile = value(m_send);
+        m_options.users = ids(m_users);
+        if (isSet(m_rate)) {
             bool ok = false;
-            m_options.ratePerS = m_parser.value(m_rate).toDouble(&ok);
+            m_options.ratePerS = value(m_rate).toDouble(&ok);
             if (!ok || !(m_options.ratePerS > 0 && m_options.ratePerS <= TermOptions::kMaxRatePerS))
-                blame(QStringLiteral("--rate \"%1\" is not a fitting number").arg(m_parser.value(m_rate)));
+                blameValue(m_rate, QStringLiteral("is not a number up to %1").arg(TermOptions::kMaxRatePerS));
         }
-        m_options.count = number(m_count, 0, LLONG_MAX);
-        m_options.inFlight = static_cast<int>(number(m_inFlight, 1, 1000000));
-        m_options.logTexts = m_parser.values(m_log);
-        const QStringList calls = m_parser.values(m_call);
+        m_options.count = number<qint64>(m_count, 0);
+        m_options.inFlight = number(m_inFlight, 1, 1000000);
+        m_options.logTexts = values(m_log);
+        const QStringList calls = values(m_call);
         for (const QString &text : calls)
             addCall(text);
     }
 
     void readRun()
     {
-        m_options.once = m_parser.isSet(m_once);
+        m_options.once = isSet(m_once);
         m_options.durationMs = seconds(m_duration);
         m_options.reconnectMs = seconds(m_reconnect);
-        m_options.timeoutMs = seconds(m_timeout);
-        if (m_options.timeoutMs == 0)
-            blame(QStringLiteral("--timeout must be more than 0"));
-        m_options.quiet = m_parser.isSet(m_quiet);
+        m_options.timeoutMs = timeout(m_timeout);
+        m_options.quiet = isSet(m_quiet);
     }
 
     void checkTogether()
     {
-        const bool sendsEvents = !m_options.events.isEmpty() || m_parser.isSet(m_send) || m_parser.isSet(m_rate);
-        const bool hasRows = sendsEvents || m_parser.isSet(m_events) || m_parser.isSet(m_logs);
-        if (m_options.admin && (sendsEvents || m_parser.isSet(m_events) || m_options.offlineEvents > 0))
+        const bool sendsEvents = !m_options.events.isEmpty() || isSet(m_send) || isSet(m_rate);
+        const bool hasRows = sendsEvents || isSet(m_events) || isSet(m_logs);
+        if (m_options.admin && (sendsEvents || isSet(m_events) || m_options.offlineEvents > 0))
             blame(QStringLiteral("administration clients have no events"));
         if (m_options.activeTerminals() == 0 && hasRows)
             blame(QStringLiteral("all terminals are silent"));
-        if (m_parser.isSet(m_count) && !m_parser.isSet(m_rate))
+        if (isSet(m_count) && !isSet(m_rate))
             blame(QStringLiteral("--count needs --rate"));
-        if (m_options.once && m_parser.isSet(m_rate) && m_options.count == 0 && m_options.durationMs == 0)
+        if (m_options.once && isSet(m_rate) && m_options.count == 0 && m_options.durationMs == 0)
             blame(QStringLiteral("--once with --rate needs --count or --duration"));
     }
 
@@ -183,48 +168,46 @@ private:
     }
 
     TermOptions &m_options;
-    const QCommandLineOption m_help{{"h", "help"}, "Shows this help."};
-    const QCommandLineOption m_host{"host", "The server's name or address (127.0.0.1).", "name", "127.0.0.1"};
-    const QCommandLineOption m_port{"port", "The server's port (3501).", "port", "3501"};
-    const QCommandLineOption m_admin{"admin", "Log in as administration clients."};
-    const QCommandLineOption m_number{{"n", "number"}, "Number of the (first) terminal (1).", "N", "1"};
-    const QCommandLineOption m_terminals{"terminals", "So many terminals, numbered from --number on (1).", "count",
-                                         "1"};
-    const QCommandLineOption m_silent{"silent", "The last so many of them answer nothing (0).", "count", "0"};
-    const QCommandLineOption m_event{
-        "event", "Sends an event: \"USER[,CODE[,TIME[,REMARK]]]\"; 101:Prihod and now by default.", "event"};
-    const QCommandLineOption m_send{"send", "Sends the events of this file.", "file"};
-    const QCommandLineOption m_rate{"rate", "Sends so many generated events per second, over all terminals.", "N"};
-    const QCommandLineOption m_count{"count", "Generates so many events with --rate, then no more.", "count", "0"};
-    const QCommandLineOption m_users{"users", "Users of generated events (1-50).", "list", "1-50"};
-    const QCommandLineOption m_inFlight{"in-flight", "Events that one terminal has unanswered at a time (1).", "count",
-                                        "1"};
-    const QCommandLineOption m_log{"log", "Sends a log line.", "text"};
-    const QCommandLineOption m_call{"call", "Calls any method, with JSON parameters behind it, and prints the answer.",
-                                    "method [json]"};
-    const QCommandLineOption m_events{"events", "Events recorded while offline.", "file"};
-    const QCommandLineOption m_logs{"logs", "Log rows recorded while offline.", "file"};
-    const QCommandLineOption m_pictures{"pictures", "Pictures of the terminals.", "folder"};
-    const QCommandLineOption m_offlineEvents{"offline-events", "So many generated offline events per terminal.",
-                                             "count", "0"};
-    const QCommandLineOption m_offlineLogs{"offline-logs", "So many generated offline log rows per terminal.", "count",
-                                           "0"};
-    const QCommandLineOption m_offlineHours{"offline-hours", "The time before now over which they are spread (8).",
-                                            "hours", "8"};
-    const QCommandLineOption m_once{
-        "once", "Ends when everything was sent and answered and the server has asked for the offline rows."};
-    const QCommandLineOption m_duration{"duration", "Ends after so many seconds.", "seconds", "0"};
-    const QCommandLineOption m_reconnect{"reconnect", "Connects again so many seconds after a loss (2); 0 never.",
-                                         "seconds", "2"};
-    const QCommandLineOption m_timeout{"timeout", "Seconds to wait for an answer (30).", "seconds", "30"};
-    const QCommandLineOption m_quiet{{"q", "quiet"}, "Prints only the summary."};
+    const Option m_host = add({"host", "The server's name or address (127.0.0.1).", "name", "127.0.0.1"});
+    const Option m_port = add({"port", "The server's port (3501).", "port", "3501"});
+    const Option m_admin = add({"admin", "Log in as administration clients."});
+    const Option m_number = add({{"n", "number"}, "Number of the (first) terminal (1).", "N", "1"});
+    const Option m_terminals = add({"terminals", "So many terminals, numbered from --number on (1).", "count", "1"});
+    const Option m_silent = add({"silent", "The last so many of them answer nothing (0).", "count", "0"});
+    const Option m_event =
+        add({"event", "Sends an event: \"USER[,CODE[,TIME[,REMARK]]]\"; 101:Prihod and now by default.", "event"});
+    const Option m_send = add({"send", "Sends the events of this file.", "file"});
+    const Option m_rate = add({"rate", "Sends so many generated events per second, over all terminals.", "N"});
+    const Option m_count = add({"count", "Generates so many events with --rate, then no more.", "count", "0"});
+    const Option m_users = add({"users", "Users of generated events (1-50).", "list", "1-50"});
+    const Option m_inFlight =
+        add({"in-flight", "Events that one terminal has unanswered at a time (1).", "count", "1"});
+    const Option m_log = add({"log", "Sends a log line.", "text"}, Empty::Allowed);
+    const Option m_call =
+        add({"call", "Calls any method, with JSON parameters behind it, and prints the answer.", "method [json]"});
+    const Option m_events = add({"events", "Events recorded while offline.", "file"});
+    const Option m_logs = add({"logs", "Log rows recorded while offline.", "file"});
+    const Option m_pictures = add({"pictures", "Pictures of the terminals.", "folder"});
+    const Option m_offlineEvents =
+        add({"offline-events", "So many generated offline events per terminal.", "count", "0"});
+    const Option m_offlineLogs =
+        add({"offline-logs", "So many generated offline log rows per terminal.", "count", "0"});
+    const Option m_offlineHours =
+        add({"offline-hours", "The time before now over which they are spread (8).", "hours", "8"});
+    const Option m_once =
+        add({"once", "Ends when everything was sent and answered and the server has asked for the offline rows."});
+    const Option m_duration = add({"duration", "Ends after so many seconds.", "seconds", "0"});
+    const Option m_reconnect =
+        add({"reconnect", "Connects again so many seconds after a loss (2); 0 never.", "seconds", "2"});
+    const Option m_timeout = add({"timeout", "Seconds to wait for an answer (30).", "seconds", "30"});
+    const Option m_quiet = add({{"q", "quiet"}, "Prints only the summary."});
 };
 
 } // namespace
 
-QString readTermOptions(const QStringList &arguments, TermOptions &options, QString *help)
+QString readTermOptions(const QStringList &arguments, TermOptions &options, QString *told)
 {
-    return TermArguments(options).read(arguments, help);
+    return TermArguments(options).read(arguments, told);
 }
 
 } // namespace tools::zukterm

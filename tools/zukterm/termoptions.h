@@ -11,7 +11,7 @@ namespace tools::zukterm {
 /// What one run of the terminal simulator is told to do.
 struct TermOptions {
     static constexpr int kMaxTerminals = 60000;  ///< more than one address has ports for
-    static constexpr qint64 kMaxRows = 10000000; ///< that are generated, for each terminal
+    static constexpr int kMaxRows = 10000000;    ///< that are generated, for each terminal
     static constexpr int kMaxRatePerS = 1000000; ///< of generated events
 
     struct Call {
@@ -56,7 +56,7 @@ struct TermOptions {
 };
 
 /// Reads the command line, the program's name first; the reason when it cannot be understood, else empty.
-/// *help receives the help text when it was asked for.
-QString readTermOptions(const QStringList &arguments, TermOptions &options, QString *help);
+/// *told receives the help or the version when it was asked for.
+QString readTermOptions(const QStringList &arguments, TermOptions &options, QString *told);
 
 } // namespace tools::zukterm

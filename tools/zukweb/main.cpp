@@ -1,20 +1,20 @@
+#include "options/optionparser.h"
+#include "options/programend.h"
 #include "tools/common/console.h"
-#include "tools/common/dateperiod.h"
 #include "tools/common/jsonoutput.h"
 #include "tools/zukweb/reports.h"
 #include "tools/zukweb/websession.h"
 
-#include <QCommandLineParser>
 #include <QCoreApplication>
 
 #include <cstdio>
+#include <optional>
 
-using tools::zukweb::WebSession;
-namespace Reports = tools::zukweb::Reports;
+using namespace tools::zukweb;
 
 namespace {
 
-enum ExitCode { kOk = 0, kRefused = 1, kUsage = 2, kNoConnection = 3 };
+enum ExitCode { kOk = 0, kRefused = 1, kNoConnection = 3 };
 
 const char kExamples[] = R"(
 Commands:
@@ -36,27 +36,18 @@ standard input. Dates read 31.3.2025 or 2025-03-31; without them the period is t
 Exit code: 0 done, 1 refused by the server, 2 wrong usage, 3 no connection or no answer.
 )";
 
-void say(FILE *stream, const QString &text)
-{
-    std::fputs(text.toUtf8().constData(), stream);
-}
+/// What one run asks the server.
+struct WebOptions {
+    QUrl url;
+    QString user;
+    std::optional<QString> password; ///< null: it is not on the command line
+    std::optional<qint64> employee;  ///< null: the user
+    int timeoutMs = 0;               ///< for each answer
+    bool json = false;
 
-int fail(ExitCode code, const QString &reason)
-{
-    say(stderr, QStringLiteral("zukweb: %1\n").arg(reason));
-    return code;
-}
-
-int outcome(WebSession::Outcome outcome, const WebSession &session)
-{
-    return fail(outcome == WebSession::Refused ? kRefused : kNoConnection, session.error());
-}
-
-/// What one command asks the server, and how its answer is shown.
-struct Command {
-    QString type;
+    QString type; ///< of the question
     QAny data;
-    QString (*report)(const QAny &data) = nullptr;
+    QString (*report)(const QAny &data) = nullptr; ///< how its answer is shown
 };
 
 QString stored(const QAny &)
@@ -64,85 +55,93 @@ QString stored(const QAny &)
     return QStringLiteral("The event is stored.\n");
 }
 
-struct Options {
-    const QCommandLineOption help{{QStringLiteral("h"), QStringLiteral("help")}, QStringLiteral("Shows this help.")};
-    const QCommandLineOption url{QStringLiteral("url"),
-                                 QStringLiteral("Web address of the server (ws://127.0.0.1:1233)."),
-                                 QStringLiteral("url"), QStringLiteral("ws://127.0.0.1:1233")};
-    const QCommandLineOption user{
-        {QStringLiteral("u"), QStringLiteral("user")}, QStringLiteral("User name."), QStringLiteral("name")};
-    const QCommandLineOption password{{QStringLiteral("p"), QStringLiteral("password")},
-                                      QStringLiteral("Password; other users of this machine may see it."),
-                                      QStringLiteral("text")};
-    const QCommandLineOption from{QStringLiteral("from"), QStringLiteral("First day of the period."),
-                                  QStringLiteral("date")};
-    const QCommandLineOption to{QStringLiteral("to"), QStringLiteral("Last day of the period."),
-                                QStringLiteral("date")};
-    const QCommandLineOption employee{QStringLiteral("employee"),
-                                      QStringLiteral("Id of the employee; the user's own by default."),
-                                      QStringLiteral("id")};
-    const QCommandLineOption pairs{QStringLiteral("pairs"), QStringLiteral("wtime: also the pairs.")};
-    const QCommandLineOption code{QStringLiteral("code"), QStringLiteral("add-meta: access code."),
-                                  QStringLiteral("text")};
-    const QCommandLineOption type{QStringLiteral("type"), QStringLiteral("add-meta: kind of event."),
-                                  QStringLiteral("text"), QStringLiteral("ME")};
-    const QCommandLineOption remark{QStringLiteral("remark"), QStringLiteral("add-meta: remark."),
-                                    QStringLiteral("text")};
-    const QCommandLineOption json{QStringLiteral("json"), QStringLiteral("Prints the answer's data as JSON.")};
-    const QCommandLineOption timeout{QStringLiteral("timeout"), QStringLiteral("Seconds to wait for each answer."),
-                                     QStringLiteral("seconds"), QStringLiteral("60")};
+class WebArguments : private OptionParser
+{
+public:
+    explicit WebArguments(WebOptions &options)
+        : OptionParser("Asks a ZUK3 server what its employees' web page asks.", kExamples), m_options(options)
+    {
+        addWord(QStringLiteral("command"), QStringLiteral("wtime, presence, saldo or add-meta"));
+    }
+
+    QString read(const QStringList &arguments, QString *told)
+    {
+        if (!parse(arguments, told))
+            return fault();
+        readSession();
+        readCommand(words().constFirst());
+        m_options.json = isSet(m_json);
+        return fault();
+    }
+
+private:
+    void readSession()
+    {
+        if (!isSet(m_user))
+            blame(QStringLiteral("--user is needed"));
+        m_options.user = value(m_user);
+        if (isSet(m_password))
+            m_options.password = value(m_password);
+        m_options.url = QUrl(value(m_url), QUrl::StrictMode);
+        const QString scheme = m_options.url.scheme();
+        if ((scheme != QLatin1String("ws") && scheme != QLatin1String("wss")) || m_options.url.host().isEmpty())
+            blameValue(m_url, QStringLiteral("is not an address like ws://127.0.0.1:1233 or wss://zuk.example"));
+        m_options.timeoutMs = timeout(m_timeout);
+    }
+
+    void readCommand(const QString &word)
+    {
+        if (isSet(m_employee))
+            m_options.employee = number<qint64>(m_employee, 1);
+        if (word == QLatin1String("wtime")) {
+            const DatePeriod days = period(m_from, m_to);
+            ask("getWTime", Reports::workTime,
+                {{"STARTDATE", serverDate(days.from)}, {"ENDDATE", serverDate(days.to)}, {"PAIRS", isSet(m_pairs)}});
+        } else if (word == QLatin1String("presence")) {
+            ask("getPresence", Reports::presence);
+        } else if (word == QLatin1String("saldo")) {
+            ask("getSaldo", Reports::saldo);
+        } else if (word == QLatin1String("add-meta")) {
+            if (!isSet(m_code))
+                blame(QStringLiteral("add-meta needs --code"));
+            ask("addMeta", stored, {{"AC", value(m_code)}, {"TYPE", value(m_type)}, {"REM", value(m_remark)}});
+        } else {
+            blame(QStringLiteral("unknown command: ") + word);
+        }
+    }
+
+    void ask(const char *type, QString (*report)(const QAny &), const QAny &data = QAny(QAny::Hash))
+    {
+        m_options.type = QString::fromLatin1(type);
+        m_options.data = data;
+        m_options.report = report;
+    }
+
+    WebOptions &m_options;
+    const Option m_url = add({"url", "Web address of the server (ws://127.0.0.1:1233).", "url", "ws://127.0.0.1:1233"});
+    const Option m_user = add({{"u", "user"}, "User name.", "name"});
+    const Option m_password =
+        add({{"p", "password"}, "Password; other users of this machine may see it.", "text"}, Empty::Allowed);
+    const Option m_from = add({"from", "wtime: first day of the period.", "date"});
+    const Option m_to = add({"to", "wtime: last day of the period.", "date"});
+    const Option m_employee = add({"employee", "Id of the employee; the user's own by default.", "id"});
+    const Option m_pairs = add({"pairs", "wtime: also the pairs."});
+    const Option m_code = add({"code", "add-meta: access code.", "text"});
+    const Option m_type = add({"type", "add-meta: kind of event (ME).", "text", "ME"});
+    const Option m_remark = add({"remark", "add-meta: remark.", "text"}, Empty::Allowed);
+    const Option m_json = add({"json", "Prints the answer's data as JSON."});
+    const Option m_timeout = add({"timeout", "Seconds to wait for each answer (60).", "seconds", "60"});
 };
 
-/// Checks what can be checked before the server is asked; the reason when something is wrong.
-QString prepare(const QCommandLineParser &parser, const Options &options, Command *command)
+int failed(WebSession::Outcome outcome, const WebSession &session)
 {
-    const QStringList words = parser.positionalArguments();
-    if (words.size() != 1)
-        return QStringLiteral("one command is needed: wtime, presence, saldo or add-meta");
-    if (!parser.isSet(options.user))
-        return QStringLiteral("--user is needed");
-    const QString scheme = QUrl(parser.value(options.url), QUrl::StrictMode).scheme();
-    if (scheme != QLatin1String("ws") && scheme != QLatin1String("wss"))
-        return QStringLiteral("--url must begin with ws:// or wss://");
-    bool isNumber = false;
-    if (parser.isSet(options.employee) && (parser.value(options.employee).toLongLong(&isNumber) <= 0 || !isNumber))
-        return QStringLiteral("--employee must be an employee's number");
-    if (parser.value(options.timeout).toInt() <= 0)
-        return QStringLiteral("--timeout must be a number of seconds");
-
-    const QString &word = words.first();
-    if (word == QLatin1String("wtime")) {
-        DatePeriod period;
-        const QString mistake = readPeriod(parser.value(options.from), parser.value(options.to), &period);
-        if (!mistake.isEmpty())
-            return mistake;
-        *command = {QStringLiteral("getWTime"),
-                    QAny{{QStringLiteral("STARTDATE"), serverDate(period.from)},
-                         {QStringLiteral("ENDDATE"), serverDate(period.to)},
-                         {QStringLiteral("PAIRS"), parser.isSet(options.pairs)}},
-                    Reports::workTime};
-    } else if (word == QLatin1String("presence")) {
-        *command = {QStringLiteral("getPresence"), QAny(QAny::Hash), Reports::presence};
-    } else if (word == QLatin1String("saldo")) {
-        *command = {QStringLiteral("getSaldo"), QAny(QAny::Hash), Reports::saldo};
-    } else if (word == QLatin1String("add-meta")) {
-        if (parser.value(options.code).isEmpty())
-            return QStringLiteral("add-meta needs --code");
-        *command = {QStringLiteral("addMeta"),
-                    QAny{{QStringLiteral("AC"), parser.value(options.code)},
-                         {QStringLiteral("TYPE"), parser.value(options.type)},
-                         {QStringLiteral("REM"), parser.value(options.remark)}},
-                    stored};
-    } else {
-        return QStringLiteral("unknown command: ") + word;
-    }
-    return {};
+    return failWith(outcome == WebSession::Refused ? kRefused : kNoConnection, session.error());
 }
 
-QString password(const QCommandLineParser &parser, const Options &options)
+QString passwordOf(const WebOptions &options)
 {
-    if (parser.isSet(options.password))
-        return parser.value(options.password);
+    if (options.password)
+        return *options.password;
     if (qEnvironmentVariableIsSet("ZUK_PASSWORD"))
         return qEnvironmentVariable("ZUK_PASSWORD");
     return Console::readPassword("Password: ");
@@ -152,44 +151,31 @@ QString password(const QCommandLineParser &parser, const Options &options)
 
 int main(int argc, char *argv[])
 {
-    QCoreApplication application(argc, argv);
+    const QCoreApplication application(argc, argv);
     Console::prepare();
-    const Options options;
-    QCommandLineParser parser;
-    parser.setApplicationDescription(QStringLiteral("Asks a ZUK3 server what its employees' web page asks."));
-    parser.addOptions({options.help, options.url, options.user, options.password, options.from, options.to,
-                       options.employee, options.pairs, options.code, options.type, options.remark, options.json,
-                       options.timeout});
-    parser.addPositionalArgument(QStringLiteral("command"), QStringLiteral("wtime, presence, saldo or add-meta."));
-    if (!parser.parse(QCoreApplication::arguments()))
-        return fail(kUsage, parser.errorText());
-    if (parser.isSet(options.help)) {
-        say(stdout, parser.helpText() + QString::fromUtf8(kExamples));
-        return kOk;
-    }
-    Command command;
-    const QString mistake = prepare(parser, options, &command);
-    if (!mistake.isEmpty())
-        return fail(kUsage, mistake + QStringLiteral(" (--help shows more)"));
+    WebOptions options;
+    QString told;
+    const QString fault = WebArguments(options).read(QCoreApplication::arguments(), &told);
+    if (const auto end = endAfterOptions(fault, told))
+        return *end;
 
-    WebSession session(parser.value(options.timeout).toInt() * 1000);
-    const QString secret = password(parser, options);
-    WebSession::Outcome step = session.open(QUrl(parser.value(options.url)));
+    WebSession session(options.timeoutMs);
+    const QString password = passwordOf(options);
+    WebSession::Outcome step = session.open(options.url);
     if (step != WebSession::Answered)
-        return fail(kNoConnection, parser.value(options.url) + QStringLiteral(": ") + session.error());
-    step = session.logIn(parser.value(options.user), secret);
+        return failWith(kNoConnection, options.url.toString() + QStringLiteral(": ") + session.error());
+    step = session.logIn(options.user, password);
     if (step != WebSession::Answered)
-        return outcome(step, session);
+        return failed(step, session);
 
-    const QAny employee = parser.isSet(options.employee) ? QAny(parser.value(options.employee).toLongLong())
-                                                         : session.data().lookup("idp");
-    command.data.insert(command.type == QLatin1String("getWTime") ? QStringLiteral("USER") : QStringLiteral("ID"),
+    const QAny employee = options.employee ? QAny(*options.employee) : session.data().lookup("idp");
+    options.data.insert(options.type == QLatin1String("getWTime") ? QStringLiteral("USER") : QStringLiteral("ID"),
                         employee);
-    step = session.ask(command.type, command.data);
+    step = session.ask(options.type, options.data);
     if (step != WebSession::Answered)
-        return outcome(step, session);
-    say(stdout,
-        parser.isSet(options.json) ? QString::fromUtf8(jsonOutput(session.data())) : command.report(session.data()));
+        return failed(step, session);
+    const QByteArray text = options.json ? jsonOutput(session.data()) : options.report(session.data()).toUtf8();
+    std::fputs(text.constData(), stdout);
     session.logOut();
     return kOk;
 }

@@ -167,9 +167,12 @@ QString Reports::saldo(const QAny &data)
     for (int i = 0; i < rows.count(); ++i) {
         if (i > 0)
             text += QLatin1Char('\n');
+        TextTable table;
+        table.addColumn();
+        table.addColumn();
         for (const auto &line : lines)
-            text += QString::fromLatin1(line.title).leftJustified(26) +
-                    printable(packedText(rows.at(i), QString::fromLatin1(line.key))) + QLatin1Char('\n');
+            table.addRow({QString::fromLatin1(line.title), packedText(rows.at(i), QString::fromLatin1(line.key))});
+        text += table.toText();
     }
     return text.isEmpty() ? QStringLiteral("No balance is stored.\n") : text;
 }

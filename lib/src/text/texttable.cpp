@@ -57,7 +57,7 @@ QString TextTable::toText() const
         dashes.append(QString(width, QLatin1Char('-')));
     const QString rule = lineOf(dashes, widths);
 
-    QString text = lineOf(m_titles, widths) + rule;
+    QString text = m_titles.join(QString()).isEmpty() ? QString() : lineOf(m_titles, widths) + rule;
     for (int i = 0; i < m_rows.size(); ++i) {
         if (m_rules.contains(i))
             text += rule;

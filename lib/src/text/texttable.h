@@ -10,13 +10,14 @@ class TextTable
 public:
     enum Align { Left, Right };
 
-    void addColumn(const QString &title, Align align = Left);
+    void addColumn(const QString &title = {}, Align align = Left);
     void addRow(const QStringList &cells);
     /// A line across before the next row.
     void addRule() { m_rules.append(m_rows.size()); }
     bool isEmpty() const { return m_rows.isEmpty(); }
 
-    /// Title line, rule and rows, each ended by a newline, no blanks at line ends.
+    /// Title line, rule and rows, each ended by a newline, no blanks at line ends. Columns without titles are rows
+    /// alone.
     QString toText() const;
 
 private:

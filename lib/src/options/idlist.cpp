@@ -1,4 +1,4 @@
-#include "tools/common/idlist.h"
+#include "options/idlist.h"
 
 #include <QStringList>
 
