@@ -11,7 +11,7 @@ namespace server::host {
 class LoopLateness : public QObject
 {
 public:
-    static constexpr int kIntervalMs = 50;
+    static constexpr int kIntervalMs = 100;
 
     explicit LoopLateness(QObject *parent = nullptr);
 
