@@ -22,6 +22,7 @@ Examples:
   zukadmin recalc --from 1.3.2025 --to 31.3.2025 --user 5,7-12
   zukadmin recalc --from 1.3.2025 --to 31.3.2025 --table sums --csv > march.csv
   zukadmin explain 5 31.3.2025
+  zukadmin doctor --database /opt/zuk3srv/zuknetserver.db
   zukadmin put build/zuk3server update && zukadmin restart
   zukadmin get ZUKSERW.INI -
   zukadmin cmd 5 '{"CMD":"open"}'
@@ -33,6 +34,9 @@ the server would leave them out.
 explain tells how the server came to the hours of one day of an employee, whose id stands in employees.ID: what became
 of each event, what each rule changed and why the others did nothing.
 
+doctor examines a site over the server, or with --database its file, and then also what lies beside it: events that
+wait, the disk, back-ups. It changes nothing and tells what it could not see.
+
 put writes below the folder of the server's executable (a DIR may be new, its parent not), get reads relative to the
 server's working folder, which is the same one when it runs as a service or with -d. The server never says that it could
 not write a file: so put fetches it again and compares, unless told --no-verify.
@@ -40,7 +44,8 @@ not write a file: so put fetches it again and compares, unless told --no-verify.
 Only one client can be logged in under one number. Dates read 31.3.2025 or 2025-03-31; without them the period is this
 month up to today.
 
-Exit code: 0 done, 1 refused, failed or not reachable, 2 wrong usage.
+Exit code: 0 done, 1 refused, failed or not reachable, 2 wrong usage; doctor: 0 nothing found, 1 could not be examined,
+3 something to look at soon, 4 something to act on now.
 )";
 
 class AdminArguments : private OptionReader
@@ -50,7 +55,7 @@ public:
     {
         m_parser.setApplicationDescription(QStringLiteral("Administers a ZUK3 server: runs one command on it."));
         m_parser.addOptions({m_help, m_host, m_port, m_number, m_timeout, m_json, m_csv, m_noVerify, m_from, m_to,
-                             m_user, m_table, m_language});
+                             m_user, m_table, m_language, m_database, m_backups, m_figures, m_webPort});
         m_parser.addPositionalArgument(QStringLiteral("command"), QStringLiteral("One of the commands below."));
     }
 
@@ -68,6 +73,7 @@ public:
             checkOptions();
             readCalculation();
             readLanguage();
+            readExamination();
         }
         return fault();
     }
@@ -110,10 +116,18 @@ private:
         const struct {
             const QCommandLineOption &option;
             unsigned needs;
-        } special[] = {{m_json, AdminCommand::Json},         {m_csv, AdminCommand::Csv},
-                       {m_noVerify, AdminCommand::NoVerify}, {m_from, AdminCommand::Calculation},
-                       {m_to, AdminCommand::Calculation},    {m_user, AdminCommand::Calculation},
-                       {m_table, AdminCommand::Calculation}, {m_language, AdminCommand::Explanation}};
+        } special[] = {{m_json, AdminCommand::Json},
+                       {m_csv, AdminCommand::Csv},
+                       {m_noVerify, AdminCommand::NoVerify},
+                       {m_from, AdminCommand::Calculation},
+                       {m_to, AdminCommand::Calculation},
+                       {m_user, AdminCommand::Calculation},
+                       {m_table, AdminCommand::Calculation},
+                       {m_language, AdminCommand::Explanation},
+                       {m_database, AdminCommand::Examination},
+                       {m_backups, AdminCommand::Examination},
+                       {m_figures, AdminCommand::Examination},
+                       {m_webPort, AdminCommand::Examination}};
         for (const auto &each : special) {
             if (m_parser.isSet(each.option) && !(m_options.command->options & each.needs)) {
                 blame(QStringLiteral("%1 has no --%2")
@@ -144,6 +158,17 @@ private:
             blame(QStringLiteral("--lang is sl or en"));
     }
 
+    void readExamination()
+    {
+        m_options.database = m_parser.value(m_database);
+        m_options.backups = m_parser.value(m_backups);
+        m_options.figures = m_parser.value(m_figures);
+        if (m_parser.isSet(m_webPort))
+            m_options.webPort = static_cast<quint16>(number(m_webPort, 1, 65535));
+        if (m_parser.isSet(m_database) && m_options.database.isEmpty())
+            blame(QStringLiteral("--database needs a file"));
+    }
+
     AdminOptions &m_options;
     const QCommandLineOption m_help{{"h", "help"}, "Shows this help."};
     const QCommandLineOption m_host{"host", "The server's name or address (127.0.0.1).", "name", "127.0.0.1"};
@@ -160,6 +185,14 @@ private:
     const QCommandLineOption m_table{"table", "recalc: only pairs, days, sums or errors; with --csv days if not given.",
                                      "name"};
     const QCommandLineOption m_language{"lang", "explain: Slovenian or English (as the locale has it).", "sl|en"};
+    const QCommandLineOption m_database{"database", "doctor: looks at this file, without logging in.", "file"};
+    const QCommandLineOption m_backups{"backups", "doctor: the folder of zukbackup (/var/backups/zuk3srv).", "folder",
+                                       "/var/backups/zuk3srv"};
+    const QCommandLineOption m_figures{
+        "figures", "doctor: what ZUK_METRICS_FILE names for the server (/run/zuk3srv/zuk3server.prom).", "file",
+        qEnvironmentVariable("ZUK_METRICS_FILE", QStringLiteral("/run/zuk3srv/zuk3server.prom"))};
+    const QCommandLineOption m_webPort{"web-port", "doctor: the port of the web (as ZUKSERW.INI has it; 1233).",
+                                       "port"};
 };
 
 } // namespace
