@@ -163,10 +163,12 @@ void TestDoctor::storedFaults_data()
     row("a calendar of notes", {"alter table calendar drop column PRAZNIK"}, {}, "all is well");
     row("a calendar without either",
         {"alter table calendar drop column PRAZNIK", "alter table calendar drop column NOTE"}, {"act tables"},
-        "calendar, terminals: what they read is missing");
+        "calendar, terminals: a table, column or index that they need");
     row("lower case", {"alter table allevents rename column USER to user"}, {}, "all is well");
     row("an index", {"drop index allevents_user_timestamp"}, {"soon indexes"},
         "create index if not exists allevents_user_timestamp on allevents (USER, TIMESTAMP)");
+    row("that of the terminals", {"drop index events_tid_timestamp"}, {"soon indexes"},
+        "terminals, terminal clocks: a table, column or index");
     row("one of the same columns", {"drop index metalog_timestamp", "create index other on metalog (timestamp,user)"},
         {}, "all is well");
     row("one of other rows", {"drop index metalog_timestamp", "create index other on metalog (timestamp) where user=1"},
@@ -327,7 +329,7 @@ void TestDoctor::rescueFile()
     QVERIFY(rescue.append({"{\"OWNER\":\"a\"}", "{\"OWNER\":\"b\"}"}));
     const Report report = examined();
     QCOMPARE(kinds(report), QStringList("act waiting events"));
-    QVERIFY(report.findings.first().what.startsWith("2 events of the rescue file"));
+    QVERIFY(report.findings.first().what.startsWith("the rescue file holds 2 events "));
     QVERIFY(rescue.clear());
     writeFile(path + "-unread", "{}\n");
     QCOMPARE(kinds(examined()), QStringList("soon waiting events"));

@@ -29,6 +29,10 @@ void checkBackups(const Site &site, Findings &findings);
 
 /// The tables that the system reads, in upper case.
 QStringList neededTables();
+/// All indexes of the file, as the site holds them.
+QStringList readIndexes(const Site &site);
+/// Whether one of the site's indexes begins with these columns ("TABLE COLUMN, COLUMN").
+bool isIndexed(const Site &site, const QString &columns);
 /// Whether the file has all of the table that the system reads.
 bool isWhole(const Site &site, const QString &table);
 

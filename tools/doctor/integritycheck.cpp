@@ -47,7 +47,7 @@ void checkIntegrity(const Site &site, Findings &findings)
     if (told.isEmpty())
         told += QStringLiteral("the check had no answer");
     findings.add(Severity::Act, QStringLiteral("the database is damaged"),
-                 QStringLiteral("make a copy (zukbackup), or put the last good one in its place: docs/operation.md, "
+                 QStringLiteral("put the last good copy in its place and keep this file aside: docs/operation.md, "
                                 "\"Restore\""),
                  told);
 }

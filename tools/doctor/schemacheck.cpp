@@ -90,8 +90,17 @@ QString makerOf(const Table &table)
                                 "file, which leaves what is there as it is");
 }
 
-/// "TABLE COLUMN, COLUMN" of all indexes, in upper case.
-QStringList storedIndexes(const Site &site)
+} // namespace
+
+QStringList neededTables()
+{
+    QStringList names{QStringLiteral("ZUK_SCHEMA")};
+    for (const Table &table : kTables)
+        names += QString::fromLatin1(table.name).toUpper();
+    return names;
+}
+
+QStringList readIndexes(const Site &site)
 {
     const QAny rows = site.rows->select(
         QStringLiteral("select upper(m.name)||' '||(select group_concat(upper(name),', ') from (select name from "
@@ -103,14 +112,12 @@ QStringList storedIndexes(const Site &site)
     return indexes;
 }
 
-} // namespace
-
-QStringList neededTables()
+bool isIndexed(const Site &site, const QString &columns)
 {
-    QStringList names{QStringLiteral("ZUK_SCHEMA")};
-    for (const Table &table : kTables)
-        names += QString::fromLatin1(table.name).toUpper();
-    return names;
+    // More columns behind those that are wanted do as well.
+    return std::any_of(site.indexes.begin(), site.indexes.end(), [&columns](const QString &each) {
+        return each == columns || each.startsWith(columns + QLatin1Char(','));
+    });
 }
 
 bool isWhole(const Site &site, const QString &table)
@@ -139,7 +146,7 @@ void checkTables(const Site &site, Findings &findings)
         } else if (!missing.isEmpty()) {
             findings.add(table.severity,
                          QStringLiteral("table %1 lacks %2, needed by %3").arg(name, missing.join(", "), users),
-                         QStringLiteral("add it: zukadmin exec \"alter table %1 add column %2\"")
+                         QStringLiteral("add what is missing: zukadmin exec \"alter table %1 add column %2\"")
                              .arg(name, missing.first().section(QLatin1Char(' '), 0, 0)));
         }
     }
@@ -147,15 +154,10 @@ void checkTables(const Site &site, Findings &findings)
 
 void checkIndexes(const Site &site, Findings &findings)
 {
-    const QStringList stored = storedIndexes(site);
     for (const auto &index : kIndexes) {
         const QString columns = QString::fromLatin1(index.columns);
         const QString wanted = QString::fromLatin1(index.table).toUpper() + QLatin1Char(' ') + columns;
-        // More columns behind those that are wanted do as well.
-        const bool found = std::any_of(stored.begin(), stored.end(), [&wanted](const QString &each) {
-            return each == wanted || each.startsWith(wanted + QLatin1Char(','));
-        });
-        if (found || !isThere(site, index.table))
+        if (isIndexed(site, wanted) || !isThere(site, index.table))
             continue;
         const QString name = QString::fromLatin1(index.table);
         findings.add(Severity::Soon,

@@ -93,7 +93,7 @@ void checkShifts(const Site &site, Findings &findings)
     if (!unassigned.isEmpty()) {
         findings.add(Severity::Soon,
                      QStringLiteral("%1 with a schedule of several shifts not assigned to one within the next %2 days: "
-                                    "calculated as of the first shift")
+                                    "calculated as in the first shift")
                          .arg(counted(unassigned.size(), "active employee"))
                          .arg(kDays),
                      QStringLiteral("give them a group (employees.PRERAZDC), and the group a row in RAZPOREDC for "

@@ -6,6 +6,7 @@
 #include <QHash>
 #include <QSet>
 #include <QString>
+#include <QStringList>
 
 #include <functional>
 #include <optional>
@@ -36,6 +37,8 @@ struct Site {
     // What examine() finds out first.
     qint64 utcOffset = 0;                  ///< its zone's now, seconds
     QHash<QString, QSet<QString>> columns; ///< by table, both in upper case
+
+    QStringList indexes; ///< "TABLE COLUMN, COLUMN" in upper case
 
     QDate dayOf(qint64 seconds) const
     {

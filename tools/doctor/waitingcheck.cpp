@@ -33,7 +33,7 @@ void checkRescueFile(const QString &path, Findings &findings)
     content += file.readAll();
     const storage::RescueLines kept = storage::RescueLines::parse(content);
     findings.add(Severity::Act,
-                 QStringLiteral("%1 of the rescue file wait for the database%2")
+                 QStringLiteral("the rescue file holds %1 that the database has not taken%2")
                      .arg(counted(kept.lines.size(), "event"),
                           kept.isDamaged ? QStringLiteral("; others there cannot be read") : QString()),
                  kHelp);
@@ -58,9 +58,10 @@ void checkFigures(const QString &path, Findings &findings)
         findings.add(Severity::Act, QStringLiteral("the server has no open database"), kHelp);
     const int waiting = static_cast<int>(figures.values.value("zuk_events_waiting", 0));
     if (waiting > 0) {
-        findings.add(Severity::Act,
-                     QStringLiteral("%1 in the server's memory wait for the database").arg(counted(waiting, "event")),
-                     kHelp);
+        findings.add(
+            Severity::Act,
+            QStringLiteral("the server keeps %1 that the database has not taken").arg(counted(waiting, "event")),
+            kHelp);
     }
 }
 

@@ -174,8 +174,8 @@ private:
     const QCommandLineOption m_host{"host", "The server's name or address (127.0.0.1).", "name", "127.0.0.1"};
     const QCommandLineOption m_port{"port", "The server's port (3501).", "port", "3501"};
     const QCommandLineOption m_number{{"n", "number"}, "Number to log in with (200).", "N", "200"};
-    const QCommandLineOption m_timeout{"timeout", "Seconds to wait for each answer (60; put and get 330, recalc 3600).",
-                                       "seconds"};
+    const QCommandLineOption m_timeout{
+        "timeout", "Seconds to wait for each answer (60; put, get and doctor 330, recalc 3600).", "seconds"};
     const QCommandLineOption m_json{"json", "Prints the server's answer as JSON."};
     const QCommandLineOption m_csv{"csv", "query, connected, recalc: prints CSV."};
     const QCommandLineOption m_noVerify{"no-verify", "put: does not fetch the file again to compare it."};

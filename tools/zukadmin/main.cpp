@@ -65,7 +65,8 @@ int main(int argc, char *argv[])
         return fail(kFailed, refusal);
     if (!print(result.output))
         return fail(kFailed, QStringLiteral("the output cannot be written"));
-    if (!result.fault.isEmpty())
-        fail(kFailed, result.fault);
-    return result.exitCode != kDone || result.fault.isEmpty() ? result.exitCode : kFailed;
+    if (result.fault.isEmpty())
+        return result.exitCode;
+    fail(kFailed, result.fault);
+    return result.exitCode == kDone ? kFailed : result.exitCode; // of a command that knows better
 }
