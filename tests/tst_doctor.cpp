@@ -38,6 +38,7 @@ private Q_SLOTS:
     void rescueFile();
     void ports();
     void strangeServer();
+    void serverWithoutDatabase();
     void damagedFile();
     void withoutLogAndLocked();
     void noDatabase_data();
@@ -354,6 +355,23 @@ void TestDoctor::strangeServer()
     const Report report = examine(elsewhere);
     QVERIFY(kinds(report).contains("act version"));
     QVERIFY(report.unseen.join('\n').contains("waiting events, disk, back-ups: on the server's machine"));
+}
+
+/// As a server without a database answers.
+class NoRows : public Rows
+{
+protected:
+    QAny ask(const QString &, QString *) override { return QAny(QAny::List); }
+};
+
+void TestDoctor::serverWithoutDatabase()
+{
+    NoRows rows;
+    Site elsewhere;
+    elsewhere.rows = &rows;
+    const Report report = examine(elsewhere);
+    QCOMPARE(kinds(report), QStringList("act integrity"));
+    QCOMPARE(exitCodeOf(report), 4);
 }
 
 void TestDoctor::damagedFile()

@@ -6,6 +6,7 @@
 #include "tools/doctor/terminalsteps.h"
 
 #include <cmath>
+#include <cstdlib>
 
 namespace tools::doctor {
 

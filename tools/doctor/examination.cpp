@@ -96,9 +96,15 @@ Report examine(Site site)
 {
     Report report;
     lookAround(&site);
-    if (site.now == 0 || !site.rows->fault().isEmpty()) {
-        report.fault = site.rows->fault().isEmpty() ? QStringLiteral("the server has no database that it can read")
-                                                    : site.rows->fault();
+    if (!site.rows->fault().isEmpty()) {
+        report.fault = site.rows->fault();
+        return report;
+    }
+    if (site.now == 0) {
+        Findings(QStringLiteral("integrity"), &report)
+            .add(Severity::Act, QStringLiteral("the server has no open database"),
+                 QStringLiteral("its journal tells why (journalctl -u zuk3srv); docs/operation.md, \"When the database "
+                                "cannot be written\""));
         return report;
     }
     runChecks(site, &report);

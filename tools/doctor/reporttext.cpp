@@ -44,7 +44,8 @@ QString textOf(const Finding &finding)
 {
     QString text = lineOf(finding.severity == Severity::Act ? "ACT   " : "SOON  ",
                           finding.check + QStringLiteral(": ") + finding.what);
-    for (const QString &each : finding.which.mid(0, kExamples))
+    const QStringList examples = finding.which.mid(0, kExamples);
+    for (const QString &each : examples)
         text += lineOf("        ", each);
     if (finding.which.size() > kExamples)
         text += lineOf("        ", QStringLiteral("and %1 more").arg(finding.which.size() - kExamples));

@@ -69,7 +69,8 @@ QStringList missingColumns(const Site &site, const Table &table)
 {
     const QSet<QString> there = site.columns.value(QString::fromLatin1(table.name).toUpper());
     QStringList missing;
-    for (const QString &column : QString::fromLatin1(table.columns).split(QLatin1Char(' '))) {
+    const QStringList columns = QString::fromLatin1(table.columns).split(QLatin1Char(' '));
+    for (const QString &column : columns) {
         const QStringList choices = column.split(QLatin1Char('|'));
         if (std::none_of(choices.begin(), choices.end(), [&](const QString &name) { return there.contains(name); }))
             missing += choices.join(" or ");
