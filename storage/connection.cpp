@@ -57,14 +57,14 @@ bool isFaultOfConnection(const QSqlError &error)
 }
 
 /// The driver creates a missing file unless the name forbids it.
-QString uriOf(const QString &path)
+QString uriOf(const QString &path, const char *mode)
 {
     const QByteArray encoded = QUrl::toPercentEncoding(QDir::fromNativeSeparators(path), "/:");
     // An empty authority stands before what begins at a root.
     const char *root = path.startsWith(QLatin1Char('/')) ? "//" : "///";
     const bool isAbsolute = QDir::isAbsolutePath(path);
     return QLatin1String("file:") + QLatin1String(isAbsolute ? root : "") + QString::fromLatin1(encoded) +
-           QLatin1String("?mode=rw");
+           QLatin1String(mode);
 }
 
 } // namespace
@@ -86,16 +86,21 @@ Connection::~Connection()
 bool Connection::open(Access access)
 {
     QString options = QStringLiteral("QSQLITE_BUSY_TIMEOUT=%1").arg(kBusyTimeoutMs);
-    if (access == Access::ReadWrite)
+    QString name = m_path;
+    if (access == Access::ReadWrite || access == Access::Unshared) {
         options += QLatin1String(";QSQLITE_OPEN_URI");
-    else if (access == Access::ReadOnly)
+        name = uriOf(m_path, access == Access::ReadWrite ? "?mode=rw" : "?immutable=1");
+    }
+    if (access == Access::ReadOnly || access == Access::Unshared)
         options += QLatin1String(";QSQLITE_OPEN_READONLY");
     m_connection.setConnectOptions(options);
-    m_connection.setDatabaseName(access == Access::ReadWrite ? uriOf(m_path) : m_path);
+    m_connection.setDatabaseName(name);
     m_impatient.reset();
     m_isAtFault = false;
-    if (!m_connection.open())
+    if (!m_connection.open()) {
+        m_lastFault = m_connection.lastError().text();
         return false;
+    }
     harden(m_connection);
     return true;
 }
@@ -112,6 +117,7 @@ Status Connection::outcomeOf(const char *where, const QString &sql, const QSqlEr
         regainBusyPatience(useOf(sql));
         return Status::Done;
     }
+    m_lastFault = error.databaseText().isEmpty() ? error.text() : error.databaseText();
     if (where)
         qWarning().noquote() << where << error.text();
     if (primaryCode(error) == kBusy)

@@ -21,7 +21,8 @@ namespace storage {
 enum class Access {
     Create,    ///< for reading and writing; a missing file is created
     ReadWrite, ///< for reading and writing; a missing file stays missing
-    ReadOnly
+    ReadOnly,
+    Unshared ///< likewise, of a file that nobody else has open: without locks, and nothing appears beside it
 };
 
 /// One SQLite connection: its statements, how long it waits for others, and what its errors mean.
@@ -65,6 +66,8 @@ public:
     /// Whether a statement failed for what may be a fault of this connection, which one that is opened anew would not
     /// have: read-only, input or output, cannot open, no database.
     bool isAtFault() const { return m_isAtFault; }
+    /// What SQLite told of the last failure, for people.
+    QString lastFault() const { return m_lastFault; }
     QString path() const { return m_path; }
     /// Whether rows of a query are being handed out.
     bool isReading() const { return m_reading > 0; }
@@ -110,6 +113,7 @@ private:
     Observer *m_observer = nullptr;
     std::optional<Use> m_impatient; // the busy time-out is short: the file was not free for this
     bool m_isAtFault = false;
+    QString m_lastFault;
     int m_reading = 0;
 };
 

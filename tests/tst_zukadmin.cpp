@@ -67,6 +67,8 @@ private Q_SLOTS:
     void fileNotStored();
     void recalc();
     void explain();
+    void doctor();
+    void doctorWithoutDatabase();
     void cmd();
     void whatALazyServerAnswers();
     void progressLine();
@@ -130,6 +132,9 @@ void TestZukAdmin::wrongUse()
                 {{"query", "select 1", "--csv", "--json"}, "not both"},
                 {{"version", "--port", "70000"}, "--port \"70000\""},
                 {{"version", "--timeout", "0"}, "--timeout must be more than 0"},
+                {{"doctor", "now"}, "doctor: it takes no arguments"},
+                {{"doctor", "--web-port", "0"}, "--web-port \"0\""},
+                {{"query", "select 1", "--database", "a.db"}, "query has no --database"},
                 {{"version", "now"}, "version: it takes no arguments"},
                 {{"query", "select", "1"}, "query SQL: one SQL text"},
                 {{"insert"}, "insert TABLE ROWS: a table is needed"},
@@ -366,6 +371,59 @@ void TestZukAdmin::explain()
     QVERIFY(toldBy(server.controller, command + QStringList{"--lang", "sl"}).contains("ponedeljek, 10. 3. 2025"));
     QVERIFY(toldBy(server.controller, command + QStringList{"--json"}).startsWith("0 {"));
     QCOMPARE(answer(), entry);
+}
+
+/// Of the record that the command printed: "SEVERITY CHECK: WHAT", what both forms look at.
+static QStringList findingsOf(const QAny &record)
+{
+    QStringList findings;
+    const QAny &list = record.lookup("FINDINGS");
+    for (int i = 0; i < list.count(); ++i) {
+        const QAny &finding = list.at(i);
+        const QString check = finding.lookup("CHECK").toString();
+        if (check != "back-ups" && check != "disk")
+            findings += finding.lookup("SEVERITY").toString() + ' ' + check + ": " + finding.lookup("WHAT").toString() +
+                        finding.lookup("WHICH").toJson();
+    }
+    return findings;
+}
+
+void TestZukAdmin::doctor()
+{
+    QTcpServer web;
+    QVERIFY(web.listen(QHostAddress::LocalHost));
+    const QString webPort = QString::number(web.serverPort());
+    const QStringList planted{
+        "insert into wtimset values ('BAD'||char(1),'{'||char(2))",
+        "insert into employees (ID,LASTNAME,ACTIVE,WTIMSET) values (700,'Vod'||char(27)||'nik',1,'BAD'||char(1))",
+        "insert into events (TID,USER,TIMESTAMP) values (9,'700',strftime('%s','now')+7200)"};
+    QVERIFY(run(*m_site->database, planted));
+    QCOMPARE(call({"doctor", "--json", "--web-port", webPort}), 4);
+    const QStringList overServer = findingsOf(answer());
+    QCOMPARE(overServer.filter("act stored schedules: 1 text of wtimset cannot be read").size(), 1);
+    QCOMPARE(overServer.filter("soon terminal clocks: ").size(), 1);
+    QVERIFY(answer().lookup("UNSEEN").toJson().contains("waiting events, disk, back-ups"));
+
+    // The file tells the same, while the server has it open.
+    const QString path = m_site->database->filePath();
+    QCOMPARE(call({"doctor", "--json", "--database", path, "--web-port", webPort, "--figures", path + ".none"}), 4);
+    QCOMPARE(findingsOf(answer()), overServer);
+
+    QCOMPARE(call({"doctor", "--web-port", webPort}), 4);
+    QVERIFY(text().contains("SOON  employees: "));
+    QVERIFY(!text().contains(QChar(27)) && !text().contains(QChar(1)));
+    QVERIFY(run(*m_site->database, {"delete from wtimset where KEY='BAD'||char(1)",
+                                    "delete from employees where ID=700", "delete from events where TID=9"}));
+}
+
+void TestZukAdmin::doctorWithoutDatabase()
+{
+    QTemporaryDir empty;
+    const QString path = empty.filePath("zuknetserver.db");
+    QCOMPARE(told({"doctor", "--database", path}),
+             QStringLiteral("1 %1: not examined\nzukadmin: %1: no such file\n").arg(path));
+    QVERIFY(told({"doctor", "--database", empty.path()}).contains("is a folder"));
+    QVERIFY(QDir(empty.path()).isEmpty());
 }
 
 void TestZukAdmin::cmd()

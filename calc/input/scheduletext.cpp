@@ -14,11 +14,6 @@ namespace {
 /// No duration or time of a schedule is longer; keeps sums of hostile texts in range.
 constexpr qint64 kMaxMinutes = 1000000;
 
-const QString kTimeKeys[] = {QStringLiteral("STARTB"), QStringLiteral("STARTE"),     QStringLiteral("ENDB"),
-                             QStringLiteral("ENDE"),   QStringLiteral("MINHOURS"),   QStringLiteral("FREEHOURS"),
-                             QStringLiteral("PRIVEX"), QStringLiteral("OVERTIME"),   QStringLiteral("LUNCH"),
-                             QStringLiteral("PLUNCH"), QStringLiteral("ALUNCHSTART")};
-
 ScheduleTime timeOf(const QAny &day, const char *key)
 {
     return scheduleSeconds(day.lookup(QString::fromLatin1(key)).toString());
@@ -27,7 +22,7 @@ ScheduleTime timeOf(const QAny &day, const char *key)
 /// The companions are made from their clock times alone; one that the text brings is not believed.
 void setCompanions(QAny &day)
 {
-    for (const QString &key : kTimeKeys) {
+    for (const QString &key : scheduleTimeKeys()) {
         const QString companion = key + QLatin1Char('I');
         if (const ScheduleTime time = scheduleSeconds(day.lookup(key).toString()))
             day[companion] = *time;
@@ -76,6 +71,15 @@ Schedule::Week weekFrom(const QAny &days)
 }
 
 } // namespace
+
+const QStringList &scheduleTimeKeys()
+{
+    static const QStringList keys{QStringLiteral("STARTB"), QStringLiteral("STARTE"),     QStringLiteral("ENDB"),
+                                  QStringLiteral("ENDE"),   QStringLiteral("MINHOURS"),   QStringLiteral("FREEHOURS"),
+                                  QStringLiteral("PRIVEX"), QStringLiteral("OVERTIME"),   QStringLiteral("LUNCH"),
+                                  QStringLiteral("PLUNCH"), QStringLiteral("ALUNCHSTART")};
+    return keys;
+}
 
 ScheduleTime scheduleSeconds(const QString &text)
 {

@@ -3,6 +3,8 @@
 #include "calc/rules/schedule.h"
 #include "qany.h"
 
+#include <QStringList>
+
 #include <memory>
 
 namespace calc::input {
@@ -14,6 +16,9 @@ struct ScheduleText {
 };
 
 ScheduleText readSchedule(const QString &text);
+
+/// The keys of a day's times.
+const QStringList &scheduleTimeKeys();
 
 /// "7:30" is 27000, "45" (minutes) 2700, "-0:30" -1800 seconds; nothing for a text that is no time.
 rules::ScheduleTime scheduleSeconds(const QString &text);

@@ -10,6 +10,7 @@
 struct CommandResult {
     QByteArray output; ///< for the standard output
     QString fault;     ///< why it failed; empty when it did not
+    int exitCode = 0;  ///< of a command that has more to say than done and failed
 };
 
 /// Why the server did not do what it was asked, in its own words: an error of the RPC layer, an "ERROR", or a "result"

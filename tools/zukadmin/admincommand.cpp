@@ -1,6 +1,7 @@
 #include "tools/zukadmin/admincommand.h"
 
 #include "tools/zukadmin/databasecommands.h"
+#include "tools/zukadmin/doctorcommand.h"
 #include "tools/zukadmin/explaincommand.h"
 #include "tools/zukadmin/filecommands.h"
 #include "tools/zukadmin/recalccommand.h"
@@ -38,6 +39,8 @@ const std::vector<AdminCommand> &adminCommands()
          prepareRecalc},
         {"explain", "EMPLOYEE DAY", "how a day was calculated, in words", Command::Json | Command::Explanation,
          kAnswerS, prepareExplain},
+        {"doctor", "", "looks for what is wrong with a site, and says what to do", Command::Json | Command::Examination,
+         kFileS, prepareDoctor},
         {"cmd", "TERMINAL [ROW]", "has a terminal do something", Command::Json, kAnswerS, prepareCmd},
         {"log", "TEXT", "writes a line into the server's journal", Command::Json, kAnswerS, prepareLog},
         {"restart", "", "restarts the server with the executable in its folder update", Command::Json, kAnswerS,

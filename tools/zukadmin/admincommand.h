@@ -6,17 +6,18 @@
 #include <QString>
 
 #include <functional>
+#include <variant>
 #include <vector>
 
 struct AdminOptions;
 
-/// What is left to do once the server has let us in.
-using AdminJob = std::function<CommandResult(AdminSession &session)>;
+/// What is left to do once the server has let us in, or without any server.
+using AdminJob = std::variant<std::function<CommandResult(AdminSession &session)>, std::function<CommandResult()>>;
 
 /// One command of the program.
 struct AdminCommand {
     /// Options that not every command takes.
-    enum Option : unsigned { Json = 1, Csv = 2, NoVerify = 4, Calculation = 8, Explanation = 16 };
+    enum Option : unsigned { Json = 1, Csv = 2, NoVerify = 4, Calculation = 8, Explanation = 16, Examination = 32 };
 
     const char *name;
     const char *arguments;

@@ -23,6 +23,10 @@ struct AdminOptions {
     QVector<qint64> users; ///< empty for all
     QString table;         ///< that alone; empty for all
     Language language = Language::English;
+    QString database;    ///< that file, instead of a server
+    QString backups;     ///< the folder of its copies
+    QString figures;     ///< what a running server writes for who watches it
+    quint16 webPort = 0; ///< 0 as the site has it
 
     const AdminCommand *command = nullptr;
     QStringList words; ///< behind the command

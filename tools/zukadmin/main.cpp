@@ -24,6 +24,20 @@ bool print(const QByteArray &output)
            std::fflush(stdout) == 0;
 }
 
+/// Why the server did not let us in; empty when it did, or none is needed.
+QString run(const AdminJob &job, const AdminOptions &options, CommandResult *result)
+{
+    if (const auto *alone = std::get_if<std::function<CommandResult()>>(&job)) {
+        *result = (*alone)();
+        return {};
+    }
+    AdminSession session(options.timeoutMs > 0 ? options.timeoutMs : options.command->timeoutS * 1000);
+    const QString refusal = session.open(options.host, options.port, options.number);
+    if (refusal.isEmpty())
+        *result = std::get<std::function<CommandResult(AdminSession &)>>(job)(session);
+    return refusal;
+}
+
 } // namespace
 
 int main(int argc, char *argv[])
@@ -45,12 +59,14 @@ int main(int argc, char *argv[])
     if (!mistake.isEmpty())
         return fail(kUsage, mistake + QStringLiteral(" (--help shows more)"));
 
-    AdminSession session(options.timeoutMs > 0 ? options.timeoutMs : options.command->timeoutS * 1000);
-    const QString refusal = session.open(options.host, options.port, options.number);
+    CommandResult result;
+    const QString refusal = run(job, options, &result);
     if (!refusal.isEmpty())
         return fail(kFailed, refusal);
-    const CommandResult result = job(session);
     if (!print(result.output))
         return fail(kFailed, QStringLiteral("the output cannot be written"));
-    return result.fault.isEmpty() ? kDone : fail(kFailed, result.fault);
+    if (result.fault.isEmpty())
+        return result.exitCode;
+    fail(kFailed, result.fault);
+    return result.exitCode == kDone ? kFailed : result.exitCode; // of a command that knows better
 }
