@@ -90,6 +90,7 @@ private slots:
     void sameOptionsGiveTheSameRows();
     void companyIsMixed();
     void somebodyIsThereToday();
+    void nobodyPunchesInTheFuture();
     void filledDatabaseIsLeftAlone();
     void secondTapsKeepThePlan_data();
     void secondTapsKeepThePlan();
@@ -189,6 +190,20 @@ void TestDemoData::somebodyIsThereToday()
         // Of the office.
         QCOMPARE(count("allevents JOIN employees ON USER=employees.ID WHERE TYPE='EV' AND PRERAZDC=''") > 0, duty);
     }
+}
+
+void TestDemoData::nobodyPunchesInTheFuture()
+{
+    DemoOptions options = wholeYear();
+    options.start = QDate(2025, 12, 1);
+    options.end = QDate(2025, 12, 17); // a working day
+    const qint64 noon = QDateTime(options.end, QTime(12, 0)).toSecsSinceEpoch();
+    options.now = noon;
+    m_database = std::make_unique<DataBase>(path("noon.db"));
+    QCOMPARE(generateDemoCompany(*m_database, options), QString());
+    QCOMPARE(count(QString("allevents WHERE TYPE='EV' AND TIMESTAMP>%1").arg(noon)), 0);
+    QVERIFY(count(QString("allevents WHERE TYPE='EV' AND TIMESTAMP>%1").arg(noon - 12 * 3600)) > 0);
+    QVERIFY(count(QString("allevents WHERE TIMESTAMP>%1").arg(noon)) > 0); // absences end as planned
 }
 
 void TestDemoData::filledDatabaseIsLeftAlone()

@@ -136,7 +136,9 @@ private:
             for (DemoWorker &worker : m_workers) {
                 for (DemoPunch &punch : worker.dayOf(demoDay)) {
                     const qint64 time = m_clock.instantOf(day, punch.second);
-                    waiting.push_back({time, &worker.employee(), std::move(punch)});
+                    // What is to come is known of absences alone.
+                    if (time <= m_options.now.value_or(time) || punch.source == DemoPunch::Source::Planned)
+                        waiting.push_back({time, &worker.employee(), std::move(punch)});
                 }
             }
             const bool isRecent = last - day < kTerminalEventDays;

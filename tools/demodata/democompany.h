@@ -3,6 +3,8 @@
 #include <QDate>
 #include <QString>
 
+#include <optional>
+
 class DataBase;
 
 namespace tools::demodata {
@@ -14,6 +16,8 @@ struct DemoOptions {
     quint64 seed = 1;
     /// Some employees come on the last day also when it is free, so that the presence list is never empty.
     bool dutyOnLastDay = false;
+    /// Nobody punches from here on, Unix seconds: of the future only planned absences are known. Nothing for no end.
+    std::optional<qint64> now;
 };
 
 struct DemoSummary {

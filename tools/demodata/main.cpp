@@ -4,6 +4,7 @@
 #include "tools/demodata/democompany.h"
 
 #include <QCoreApplication>
+#include <QDateTime>
 #include <QElapsedTimer>
 #include <QLoggingCategory>
 
@@ -32,7 +33,8 @@ QString readArguments(const QStringList &arguments, DemoOptions *options, QStrin
     const auto months = parser.add({"months", "Length of the period in months (12).", "M", "12"});
     const auto start = parser.add({"start", "First day of the period.", "date"});
     const auto end = parser.add({"end", "Last day; without it and --start, the end of last month.", "date"});
-    const auto today = parser.add({"today", "The last day is today, and somebody comes also when it is free."});
+    const auto today =
+        parser.add({"today", "The last day is today up to now, and somebody comes also when it is free."});
     const auto seed = parser.add({"seed", "Another number makes another company (1).", "number", "1"});
     const auto file =
         parser.add({"output", "Database to fill (zuknetserver.db); made when missing.", "file", "zuknetserver.db"});
@@ -46,6 +48,8 @@ QString readArguments(const QStringList &arguments, DemoOptions *options, QStrin
     options->employees = parser.number(employees, 1);
     options->seed = static_cast<quint64>(parser.number<qint64>(seed, 0));
     options->dutyOnLastDay = parser.isSet(today);
+    if (parser.isSet(today))
+        options->now = QDateTime::currentSecsSinceEpoch();
     *output = parser.value(file);
 
     const int length = parser.number(months, 1, kMostMonths);
