@@ -263,17 +263,27 @@ visitTest('by keyboard alone', async (page) => {
     assert.notEqual(await page.evaluate(() => getComputedStyle(document.activeElement).outlineStyle), 'none');
 });
 
-visitTest('what is on the screen can be had as CSV', async (page) => {
-    await signIn(page, 'ana');
-    for (const hash of ['#/month', '#/presence', '#/balance', '#/requests']) {
-        await open(page, hash);
-        const url = await page.locator('a[download]').evaluate(({ href }) => href);
-        const answer = await page.evaluate(async (from) => {
-            const response = await fetch(from);
-            return [response.status, response.headers.get('content-type'), (await response.text()).length];
-        }, url);
-        assert.deepEqual(answer.slice(0, 2), [200, 'text/csv; charset=utf-8'], url);
-        assert.ok(answer[2] > 20, url);
+const kBegins = { 'text/csv; charset=utf-8': '\ufeff', 'application/pdf': '%PDF-' };
+
+visitTest('what is on the screen can be had as a file, and the papers of the month', async (page) => {
+    await signIn(page, 'jure7'); // a supervisor
+    const month = isoDate(daysAgo(40)).slice(0, 7);
+    const files = { month: 4, presence: 1, balance: 1, requests: 1, department: 5 };
+    for (const [view, count] of Object.entries(files)) {
+        await open(page, view === 'month' || view === 'department' ? `#/${view}/${month}` : `#/${view}`);
+        const urls = await page.locator('a[download]').evaluateAll((links) => links.map(({ href }) => href));
+        assert.equal(urls.length, count, view);
+        for (const url of urls) {
+            const [status, type, text] = await page.evaluate(async (from) => {
+                const response = await fetch(from);
+                const bytes = await response.arrayBuffer();
+                const decoder = new TextDecoder('utf-8', { ignoreBOM: true });
+                return [response.status, response.headers.get('content-type'), decoder.decode(bytes)];
+            }, url);
+            assert.equal(status, 200, url);
+            assert.equal(type.includes('pdf'), /\.pdf\?/.test(url), url);
+            assert.ok(text.startsWith(kBegins[type]) && text.includes('\n'), url);
+        }
     }
 });
 
