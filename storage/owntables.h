@@ -21,8 +21,9 @@ struct OwnTables {
 };
 
 /// Makes the tables where they are missing, and brings older ones up to date, all or nothing. Before old ones are
-/// changed the whole file is copied, beside itself as "<file>.<name>-<version>"; without a copy nothing is changed. A
-/// lasting failure where the file has them of a newer version. On the database's thread, in no transaction; each
+/// changed the whole file is copied, beside itself as "<file>.<name>-<version>"; without a good copy nothing is
+/// changed. One process at a time does that, another one fails for now. A lasting failure where the file has them of a
+/// newer version, or a step fails, which is tried before the copy. On the database's thread, in no transaction; each
 /// failure is a warning line.
 Status bringUpToDate(DataBase &database, const OwnTables &tables);
 

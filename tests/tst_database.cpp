@@ -7,6 +7,7 @@
 #include "storage/worklimit.h"
 #include "warnings.h"
 
+#include <QLockFile>
 #include <QSqlError>
 #include <QTemporaryDir>
 #include <QtTest>
@@ -558,6 +559,7 @@ void TestDataBase::ownTablesAreBroughtUpToDate()
     // A step that fails takes the ones before it back.
     QVERIFY(!storage::bringUpToDate(*m_database, third("ALTER TABLE nobody ADD DAY INTEGER")));
     QCOMPARE(cells("select VERSION from zuk_schema"), QString("1"));
+    QVERIFY(!QFile::exists(copy)); // nor is anything copied for it
     QVERIFY(storage::bringUpToDate(*m_database, third("ALTER TABLE wish ADD DAY INTEGER")));
     QCOMPARE(cells("select WHAT,BY,DAY is null,VERSION from wish,zuk_schema"), QString("Šega ? 1 3"));
     QCOMPARE(Peer(copy).cells("select WHAT,VERSION from wish,zuk_schema where NAME='wish'"), QString("Šega 1"));
@@ -582,6 +584,16 @@ void TestDataBase::ownTablesAreNotChangedWithoutACopy()
     QVERIFY(!status && status.mayPass());
     QCOMPARE(cells("select VERSION from zuk_schema"), QString("1"));
     QCOMPARE(cells("select count(*) from pragma_table_info('wish')"), QString("2"));
+
+    QVERIFY(QDir().rmdir(path() + ".wish-1.part"));
+    QLockFile other(path() + ".wish.lock");
+    QVERIFY(other.tryLock());
+    QTest::ignoreMessage(QtWarningMsg, QRegularExpression("another process"));
+    QVERIFY(!storage::bringUpToDate(*m_database, third("ALTER TABLE wish ADD DAY INTEGER")));
+    QVERIFY(!QFile::exists(path() + ".wish-1"));
+    other.unlock();
+    QVERIFY(storage::bringUpToDate(*m_database, third("ALTER TABLE wish ADD DAY INTEGER")));
+    QVERIFY(QFile::exists(path() + ".wish-1"));
 }
 
 QTEST_GUILESS_MAIN(TestDataBase)
