@@ -61,6 +61,7 @@ public:
     }
 
     QString run(const Progress &progress);
+    bool hasReadAll() const { return m_reader.fault().isEmpty(); }
 
 private:
     QString runBatch(size_t first, size_t end);
@@ -207,9 +208,14 @@ const Layout &layoutOf(Kind kind)
                                     : Exceptions::layout();
 }
 
-QString makeReport(storage::Reader &reader, const Job &job, const SheetSink &sink, const Progress &progress)
+QString makeReport(storage::Reader &reader, const Job &job, const SheetSink &sink, const Progress &progress,
+                   bool *isUnreadable)
 {
-    return Reporting(reader, job, sink).run(progress);
+    Reporting reporting(reader, job, sink);
+    const QString fault = reporting.run(progress);
+    if (isUnreadable)
+        *isUnreadable = !reporting.hasReadAll();
+    return fault;
 }
 
 } // namespace report

@@ -414,6 +414,7 @@ void TestPageOffice::papers_data()
     addRow("all without a role", kAna, "exceptions.csv", "", "");
     addRow("no number", kDana, "statement.csv", "user=x", "");
     addRow("who is none", kDana, "statement.csv", "user=99", "");
+    addRow("a month without a calendar", kAna, "statement.csv", "month=2031-01", "");
     addRow("a department of nobody", kDana, "statement.csv", "department=Nikjer", "");
 }
 
@@ -428,7 +429,7 @@ void TestPageOffice::papers()
     m_site->sql("insert into page_role (IDP,ROLE,DEPARTMENT) values (1,'supervisor','')"); // opens nothing
     calc::CrewOfOne crew(m_site->database());
     bool fault = false;
-    const auto made = page::office::exported(crew, OfficeSite::person(who), path, QUrlQuery("month=2026-03&" + query),
+    const auto made = page::office::exported(crew, OfficeSite::person(who), path, QUrlQuery(query + "&month=2026-03"),
                                              OfficeSite::now(), &fault);
     QVERIFY(!fault);
     QCOMPARE(made.has_value(), !people.isEmpty());

@@ -71,20 +71,20 @@ report::Imprint imprintOf(const report::Job &job)
     return {job.language, at.toString(QStringLiteral("d. M. yyyy HH:mm")), separator};
 }
 
-/// False when it was not made; nobody waits for it any more then, or the file could not be read.
-bool write(calc::Crew &crew, const report::Job &job, report::Format format, QByteArray *content)
+/// False when it was not made: nobody waits for it any more, nothing can be calculated, or, which is the fault, the
+/// file cannot be read.
+bool write(calc::Crew &crew, const report::Job &job, report::Format format, QByteArray *content, bool *fault)
 {
     QBuffer buffer(content);
     buffer.open(QIODevice::WriteOnly);
     const auto writer = report::sheetWriter(format, buffer, imprintOf(job));
-    const QString fault = report::makeReport(crew.reader(), job,
-                                             [&](const report::Sheet &sheet) {
-                                                 writer->write(sheet);
-                                                 return crew.isCancelled() ? QStringLiteral("cancelled") : QString();
-                                             },
-                                             {});
+    const report::SheetSink sink = [&](const report::Sheet &sheet) {
+        writer->write(sheet);
+        return crew.isCancelled() ? QStringLiteral("cancelled") : QString();
+    };
+    const bool isMade = report::makeReport(crew.reader(), job, sink, {}, fault).isEmpty();
     writer->finish();
-    return fault.isEmpty();
+    return isMade;
 }
 
 QString fileName(const Paper &paper, const report::Job &job, const std::vector<report::Employee> &staff)
@@ -131,8 +131,8 @@ std::optional<Export> paper(calc::Crew &crew, const Person &person, const QStrin
         return {};
     Export file{fileName(*wanted, job, staff), {}};
     // Without a font everything else goes on.
-    *fault = (isPrinted && !report::hasPaperFonts()) || !write(crew, job, wanted->format, &file.content);
-    if (*fault)
+    *fault = isPrinted && !report::hasPaperFonts();
+    if (*fault || !write(crew, job, wanted->format, &file.content, fault))
         return {};
     return file;
 }

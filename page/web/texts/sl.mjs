@@ -206,6 +206,8 @@ export default {
     'remark Kompenzacija Zamude': 'nadomeščena zamuda',
     'remark Kompenzacija Predolge malice': 'nadomeščena predolga malica',
     'remark Maksimalne ure delovnega časa': 'največ ur na dan',
-    'remark delo izven urnika ODH': 'delo po urniku',
-    'remark delo izven urnika ODH-INT': 'delo po urniku',
+    'remark delo izven urnika PRI': 'čas pred urnikom ne šteje',
+    'remark delo izven urnika PRI-INT': 'čas pred urnikom šteje delno',
+    'remark delo izven urnika ODH': 'čas po urniku ne šteje',
+    'remark delo izven urnika ODH-INT': 'čas po urniku šteje',
 };

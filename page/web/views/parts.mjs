@@ -1,5 +1,5 @@
 // What several views share.
-import { duration, signed } from '../format.mjs';
+import { duration, monthOf, signed } from '../format.mjs';
 import { link } from '../router.mjs';
 import { store } from '../store.mjs';
 import { language, named, t } from '../texts/texts.mjs';
@@ -78,9 +78,12 @@ const exportAddress = (file, query) => `export/${file}?${new URLSearchParams({ .
 export const csvLink = (what, query = {}) =>
     html`<a class="button quiet" download href=${exportAddress(`${what}.csv`, query)}>${t('csv')}</a>`;
 
-/** What is for the file or to be signed; each has its name in the texts. */
-export const paperLinks = (files, query) => html`<p class="papers">${t('papers')}
-    ${files.map((file) => html`<a download href=${exportAddress(file, query)}>${t(`paper ${file}`)}</a> `)}</p>`;
+/** What is for the file or to be signed, of a month that has begun; each has its name in the texts. */
+export const paperLinks = (files, query) =>
+    query.month > monthOf(store.today)
+        ? nothing
+        : html`<p class="papers">${t('papers')}
+            ${files.map((file) => html`<a download href=${exportAddress(file, query)}>${t(`paper ${file}`)}</a> `)}</p>`;
 
 export const isMe = (user) => !user || String(user) === String(store.me.id);
 
