@@ -14,7 +14,7 @@ import {
 } from '../format.mjs';
 import { link } from '../router.mjs';
 import { now, store } from '../store.mjs';
-import { t } from '../texts/texts.mjs';
+import { named, t } from '../texts/texts.mjs';
 import { html, nothing } from '../vendor/lit-html/lit-html.mjs';
 import {
     balanceText,
@@ -144,12 +144,18 @@ function table(data, user) {
             <td class="running"></td><td class="remarks"></td></tr></tfoot></table>`;
 }
 
+/** Where somebody is who is not in: what the day is of that has no work in it, such as leave. */
+function whereabouts({ categories }) {
+    const kinds = Object.keys(categories).filter((name) => name !== 'MALICA');
+    return kinds.length && !kinds.includes('DELO') ? kinds.map((name) => named('category', name)).join(', ') : t('outNow');
+}
+
 function todayCard(data) {
     const day = data.days.find(({ date }) => date === store.today);
     if (!day || day.state === 'future' || (isFree(day) && isQuiet(day))) return nothing;
     const left = day.required - day.worked;
-    const rest = left > 0 ? t('toGo', duration(left)) : t('beyond', duration(-left));
-    const state = day.live ? t('inSince', clock(day.live.since)) : t('outNow');
+    const rest = left >= 60 ? t('toGo', duration(left)) : left <= -60 ? t('beyond', duration(-left)) : nothing;
+    const state = day.live ? t('inSince', clock(day.live.since)) : whereabouts(day);
     return html`<a class="card today-card ${day.live ? 'in' : ''}" href=${link('day', day.date)}>
         <span><span class="dot" aria-hidden="true"></span><b>${t('today')}, ${longDate(day.date)}</b> ${state}</span>
         <span><b class="figure">${duration(day.worked)}</b> ${day.required ? rest : nothing}</span></a>`;
