@@ -3,6 +3,7 @@
 #include "page/server/office/answers.h"
 #include "page/server/office/asking.h"
 #include "page/server/office/requesting.h"
+#include "page/server/office/workdays.h"
 #include "storage/database.h"
 
 namespace page::office {
@@ -51,6 +52,17 @@ QAny writeAnswer(DataBase &database, const Person &person, const QAny &ask, cons
     return refused(kBadRequest);
 }
 
+/// So many requests of a list, each of a year at most, are looked at that closely.
+constexpr int kMostCounted = 50;
+
+/// How many working days an absence takes; Null without a calendar.
+QAny workdayCount(Asking &asking, const Request &request)
+{
+    const Workdays workdays =
+        workdaysOf(asking.reader.reader(), request.user.id, request.from, request.to, asking.now.today);
+    return workdays.isKnown ? QAny(static_cast<int>(workdays.days.size())) : QAny();
+}
+
 } // namespace
 
 bool isWriting(const QAny &ask)
@@ -72,8 +84,14 @@ QAny requestsAnswer(Asking &asking)
                                               ? openRequestsFor(asking.reader, asking.person())
                                               : decidedRequestsFor(asking.reader, asking.person());
     QAny list(QAny::List);
-    for (const Request &request : requests)
-        list.append(request.json(asking.person()));
+    int counted = 0;
+    for (const Request &request : requests) {
+        QAny entry = request.json(asking.person());
+        // Who decides wants to know; what is decided is over.
+        if (request.state == kOpen && !request.time && ++counted <= kMostCounted)
+            entry.insert(QStringLiteral("days"), workdayCount(asking, request));
+        list.append(entry);
+    }
     return done({{QStringLiteral("requests"), list}});
 }
 

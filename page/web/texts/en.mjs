@@ -54,6 +54,7 @@ export default {
     'nav department': 'Department',
     waiting: 'request waits for a decision|requests wait for a decision',
     days: 'day|days',
+    workdays: 'working day|working days',
     today: 'Today',
     thisMonth: 'This month',
     inSince: 'in since %1',

@@ -55,6 +55,7 @@ export default {
     waiting:
         'prošnja čaka na odločitev|prošnji čakata na odločitev|prošnje čakajo na odločitev|prošenj čaka na odločitev',
     days: 'dan|dneva|dnevi|dni',
+    workdays: 'delovni dan|delovna dneva|delovni dnevi|delovnih dni',
     today: 'Danes',
     thisMonth: 'Ta mesec',
     inSince: 'tu od %1',

@@ -3,7 +3,7 @@ import { ask } from '../live.mjs';
 import { clock, dateOf, moment, shortDate, span } from '../format.mjs';
 import { link } from '../router.mjs';
 import { change, store, tell } from '../store.mjs';
-import { knows, t } from '../texts/texts.mjs';
+import { count, knows, t } from '../texts/texts.mjs';
 import { html, nothing } from '../vendor/lit-html/lit-html.mjs';
 
 /** Asks for a change; what came of it is told in words. The lists are asked for again by the push that follows. */
@@ -63,12 +63,13 @@ function decision(request) {
 
 /** `showsName` where the list is of several people. */
 export function requestCard(request, showsName = request.user.id !== store.me.id) {
-    const { rid, user, state, why, asked, decidedBy, decidedAt, note, mayDecide } = request;
+    const { rid, user, state, why, asked, decidedBy, decidedAt, note, mayDecide, days } = request;
     const date = request.kind === 'punch' && request.time ? dateOf(request.time) : asDate(request.from);
     const isMine = user.id === store.me.id;
     return html`<li class="card request ${state}">
         <p class="what">${showsName ? html`<b>${user.name}</b> ` : nothing}<span>${kindText(request)}</span>
             <a href=${link('day', date, isMine ? undefined : user.id)}>${when(request)}</a>
+            ${days ? html`<span>${count(days, 'workdays')}</span>` : nothing}
             <span class="chip s-${state}">${t(`state ${state}`)}</span></p>
         ${why ? html`<p class="reason">${why}</p>` : nothing}
         <p class="history">${t('askedAt', moment(asked))}
