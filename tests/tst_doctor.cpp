@@ -231,6 +231,8 @@ void TestDoctor::storedFaults()
     QVERIFY2(reportText(report).contains(told), qPrintable(reportText(report)));
 }
 
+    row("one of an unused schedule", {"insert into wtimset values ('OLD','{\"IZM1\":{\"1\":{\"STARTB\":\"8.00\"}}}')"},
+        {"soon stored schedules"}, "\"OLD\" (nobody uses it): IZM1/1/STARTB \"8.00\"");
 void TestDoctor::silence_data()
 {
     const auto row = columns<QString, QString, QString, QStringList>({"now", "rows", "holiday", "silent"});
