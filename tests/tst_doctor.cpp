@@ -180,6 +180,22 @@ void TestDoctor::storedFaults_data()
     const auto calendar = [](const char *from, const char *to) {
         return QStringLiteral("delete from calendar where DATE between %1 and %2")
             .arg(unixTime(QString(from) + " 00:00"))
+    const auto otherCalendar = [](const QString &columns) {
+        return QStringList{"create table other (" + columns + ")",
+                           "insert into other select DATE,PRAZNIK,NOTE from calendar", "drop table calendar"};
+    };
+    row("a row id for an index",
+        otherCalendar("DATE integer primary key, PRAZNIK text, NOTE text") +
+            QStringList("alter table other rename to calendar"),
+        {}, "all is well");
+    row("a key of two columns",
+        otherCalendar("DATE integer, PRAZNIK text, NOTE text, primary key (NOTE, DATE)") +
+            QStringList("alter table other rename to calendar"),
+        {"soon indexes"}, "calendar (DATE)");
+    row("a view",
+        otherCalendar("DATE integer, PRAZNIK text, NOTE text") +
+            QStringList("create view calendar as select * from other"),
+        {}, "all is well");
             .arg(unixTime(QString(to) + " 00:00"));
     };
     row("days of the next week", {calendar("2026-11-24", "2026-11-26")}, {"act calendar"}, "2026-11-24 to 2026-11-26");

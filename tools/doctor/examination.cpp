@@ -47,12 +47,15 @@ void lookAround(Site *site)
         QStringLiteral("select cast(strftime('%s',%1,'unixepoch','localtime') as integer) as CLOCK").arg(site->now));
     site->utcOffset = local.lookup(QStringLiteral("CLOCK")).toInteger() - site->now;
     const QAny columns = site->rows->select(
-        QStringLiteral("select m.name as T,i.name as C from sqlite_master m join pragma_table_info(m.name) i "
-                       "where m.type in ('table','view') and upper(m.name) in ('%1')")
+        QStringLiteral(
+            "select m.name as T,m.type as K,i.name as C from sqlite_master m join pragma_table_info(m.name) i "
+            "where m.type in ('table','view') and upper(m.name) in ('%1')")
             .arg(neededTables().join(QStringLiteral("','"))));
     for (int i = 0; i < columns.count(); ++i) {
         const QString table = columns.at(i).lookup(QStringLiteral("T")).toString().toUpper();
         site->columns[table].insert(columns.at(i).lookup(QStringLiteral("C")).toString().toUpper());
+        if (columns.at(i).lookup(QStringLiteral("K")).toString() == QLatin1String("view"))
+            site->views.insert(table);
     }
     site->indexes = readIndexes(*site);
 }

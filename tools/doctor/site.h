@@ -36,7 +36,8 @@ struct Site {
 
     // What examine() finds out first.
     qint64 utcOffset = 0;                  ///< its zone's now, seconds
-    QHash<QString, QSet<QString>> columns; ///< by table, both in upper case
+    QHash<QString, QSet<QString>> columns; ///< by table or view, both in upper case
+    QSet<QString> views;                   ///< which of these are views
 
     QStringList indexes; ///< "TABLE COLUMN, COLUMN" in upper case
 
