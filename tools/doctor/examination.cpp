@@ -41,6 +41,7 @@ constexpr Check kChecks[] = {
 void lookAround(Site *site)
 {
     const QAny clock = site->rows->first(QStringLiteral("select cast(strftime('%s','now') as integer) as NOW"));
+    site->here = QDateTime::currentSecsSinceEpoch();
     if (site->now == 0)
         site->now = clock.lookup(QStringLiteral("NOW")).toInteger();
     const QAny local = site->rows->first(
