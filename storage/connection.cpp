@@ -19,6 +19,7 @@ const auto kConfigValue = QStringLiteral("SELECT VALUE FROM Config WHERE KEY='%1
 constexpr int kBusy = 5;
 constexpr int kReadOnly = 8;
 constexpr int kInputOutput = 10;
+constexpr int kDamaged = 11;
 constexpr int kCannotOpen = 14;
 constexpr int kNoDatabase = 26;
 
@@ -42,7 +43,7 @@ Status::Outcome meaningOf(const QSqlError &error)
     case 15: // locking protocol
     case kNoDatabase:
         return Status::Passing;
-    case 11: // damaged
+    case kDamaged:
         return Status::Damaged;
     default:
         return Status::Lasting;
@@ -54,6 +55,12 @@ bool isFaultOfConnection(const QSqlError &error)
 {
     const int code = primaryCode(error);
     return code == kReadOnly || code == kInputOutput || code == kCannotOpen || code == kNoDatabase;
+}
+
+bool isDamage(const QSqlError &error)
+{
+    const int code = primaryCode(error);
+    return code == kDamaged || code == kNoDatabase;
 }
 
 /// The driver creates a missing file unless the name forbids it.
@@ -99,6 +106,7 @@ bool Connection::open(Access access)
     m_isAtFault = false;
     if (!m_connection.open()) {
         m_lastFault = m_connection.lastError().text();
+        m_lastFaultIsDamage = isDamage(m_connection.lastError());
         return false;
     }
     harden(m_connection);
@@ -118,6 +126,7 @@ Status Connection::outcomeOf(const char *where, const QString &sql, const QSqlEr
         return Status::Done;
     }
     m_lastFault = error.databaseText().isEmpty() ? error.text() : error.databaseText();
+    m_lastFaultIsDamage = isDamage(error);
     if (where)
         qWarning().noquote() << where << error.text();
     if (primaryCode(error) == kBusy)

@@ -68,6 +68,8 @@ public:
     bool isAtFault() const { return m_isAtFault; }
     /// What SQLite told of the last failure, for people.
     QString lastFault() const { return m_lastFault; }
+    /// Whether it told that the file is damaged, or no database.
+    bool lastFaultIsDamage() const { return m_lastFaultIsDamage; }
     QString path() const { return m_path; }
     /// Whether rows of a query are being handed out.
     bool isReading() const { return m_reading > 0; }
@@ -114,6 +116,7 @@ private:
     std::optional<Use> m_impatient; // the busy time-out is short: the file was not free for this
     bool m_isAtFault = false;
     QString m_lastFault;
+    bool m_lastFaultIsDamage = false;
     int m_reading = 0;
 };
 

@@ -14,6 +14,8 @@
 #include <QTemporaryDir>
 #include <QTest>
 
+#include <functional>
+#include <limits>
 #include <memory>
 
 using namespace tools::doctor;
@@ -39,6 +41,10 @@ private Q_SLOTS:
     void ports();
     void strangeServer();
     void serverWithoutDatabase();
+    void unanswered();
+    void disturbed_data();
+    void disturbed();
+    void damagedFile_data();
     void damagedFile();
     void withoutLogAndLocked();
     void noDatabase_data();
@@ -174,6 +180,22 @@ void TestDoctor::storedFaults_data()
         {}, "all is well");
     row("one of other rows", {"drop index metalog_timestamp", "create index other on metalog (timestamp) where user=1"},
         {"soon indexes"}, "metalog (TIMESTAMP)");
+    const auto otherCalendar = [](const QString &columns) {
+        return QStringList{"create table other (" + columns + ")",
+                           "insert into other select DATE,PRAZNIK,NOTE from calendar", "drop table calendar"};
+    };
+    row("a row id for an index",
+        otherCalendar("DATE integer primary key, PRAZNIK text, NOTE text") +
+            QStringList("alter table other rename to calendar"),
+        {}, "all is well");
+    row("a key of two columns",
+        otherCalendar("DATE integer, PRAZNIK text, NOTE text, primary key (NOTE, DATE)") +
+            QStringList("alter table other rename to calendar"),
+        {"soon indexes"}, "calendar (DATE)");
+    row("a view",
+        otherCalendar("DATE integer, PRAZNIK text, NOTE text") +
+            QStringList("create view calendar as select * from other"),
+        {}, "all is well");
     row("a newer page",
         {"create table zuk_schema (NAME text, VERSION integer)", "insert into zuk_schema values ('page',2)"},
         {"soon own tables"}, "\"page\" are of version 2");
@@ -209,6 +231,8 @@ void TestDoctor::storedFaults_data()
         "\"ONE\" (1 active employee, Kos Bor (5))");
     row("a time with a dot", {"update wtimset set VALUE=replace(VALUE,'7:00','7.00') where KEY='ONE'"},
         {"act stored schedules"}, "IZM1/3/STARTB \"7.00\"");
+    row("one of an unused schedule", {"insert into wtimset values ('OLD','{\"IZM1\":{\"1\":{\"STARTB\":\"8.00\"}}}')"},
+        {"soon stored schedules"}, "\"OLD\" (nobody uses it): IZM1/1/STARTB \"8.00\"");
     row("no stored settings", {"delete from config where KEY='CALCWTIMES'"}, {"act stored settings"}, "CALCWTIMES");
     row("a double tap of words", {"update config set VALUE='two' where KEY='DOUBLETAP'"}, {"soon stored settings"},
         "\"two\"");
@@ -361,7 +385,7 @@ void TestDoctor::strangeServer()
 class NoRows : public Rows
 {
 protected:
-    QAny ask(const QString &, QString *) override { return QAny(QAny::List); }
+    QAny ask(const QString &, Fault *) override { return QAny(QAny::List); }
 };
 
 void TestDoctor::serverWithoutDatabase()
@@ -374,14 +398,125 @@ void TestDoctor::serverWithoutDatabase()
     QCOMPARE(exitCodeOf(report), 4);
 }
 
+/// A file that something happens to before a question.
+class TroubledRows : public FileRows
+{
+public:
+    using Trouble = std::function<void(int question, Fault *fault)>;
+    TroubledRows(const QString &path, Trouble trouble) : FileRows(path), m_trouble(std::move(trouble)) {}
+    int asked = 0;
+
+protected:
+    QAny ask(const QString &sql, Fault *fault) override
+    {
+        m_trouble(++asked, fault);
+        return fault->text.isEmpty() ? FileRows::ask(sql, fault) : QAny(QAny::List);
+    }
+
+private:
+    Trouble m_trouble;
+};
+
+/// What is lost in the middle of an examination must not look like what is missing in the file.
+void TestDoctor::unanswered()
+{
+    QVERIFY(run(*m_database, {"drop table freehour", "update employees set WTIMSET='' where ID=5",
+                              "update wtimset set VALUE='[]'", "update RAZPOREDC set EMPLID='77'"}));
+    m_database.reset();
+    QFile::remove(file("copies") + "/zuknetserver-20261118-030000.db");
+    const auto examinedUntil = [this](int last, bool isDamage, int *asked) {
+        TroubledRows rows(file("zuknetserver.db"), [=](int question, Fault *fault) {
+            if (question > last)
+                *fault = {"closed", isDamage};
+        });
+        const Report report = examine(site(rows));
+        *asked = rows.asked;
+        return report;
+    };
+    const auto findingsOf = [](const Report &report) {
+        QStringList findings;
+        const QAny all = reportRecord(report).lookup("FINDINGS");
+        for (int i = 0; i < all.count(); ++i)
+            findings += all.at(i).toJson();
+        return findings;
+    };
+    int count = 0;
+    int asked = 0;
+    const QStringList whole = findingsOf(examinedUntil(std::numeric_limits<int>::max(), false, &count));
+    QVERIFY2(whole.size() > 4 && count > 15, qPrintable(whole.join('\n')));
+    for (int last = 0; last < count; ++last) {
+        const Report report = examinedUntil(last, false, &asked);
+        QCOMPARE(asked > last, true);
+        const QStringList findings = findingsOf(report);
+        for (const QString &finding : findings)
+            QVERIFY2(whole.contains(finding), qPrintable(QString::number(last) + finding));
+        QVERIFY(reportText(report).section('\n', 0, 0).endsWith("to the end: closed") || findings.isEmpty());
+        QVERIFY(exitCodeOf(report) == 1 || kinds(report).join(' ').contains("act "));
+        // The terminals' clocks are asked for last.
+        QCOMPARE(report.checks == 0 || report.unseen.join('\n').contains("terminal clocks: a question had no answer"),
+                 true);
+        const Report damaged = examinedUntil(last, true, &asked);
+        QVERIFY(kinds(damaged).contains("act integrity") && exitCodeOf(damaged) == 4);
+    }
+}
+
+void TestDoctor::disturbed_data()
+{
+    const auto row = columns<QStringList, bool, bool>({"statements", "staysOpen", "isDisturbed"});
+    row("nobody", {}, false, false);
+    row("a reader that came and went", {"select count(*) from config"}, false, false);
+    row("a writer that came and went", {"update config set VALUE='x'"}, false, true);
+    row("somebody who stays", {"select count(*) from config"}, true, true);
+}
+
+void TestDoctor::disturbed()
+{
+    QFETCH(QStringList, statements);
+    QFETCH(bool, staysOpen);
+    QFETCH(bool, isDisturbed);
+    m_database.reset();
+    {
+        QFile database(file("zuknetserver.db"));
+        QVERIFY(database.open(QIODevice::ReadWrite));
+        QVERIFY(database.setFileTime(QDateTime::currentDateTime().addSecs(-60), QFileDevice::FileModificationTime));
+    }
+    {
+        QSqlDatabase other = QSqlDatabase::addDatabase("QSQLITE", "other");
+        other.setDatabaseName(file("zuknetserver.db"));
+        TroubledRows rows(file("zuknetserver.db"), [&](int question, Fault *) {
+            if (question != 7 || statements.isEmpty())
+                return;
+            QVERIFY(other.open());
+            for (const QString &statement : statements)
+                other.exec(statement);
+            if (!staysOpen)
+                other.close();
+        });
+        const Report report = examine(site(rows));
+        QCOMPARE(report.fault.endsWith("meanwhile: run it again"), isDisturbed);
+        QCOMPARE(report.checks == 0 && report.findings.isEmpty() && report.unseen.isEmpty(), isDisturbed);
+        QCOMPARE(exitCodeOf(report), isDisturbed ? 1 : 0);
+    }
+    QSqlDatabase::removeDatabase("other");
+}
+
+void TestDoctor::damagedFile_data()
+{
+    const auto row = columns<int, int>({"at", "bytes"});
+    row("rows", -60000, 20000);
+    row("the list of tables", 100, 3000);
+}
+
 void TestDoctor::damagedFile()
 {
+    QFETCH(int, at);
+    QFETCH(int, bytes);
     QVERIFY(m_database->exec("insert into logs (FMESSAGE) with recursive n(i) as (select 1 union all select i+1 from n "
                              "where i<5000) select hex(randomblob(40)) from n"));
     m_database.reset();
     QFile database(file("zuknetserver.db"));
-    QVERIFY(database.open(QIODevice::ReadWrite) && database.seek(database.size() - 60000));
-    database.write(QByteArray(20000, 'x'));
+    QVERIFY(database.open(QIODevice::ReadWrite) && database.seek(at < 0 ? database.size() + at : at));
+    database.write(QByteArray(bytes, 'x'));
     database.close();
     const Report report = examined();
     QCOMPARE(kinds(report).first(), QString("act integrity"));

@@ -421,7 +421,7 @@ void TestZukAdmin::doctorWithoutDatabase()
     QTemporaryDir empty;
     const QString path = empty.filePath("zuknetserver.db");
     QCOMPARE(told({"doctor", "--database", path}),
-             QStringLiteral("1 %1: not examined\nzukadmin: %1: no such file\n").arg(path));
+             QStringLiteral("1 %1: not examined: no such file\nzukadmin: %1: no such file\n").arg(path));
     QVERIFY(told({"doctor", "--database", empty.path()}).contains("is a folder"));
     QVERIFY(QDir(empty.path()).isEmpty());
 }

@@ -27,9 +27,11 @@ void checkWaiting(const Site &site, Findings &findings);
 void checkDisk(const Site &site, Findings &findings);
 void checkBackups(const Site &site, Findings &findings);
 
+/// Tells that the file is damaged, and by which signs.
+void addDamage(const QStringList &signs, Findings &findings);
 /// The tables that the system reads, in upper case.
 QStringList neededTables();
-/// All indexes of the file, as the site holds them.
+/// All indexes of the needed tables, as the site holds them. A row id of the site's own counts as one.
 QStringList readIndexes(const Site &site);
 /// Whether one of the site's indexes begins with these columns ("TABLE COLUMN, COLUMN").
 bool isIndexed(const Site &site, const QString &columns);

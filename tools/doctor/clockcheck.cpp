@@ -85,11 +85,10 @@ void checkDelays(const Figures &figures, Findings &findings)
 void checkClocks(const Site &site, Findings &findings)
 {
     checkAhead(site, findings);
-    const qint64 here = QDateTime::currentSecsSinceEpoch();
-    if (!site.files && std::llabs(here - site.now) > kToleranceS) {
+    if (!site.files && std::llabs(site.here - site.now) > kToleranceS) {
         findings.add(Severity::Soon,
                      QStringLiteral("the server's clock shows %1, this machine's %2")
-                         .arg(site.timeText(site.now), site.timeText(here)),
+                         .arg(site.timeText(site.now), site.timeText(site.here)),
                      QStringLiteral("have both set by NTP (timedatectl): terminals get their time from such clocks"));
     }
     const Figures figures = site.files ? Figures::read(site.files->figures) : Figures();

@@ -19,7 +19,8 @@ constexpr char kWithLog = 2;
 
 } // namespace
 
-FileRows::FileRows(const QString &path) : m_path(path), m_connection(kConnection, path)
+FileRows::FileRows(const QString &path)
+    : m_path(path), m_state(storage::FileState::of(path)), m_connection(kConnection, path)
 {
     // Before SQLite opens it: a second look at an open file would drop its locks.
     m_refusal = readHead();
@@ -30,20 +31,33 @@ FileRows::FileRows(const QString &path) : m_path(path), m_connection(kConnection
     if (!m_connection.open(m_isAlone ? storage::Access::Unshared : storage::Access::ReadOnly))
         m_refusal = m_connection.lastFault();
     if (m_refusal.isEmpty())
-        ask(QStringLiteral("SELECT count(*) FROM sqlite_master"), &m_refusal);
+        m_refusal = tryToRead();
 }
 
 bool FileRows::wasDisturbed() const
 {
-    return m_isAlone && QFileInfo::exists(m_path + kLogSuffix);
+    const storage::FileState state = storage::FileState::of(m_path);
+    if (!m_isAlone)
+        return !state.isSameFile(m_state);
+    // Who closes the file as the last one takes the log away: that it is not there now tells nothing. Without locks the
+    // file may be looked into.
+    return !state.isSameContent(m_state) || head() != m_head || QFileInfo::exists(m_path + kLogSuffix);
 }
 
-QAny FileRows::ask(const QString &sql, QString *fault)
+QAny FileRows::ask(const QString &sql, Fault *fault)
 {
     QAny rows(QAny::List);
     if (!m_connection.runText(nullptr, sql, [&rows](QSqlQuery &query) { rows = QAny::fromQuery(query); }))
-        *fault = m_connection.lastFault();
+        *fault = {m_connection.lastFault(), m_connection.lastFaultIsDamage()};
     return rows;
+}
+
+/// Why nothing can be read of it. Damage is no reason: that is what the examination looks for.
+QString FileRows::tryToRead()
+{
+    Fault fault;
+    ask(QStringLiteral("SELECT count(*) FROM sqlite_master"), &fault);
+    return fault.isDamage ? QString() : fault.text;
 }
 
 /// Why it is no database that can be read.
@@ -59,12 +73,19 @@ QString FileRows::readHead()
     QFile file(m_path);
     if (!file.open(QIODevice::ReadOnly))
         return QStringLiteral("cannot be read: ") + file.errorString();
-    const QByteArray head = file.read(kHeadSize);
+    m_head = file.read(kHeadSize);
     // An empty file is a database without tables.
-    if (!head.isEmpty() && (head.size() < kHeadSize || !head.startsWith(QByteArray(kTitle, sizeof kTitle))))
+    if (!m_head.isEmpty() && (m_head.size() < kHeadSize || !m_head.startsWith(QByteArray(kTitle, sizeof kTitle))))
         return QStringLiteral("is no SQLite database");
-    m_isWal = !head.isEmpty() && head.at(kWriteVersionAt) == kWithLog;
+    m_isWal = !m_head.isEmpty() && m_head.at(kWriteVersionAt) == kWithLog;
     return {};
+}
+
+/// It counts the changes, among other things. Empty when it cannot be read.
+QByteArray FileRows::head() const
+{
+    QFile file(m_path);
+    return file.open(QIODevice::ReadOnly) ? file.read(kHeadSize) : QByteArray();
 }
 
 } // namespace tools::doctor

@@ -1,11 +1,13 @@
 #pragma once
 
 #include "storage/connection.h"
+#include "storage/filestate.h"
 #include "tools/doctor/rows.h"
 
 namespace tools::doctor {
 
-/// A database file, read alone: none is created, and none appears beside it that was not there.
+/// A database file, read alone: none is created, and none appears beside it. But beside a log without its index (the
+/// file and its log copied after a crash) SQLite makes that index, which stays.
 class FileRows : public Rows
 {
 public:
@@ -15,16 +17,20 @@ public:
     const QString &refusal() const { return m_refusal; }
     /// Whether the file's own head says that it has a write-ahead log.
     bool hasWriteAheadLog() const { return m_isWal; }
-    /// Whether a server began to use the file that nobody had open: what was read may then be of no one moment.
-    bool wasDisturbed() const;
+    /// Whether somebody used the file that nobody had open, or put another in its place.
+    bool wasDisturbed() const override;
 
 protected:
-    QAny ask(const QString &sql, QString *fault) override;
+    QAny ask(const QString &sql, Fault *fault) override;
 
 private:
     QString readHead();
+    QString tryToRead();
+    QByteArray head() const;
 
     QString m_path;
+    storage::FileState m_state; ///< when it was first looked at, as is the head
+    QByteArray m_head;
     bool m_isWal = false;
     bool m_isAlone = false; ///< nobody had the file open
     QString m_refusal;

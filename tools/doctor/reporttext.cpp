@@ -30,9 +30,11 @@ QString summaryOf(const Report &report)
                     .arg(counted(report.checks, "check"));
     else if (report.fault.isEmpty())
         text += QStringLiteral("all is well: %1").arg(counted(report.checks, "check"));
+    else if (report.checks > 0)
+        text += QStringLiteral("nothing found by %1").arg(counted(report.checks, "check"));
     else
-        text += QStringLiteral("not examined");
-    return text;
+        return text + QStringLiteral("not examined: ") + report.fault;
+    return report.fault.isEmpty() ? text : text + QStringLiteral("; not examined to the end: ") + report.fault;
 }
 
 QString lineOf(const char *prefix, const QString &text)

@@ -4,11 +4,11 @@ namespace tools::doctor {
 
 QAny Rows::select(const QString &sql)
 {
-    QString fault;
+    Fault fault;
     QAny rows = ask(sql, &fault);
-    if (m_fault.isEmpty())
+    if (m_fault.text.isEmpty())
         m_fault = fault;
-    return fault.isEmpty() && rows.isList() ? rows : QAny(QAny::List);
+    return fault.text.isEmpty() && rows.isList() ? rows : QAny(QAny::List);
 }
 
 QAny Rows::first(const QString &sql)

@@ -6,6 +6,12 @@
 
 namespace tools::doctor {
 
+/// Why a question has no answer.
+struct Fault {
+    QString text;          ///< empty when it has one
+    bool isDamage = false; ///< the database itself says that it is damaged
+};
+
 /// Who answers the questions of an examination: a file, or a server. Nothing throws.
 class Rows
 {
@@ -19,16 +25,20 @@ public:
 
     /// Why the first question without an answer had none; empty while all had one. A server does not tell a statement
     /// that failed from one without rows.
-    const QString &fault() const { return m_fault; }
+    const QString &fault() const { return m_fault.text; }
+    /// Whether that was damage of the database. Otherwise nothing is known of it.
+    bool isDamaged() const { return m_fault.isDamage; }
+    /// Whether the rows may be of no one moment, so that nothing follows from them.
+    virtual bool wasDisturbed() const { return false; }
 
 protected:
     Rows() = default;
 
-    virtual QAny ask(const QString &sql, QString *fault) = 0;
+    virtual QAny ask(const QString &sql, Fault *fault) = 0;
 
 private:
     Q_DISABLE_COPY(Rows)
-    QString m_fault;
+    Fault m_fault;
 };
 
 /// A column for a select, under its own name: as hexadecimal digits, for a stored text may hold control characters,

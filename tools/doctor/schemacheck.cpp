@@ -106,7 +106,12 @@ QStringList readIndexes(const Site &site)
     const QAny rows = site.rows->select(
         QStringLiteral("select upper(m.name)||' '||(select group_concat(upper(name),', ') from (select name from "
                        "pragma_index_info(l.name) order by seqno)) as I from sqlite_master m join "
-                       "pragma_index_list(m.name) l where m.type='table' and not l.partial"));
+                       "pragma_index_list(m.name) l where m.type='table' and not l.partial and upper(m.name) in (%1) "
+                       // A primary key of one whole number is the row id itself, for which no index is kept.
+                       "union all select upper(m.name)||' '||upper(max(i.name)) from sqlite_master m join "
+                       "pragma_table_info(m.name) i where m.type='table' and upper(m.name) in (%1) and i.pk>0 "
+                       "group by m.name having count(*)=1 and upper(max(i.type))='INTEGER'")
+            .arg(QLatin1Char('\'') + neededTables().join(QStringLiteral("','")) + QLatin1Char('\'')));
     QStringList indexes;
     for (int i = 0; i < rows.count(); ++i)
         indexes += rows.at(i).lookup(QStringLiteral("I")).toString();
@@ -158,7 +163,8 @@ void checkIndexes(const Site &site, Findings &findings)
     for (const auto &index : kIndexes) {
         const QString columns = QString::fromLatin1(index.columns);
         const QString wanted = QString::fromLatin1(index.table).toUpper() + QLatin1Char(' ') + columns;
-        if (isIndexed(site, wanted) || !isThere(site, index.table))
+        const bool isView = site.views.contains(QString::fromLatin1(index.table).toUpper());
+        if (isIndexed(site, wanted) || !isThere(site, index.table) || isView)
             continue;
         const QString name = QString::fromLatin1(index.table);
         findings.add(Severity::Soon,

@@ -35,8 +35,10 @@ struct Site {
     qint64 now = 0; ///< Unix seconds; 0 as the server's machine has it
 
     // What examine() finds out first.
+    qint64 here = 0;                       ///< what this machine's clock shows when the server's shows `now`
     qint64 utcOffset = 0;                  ///< its zone's now, seconds
-    QHash<QString, QSet<QString>> columns; ///< by table, both in upper case
+    QHash<QString, QSet<QString>> columns; ///< by table or view, both in upper case
+    QSet<QString> views;                   ///< which of these are views
 
     QStringList indexes; ///< "TABLE COLUMN, COLUMN" in upper case
 

@@ -71,6 +71,17 @@ QStringList badTimes(const QAny &schedule)
     return found;
 }
 
+void reportBadTimes(Severity severity, QStringList schedules, Findings &findings)
+{
+    if (schedules.isEmpty())
+        return;
+    schedules.sort();
+    findings.add(severity,
+                 QStringLiteral("%1 of wtimset with times that are none: nothing is compared with them")
+                     .arg(counted(schedules.size(), "schedule")),
+                 QStringLiteral("write them as hours and minutes, such as 7:30"), schedules);
+}
+
 } // namespace
 
 void checkSettings(const Site &site, Findings &findings)
@@ -114,6 +125,7 @@ void checkScheduleTexts(const Site &site, Findings &findings)
     const QHash<QString, QStringList> users = usersOf(site, &StaffMember::schedule);
     QStringList unreadable;
     QStringList badOnes;
+    QStringList unusedBadOnes;
     const QHash<QString, QString> texts = readTexts(site, "wtimset");
     for (auto text = texts.begin(); text != texts.end(); ++text) {
         const calc::input::ScheduleText schedule = calc::input::readSchedule(text.value());
@@ -123,18 +135,14 @@ void checkScheduleTexts(const Site &site, Findings &findings)
         }
         const QStringList times = badTimes(schedule.fields);
         if (!times.isEmpty())
-            badOnes += withUsers(text.key(), users) + QStringLiteral(": ") + times.first() +
-                       (times.size() > 1 ? QStringLiteral(" and %1 more").arg(times.size() - 1) : QString());
+            (users.contains(text.key()) ? badOnes : unusedBadOnes) +=
+                withUsers(text.key(), users) + QStringLiteral(": ") + times.first() +
+                (times.size() > 1 ? QStringLiteral(" and %1 more").arg(times.size() - 1) : QString());
     }
     unreadable.sort();
-    badOnes.sort();
     reportUnreadable("wtimset", unreadable, users, "no schedule applies", findings);
-    if (!badOnes.isEmpty()) {
-        findings.add(Severity::Act,
-                     QStringLiteral("%1 of wtimset with times that are none: nothing is compared with them")
-                         .arg(counted(badOnes.size(), "schedule")),
-                     QStringLiteral("write them as hours and minutes, such as 7:30"), badOnes);
-    }
+    reportBadTimes(Severity::Act, badOnes, findings);
+    reportBadTimes(Severity::Soon, unusedBadOnes, findings);
 }
 
 } // namespace tools::doctor

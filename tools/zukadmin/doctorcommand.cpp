@@ -25,10 +25,10 @@ public:
     explicit ServerRows(AdminSession &session) : m_session(session) {}
 
 protected:
-    QAny ask(const QString &sql, QString *fault) override
+    QAny ask(const QString &sql, doctor::Fault *fault) override
     {
         const QAny rows = m_session.call(QStringLiteral("admincheck.query"), sql);
-        *fault = faultOfAnswer(rows);
+        fault->text = faultOfAnswer(rows);
         return rows;
     }
 
@@ -60,7 +60,8 @@ doctor::Site siteOf(const AdminOptions &options, doctor::Rows &rows)
 CommandResult resultOf(const doctor::Report &report, const AdminOptions &options)
 {
     const bool isJson = options.format == AdminOptions::Format::Json;
-    return {isJson ? jsonOutput(doctor::reportRecord(report)) : doctor::reportText(report).toUtf8(), report.fault,
+    const QString fault = report.fault.isEmpty() ? QString() : report.examined + QStringLiteral(": ") + report.fault;
+    return {isJson ? jsonOutput(doctor::reportRecord(report)) : doctor::reportText(report).toUtf8(), fault,
             doctor::exitCodeOf(report)};
 }
 
@@ -80,7 +81,6 @@ CommandResult examineServer(const AdminOptions &options, AdminSession &session)
 CommandResult examineFile(const AdminOptions &options)
 {
     doctor::Report report;
-    report.examined = options.database;
     const doctor::LocalFiles files{options.database, options.backups, options.figures, true};
     doctor::FileRows rows(options.database);
     report.fault = rows.refusal();
@@ -91,12 +91,8 @@ CommandResult examineFile(const AdminOptions &options)
         if (site.webPort == 0)
             site.webPort = webPortOf(options.database);
         report = doctor::examine(site);
-        report.examined = options.database;
-        if (rows.wasDisturbed())
-            report.fault = QStringLiteral("a server began to use the file meanwhile: run it again");
     }
-    if (!report.fault.isEmpty())
-        report.fault = options.database + QStringLiteral(": ") + report.fault;
+    report.examined = options.database;
     return resultOf(report, options);
 }
 
