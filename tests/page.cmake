@@ -9,3 +9,5 @@ zuk_test(tst_page_live zuk_page)
 zuk_test(tst_zukpage zuk_options Qt5::Network)
 target_compile_definitions(tst_zukpage PRIVATE ZUK_PAGE="$<TARGET_FILE:zukpage>")
 add_dependencies(tst_zukpage zukpage)
+set_property(TEST tst_zukpage APPEND PROPERTY
+    ENVIRONMENT "LSAN_OPTIONS=suppressions=${CMAKE_SOURCE_DIR}/scripts/lsan.supp:print_suppressions=0")

@@ -271,8 +271,9 @@ visitTest('what is on the screen can be had as a file, and the papers of the mon
     const files = { month: 4, presence: 1, balance: 1, requests: 1, department: 5 };
     for (const [view, count] of Object.entries(files)) {
         await open(page, view === 'month' || view === 'department' ? `#/${view}/${month}` : `#/${view}`);
+        const isThere = (wanted) => document.querySelectorAll('a[download]').length === wanted;
+        await page.waitForFunction(isThere, count, { timeout: 10000 });
         const urls = await page.locator('a[download]').evaluateAll((links) => links.map(({ href }) => href));
-        assert.equal(urls.length, count, view);
         for (const url of urls) {
             const [status, type, text] = await page.evaluate(async (from) => {
                 const response = await fetch(from);

@@ -27,13 +27,26 @@ public:
 protected:
     QAny ask(const QString &sql, doctor::Fault *fault) override
     {
+        const QAny rows = query(sql, fault);
+        // A server that cannot read its file answers no rows, and does not say so.
+        if (rows.count() == 0 && fault->text.isEmpty() && m_hasAnswered &&
+            query(QStringLiteral("select count(*) as N from sqlite_master"), fault).count() == 0 &&
+            fault->text.isEmpty())
+            fault->text = QStringLiteral("the server cannot read its database now");
+        m_hasAnswered = m_hasAnswered || rows.count() > 0;
+        return rows;
+    }
+
+private:
+    QAny query(const QString &sql, doctor::Fault *fault)
+    {
         const QAny rows = m_session.call(QStringLiteral("admincheck.query"), sql);
         fault->text = faultOfAnswer(rows);
         return rows;
     }
 
-private:
     AdminSession &m_session;
+    bool m_hasAnswered = false; ///< with rows: the server has a database
 };
 
 /// As the server beside the database has it.
