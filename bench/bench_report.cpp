@@ -92,7 +92,7 @@ bool compareCsv(const Company &company)
         kRounds);
     std::printf("1,000 employees x 1 month: calculation %.3f s, statements as CSV %.3f s (%.1f MB), register %.3f s\n",
                 seconds[1], seconds[0], static_cast<double>(bytes) / 1e6, seconds[2]);
-    tellFigure("register of 1,000 employees x 1 month as CSV", "s", seconds[2]);
+    tellFigure("The record of working time of 1,000 employees and a month, as CSV", "s", seconds[2]);
     return atMost("statements of 1,000 employees x 1 month as CSV", "ratio", seconds[0] / seconds[1], kCsvLimit,
                   "the calculation alone");
 }
