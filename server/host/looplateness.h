@@ -7,11 +7,12 @@
 namespace server::host {
 
 /// How late the event loop of its thread comes to what is due: what a terminal waits before it is heard at all. A turn
-/// of the loop that takes longer than kIntervalMs is seen, but for at most that of its length.
+/// of the loop that takes longer than kIntervalMs is seen, but for at most that of its length; one that is shorter may
+/// be missed. To look more often costs an idle server more than all else that it does.
 class LoopLateness : public QObject
 {
 public:
-    static constexpr int kIntervalMs = 100;
+    static constexpr int kIntervalMs = 500;
 
     explicit LoopLateness(QObject *parent = nullptr);
 

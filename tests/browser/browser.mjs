@@ -38,7 +38,15 @@ export async function signIn(page, user, password = user) {
 
 /** Opens a view and waits until its data are there. */
 export async function open(page, hash) {
-    await page.evaluate((to) => (location.hash = to), hash);
+    await page.evaluate(async (to) => {
+        if (location.hash !== to) {
+            const isChanged = new Promise((done) => addEventListener('hashchange', done, { once: true }));
+            location.hash = to;
+            await isChanged;
+        }
+        // Until then the view before it is there.
+        for (let frame = 0; frame < 2; ++frame) await new Promise(requestAnimationFrame);
+    }, hash);
     await page.waitForFunction(
         (to) => location.hash === to && document.querySelector('main h1') && !document.querySelector('main .loading'),
         hash,
