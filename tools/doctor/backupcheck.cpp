@@ -37,9 +37,9 @@ QList<QDateTime> copyTimes(const QDir &folder)
 void checkBackups(const Site &site, Findings &findings)
 {
     const QString path = site.files->backups;
-    const QString todo = QStringLiteral("systemctl enable --now zuk3srv-backup.timer; journalctl -u zuk3srv-backup "
-                                        "tells why one failed. By hand: sudo -u zuk3srv zukbackup --folder %1")
-                             .arg(path);
+    const QString remedy = QStringLiteral("systemctl enable --now zuk3srv-backup.timer; journalctl -u zuk3srv-backup "
+                                          "tells why one failed. By hand: sudo -u zuk3srv zukbackup --folder %1")
+                               .arg(path);
     const QFileInfo folder(path);
     if (folder.isDir() && !folder.isReadable()) {
         findings.addUnseen(QStringLiteral("back-ups: %1 cannot be read by this user.").arg(path));
@@ -47,7 +47,7 @@ void checkBackups(const Site &site, Findings &findings)
     }
     const QList<QDateTime> times = copyTimes(QDir(path));
     if (times.isEmpty()) {
-        findings.add(Severity::Act, QStringLiteral("there is no back-up in %1").arg(path), todo);
+        findings.add(Severity::Act, QStringLiteral("there is no back-up in %1").arg(path), remedy);
         return;
     }
     const QDateTime newest = *std::max_element(times.begin(), times.end());
@@ -58,7 +58,7 @@ void checkBackups(const Site &site, Findings &findings)
                          .arg(path)
                          .arg(age / kHour)
                          .arg(newest.toString(QStringLiteral("yyyy-MM-dd HH:mm"))),
-                     todo);
+                     remedy);
     }
 }
 

@@ -26,17 +26,17 @@ void checkDisk(const Site &site, Findings &findings)
 {
     const QFileInfo database(site.files->database);
     const qint64 free = QStorageInfo(database.absolutePath()).bytesAvailable();
-    const QString todo = QStringLiteral("make room on the disk of %1, or give it more").arg(database.absolutePath());
+    const QString remedy = QStringLiteral("make room on the disk of %1, or give it more").arg(database.absolutePath());
     if (free < 0) {
         findings.addUnseen(
             QStringLiteral("disk: the system does not tell what is free at %1.").arg(database.filePath()));
     } else if (free < kAlmostNothing) {
-        findings.add(Severity::Act, QStringLiteral("only %1 are free").arg(megabytes(free)), todo);
+        findings.add(Severity::Act, QStringLiteral("only %1 are free").arg(megabytes(free)), remedy);
     } else if (free < kLittle || free < 2 * database.size()) {
         findings.add(Severity::Soon,
                      QStringLiteral("%1 are free; the database has %2, and a copy of it needs as much again")
                          .arg(megabytes(free), megabytes(database.size())),
-                     todo);
+                     remedy);
     }
     const qint64 log = QFileInfo(site.files->database + QStringLiteral("-wal")).size();
     if (log > kLongLog) {

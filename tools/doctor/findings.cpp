@@ -2,9 +2,9 @@
 
 namespace tools::doctor {
 
-void Findings::add(Severity severity, const QString &what, const QString &todo, const QStringList &which)
+void Findings::add(Severity severity, const QString &what, const QString &remedy, const QStringList &which)
 {
-    m_report->findings.append({m_check, severity, what, todo, which});
+    m_report->findings.append({m_check, severity, what, remedy, which});
 }
 
 QString counted(int count, const char *noun)

@@ -17,7 +17,7 @@ struct Finding {
     QString check;
     Severity severity;
     QString what;
-    QString todo;
+    QString remedy;
     QStringList which; ///< all that it is true of; empty where `what` says it
 };
 
@@ -36,7 +36,7 @@ class Findings
 public:
     Findings(const QString &check, Report *report) : m_check(check), m_report(report) {}
 
-    void add(Severity severity, const QString &what, const QString &todo, const QStringList &which = {});
+    void add(Severity severity, const QString &what, const QString &remedy, const QStringList &which = {});
     void addUnseen(const QString &sentence) { m_report->unseen += sentence; }
 
 private:

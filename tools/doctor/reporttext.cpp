@@ -51,7 +51,7 @@ QString textOf(const Finding &finding)
         text += lineOf("        ", each);
     if (finding.which.size() > kExamples)
         text += lineOf("        ", QStringLiteral("and %1 more").arg(finding.which.size() - kExamples));
-    return text + lineOf("      > ", finding.todo);
+    return text + lineOf("      > ", finding.remedy);
 }
 
 } // namespace
@@ -73,7 +73,7 @@ QAny reportRecord(const Report &report)
         findings.append({{QStringLiteral("CHECK"), finding.check},
                          {QStringLiteral("SEVERITY"), finding.severity == Severity::Act ? "act" : "soon"},
                          {QStringLiteral("WHAT"), finding.what},
-                         {QStringLiteral("TODO"), finding.todo},
+                         {QStringLiteral("REMEDY"), finding.remedy},
                          {QStringLiteral("WHICH"), finding.which}});
     }
     return {{QStringLiteral("EXAMINED"), report.examined},

@@ -8,7 +8,7 @@ namespace tools::doctor {
 /// For people: the findings, worst first, with what to do, and what was not seen. Holds no control characters but line
 /// ends.
 QString reportText(const Report &report);
-/// {"EXAMINED", "CHECKS", "FINDINGS": [{"CHECK","SEVERITY","WHAT","TODO","WHICH"}], "UNSEEN": [text], "FAULT"}
+/// {"EXAMINED", "CHECKS", "FINDINGS": [{"CHECK","SEVERITY","WHAT","REMEDY","WHICH"}], "UNSEEN": [text], "FAULT"}
 QAny reportRecord(const Report &report);
 
 /// For monitoring: 0 nothing found, 1 not examined or not to the end, 3 something to look at soon, 4 to act on now.

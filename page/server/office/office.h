@@ -29,8 +29,8 @@ struct Export {
 };
 
 /// What GET /export/<path> gives: month.csv, department.csv, requests.csv, presence.csv, balance.csv, and the papers,
-/// see papers.h. Null where there is no such thing or it is not allowed; `fault` is set to whether the file could not
-/// be read.
+/// see papers.h. On any thread, by the leader of the crew, with which nothing can be read afterwards. Null where there
+/// is no such thing or it is not allowed; `fault` is set to whether the file could not be read.
 std::optional<Export> exported(calc::Crew &crew, const Person &person, const QString &path, const QUrlQuery &query,
                                const Now &now, bool *fault);
 
